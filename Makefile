@@ -1,0 +1,49 @@
+# The front door. Every target is a line or two over the CMake presets.
+.PHONY: install-deps demo test bench asan coverage fuzz lint format format-check layers clean
+
+install-deps:
+	@scripts/install-deps
+
+build/%/build.ninja: CMakePresets.json
+	@cmake --preset $* >/dev/null
+
+demo: install-deps build/release/build.ninja
+	@cmake --build --preset release --target nyx_demo
+	@build/release/examples/nyx_demo
+
+test: install-deps build/release/build.ninja
+	cmake --build --preset release
+	cmake --build --preset release --target all_verify_interface_header_sets
+	ctest --preset release
+
+bench: install-deps build/release/build.ninja
+	cmake --build --preset release
+	@scripts/run-benchmarks build/release
+
+asan: install-deps build/asan/build.ninja
+	cmake --build --preset asan
+	ctest --preset asan
+
+coverage: install-deps build/coverage/build.ninja
+	cmake --build --preset coverage
+	ctest --preset coverage
+	@scripts/report-coverage build/coverage
+
+fuzz: install-deps build/fuzz/build.ninja
+	cmake --build --preset fuzz
+	@scripts/run-fuzzers build/fuzz
+
+lint: build/release/build.ninja
+	@scripts/lint build/release
+
+format:
+	@scripts/format --write
+
+format-check:
+	@scripts/format --check
+
+layers:
+	@scripts/check-layers
+
+clean:
+	rm -rf build

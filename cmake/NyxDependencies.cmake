@@ -1,0 +1,15 @@
+# The libraries that NYX stands on. The containers inside a segment are Boost's, so a stored design depends on Boost's
+# layout: exactly this version is accepted, and memory/nyx_segment_containers.h pins the sizes.
+find_package(Boost 1.74.0 EXACT REQUIRED)
+find_package(spdlog REQUIRED)
+find_package(Threads REQUIRED)
+
+if(NYX_DEVELOPER)
+  find_package(GTest REQUIRED)
+  find_package(benchmark REQUIRED)
+  # A repeated build of an unchanged source costs nothing where the cache is installed.
+  find_program(NYX_CCACHE ccache)
+  if(NYX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${NYX_CCACHE}")
+  endif()
+endif()

@@ -1,0 +1,50 @@
+#ifndef NYX_FWD_H
+#define NYX_FWD_H
+
+/// \file
+/// Forward declarations of the types that other headers name without needing their members. They carry NYX_API because a
+/// class first declared without it would hide the templates that are instantiated on it.
+
+#include "nyx/nyx_api.h"
+
+// Netlist.
+class NYX_API NYX_MODULE;
+class NYX_API NYX_PORT;
+class NYX_API NYX_NET;
+class NYX_API NYX_INSTANCE;
+class NYX_API NYX_INST_PORT;
+class NYX_API NYX_INST_HEADER;
+class NYX_API NYX_PORT_BUS;
+class NYX_API NYX_NET_BUS;
+class NYX_API NYX_INSTANCE_BUS;
+class NYX_API NYX_INTERFACE;
+
+// Design entry.
+class NYX_API NYX_RELATIVE_OBJECT;
+class NYX_API NYX_CONSTRAINT_STMT;
+class NYX_API NYX_CONSTRAINT_ARG;
+class NYX_API NYX_CONSTRAINT_COLLECTION;
+class NYX_API NYX_SOURCE_FILE;
+class NYX_API NYX_ENTITY;
+class NYX_API NYX_SDC_CLOCK;
+
+// Hierarchy.
+class NYX_API NYX_HIER_MODULE;
+class NYX_API NYX_HIER_INSTANCE;
+class NYX_API NYX_HIER_PORT;
+
+// Traits by the width of their values.
+class NYX_API NYX_BYTE1_TRAIT;
+class NYX_API NYX_BYTE4_TRAIT;
+class NYX_API NYX_BYTE8_TRAIT;
+
+// Names. NYX_NAME is a tag that is never defined: a name is known by its NYX_NAME_ID alone.
+class NYX_API NYX_NAME;
+
+// Values.
+class NYX_API NYX_POINT;
+class NYX_API NYX_BOX;
+class NYX_API NYX_ORIENTATION;
+class NYX_API NYX_TRANSFORM;
+
+#endif
