@@ -34,7 +34,7 @@ install(TARGETS nyx nyx_report nyx_barebones nyx_internal_headers EXPORT nyx-tar
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY tools/cpp/nyx/memory tools/cpp/nyx/names
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/nyx_internal
-  FILES_MATCHING PATTERN "*.h")
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
 install(EXPORT nyx-targets NAMESPACE nyx:: DESTINATION ${nyx_package_dir})
 
 configure_package_config_file(cmake/nyx-config.cmake.in ${PROJECT_BINARY_DIR}/nyx-config.cmake

@@ -15,6 +15,7 @@ COMPILER = None
 
 SOURCE = """
 #include <map>
+#include <ostream>
 #include <vector>
 #define API __attribute__((visibility("default")))
 struct API NYX_BASE { virtual ~NYX_BASE(); virtual int get() const; };
@@ -27,6 +28,9 @@ template <class T> struct API NYX_BOX { static const T EMPTY; template <class U>
 template <class T> const T NYX_BOX<T>::EMPTY{};
 template struct NYX_BOX<int>; template API long NYX_BOX<int>::as<long>() const &;
 namespace NYX_REPORT { namespace detail { API void fail() {} } API int &counter() { static int value = 0; return value; } }
+namespace NYX { struct API algorithm { virtual ~algorithm(); }; algorithm::~algorithm() = default; }
+API std::ostream &operator<<(std::ostream &out, const NYX_BASE &) { return out; }
+API bool operator==(const NYX_BASE &, int) { return true; }
 API void nyx_raise(const std::vector<NYX_BASE *> &) {}
 extern "C" API int nyx_version() { return 1; }
 extern "C" { API int NYX_TABLE[2] = {}; }
@@ -58,6 +62,12 @@ class ExportedSymbols(unittest.TestCase):
 
     def test_a_namespace_of_another_name_is_noticed(self):
         self.assertEqual(self.foreign(SOURCE + "namespace boost { API void NYX_HOOK() {} }"), ["boost::NYX_HOOK()"])
+
+    def test_an_operator_on_types_of_others_is_noticed(self):
+        self.assertEqual(self.foreign(SOURCE + "API std::ostream &operator<<(std::ostream &out, const std::vector<NYX_BASE *> &)"
+                                               " { return out; }"),
+                         ["operator<<(std::basic_ostream<char, std::char_traits<char> >&,"
+                          " std::vector<NYX_BASE*, std::allocator<NYX_BASE*> > const&)"])
 
     def test_an_instantiation_of_the_standard_library_is_noticed(self):
         foreign = self.foreign(SOURCE + "API void nyx_fill(std::map<int, NYX_BASE *> &all) { all[1] = nullptr; }")

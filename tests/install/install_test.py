@@ -73,7 +73,8 @@ class Install(unittest.TestCase):
 
     def test_all_public_and_storage_headers_are_there(self):
         def headers(base, *folders):
-            return {path.relative_to(base).as_posix() for folder in folders for path in (base / folder).rglob("*.h")}
+            return {path.relative_to(base).as_posix() for folder in folders for path in (base / folder).rglob("*")
+                    if path.suffix in (".h", ".def")}
 
         include = self.prefix / "include"
         public = headers(SOURCE / "tools/cpp/h", ".")
