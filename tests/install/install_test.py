@@ -95,7 +95,7 @@ class Install(unittest.TestCase):
         run("cmake", "--build", self.work / "find_package")
         self.expect_output(self.work / "find_package" / "consumer")
         self.assertEqual(run(self.work / "find_package" / "reporter"), "no design\n")
-        self.assertEqual(run(self.work / "find_package" / "inspector"), "42 1\n")
+        self.assertEqual(run(self.work / "find_package" / "inspector"), "data[7] 1\n")
 
     def test_find_package_refuses_another_version(self):
         self.expect_refusal('"nyx" that is compatible with requested version "0.2"', "other_version", "-DNYX_VERSION=0.2")

@@ -29,7 +29,7 @@ class SourceTree(unittest.TestCase):
     def test_programs_of_the_outer_build_work(self):
         self.assertEqual(run(WORK / "consumer"), (CONSUMER / "expected.txt").read_text())
         self.assertEqual(run(WORK / "reporter"), "no design\n")
-        self.assertEqual(run(WORK / "inspector"), "42 1\n")
+        self.assertEqual(run(WORK / "inspector"), "data[7] 1\n")
 
     def test_no_test_of_nyx_shows_in_the_outer_build(self):
         self.assertIn("Total Tests: 0", run("ctest", "--test-dir", WORK, "-N"))

@@ -1,19 +1,29 @@
-// A tool that reads storage: a self-relative pointer survives a byte copy of all that it lies in.
-#include <memory/nyx_serialization.h>
+// A tool that reads storage: a table in a segment is found at the same offset in a copy of the segment's bytes, and works.
+#include <memory/nyx_column.h>
+#include <memory/nyx_segment.h>
+#include <names/nyx_name_mgr.h>
 
-#include <cstring>
 #include <iostream>
+#include <string>
 
-struct IMAGE {
-    NYX_FAST_OFFSET_PTR<int> pointer;
-    int target = 42;
+struct TABLE {
+    explicit TABLE(NYX_SEGMENT_MANAGER *manager) : names(manager), rows(this, manager) {}
+
+    NYX_NAME_MANAGER names;
+    NYX_FREE_LIST_COLUMN<NYX_PAGE<NYX_NAME_ID, NYX_NET_ID, 1>> rows;
 };
 
 int main() {
-    IMAGE image;
-    image.pointer = &image.target;
-    alignas(IMAGE) unsigned char copy[sizeof(IMAGE)];
-    std::memcpy(copy, &image, sizeof(IMAGE));
-    const auto *moved = reinterpret_cast<const IMAGE *>(copy);
-    std::cout << *moved->pointer << ' ' << (moved->pointer.get() == &moved->target) << '\n';
+    NYX_SEGMENT segment(1 << 20);
+    auto *const table = segment.get_segment_manager()->construct<TABLE>("table")(segment.get_segment_manager());
+    bool fresh_page = false;
+    NYX_NAME_ID *const row = table->rows.allocate(fresh_page);
+    *row = table->names.get_id("data[7]");
+    const NYX_NET_ID id = table->rows.get_id(row);
+
+    const NYX_SEGMENT copy(segment, 0);
+    const auto *moved = reinterpret_cast<const TABLE *>(copy.data() + (reinterpret_cast<char *>(table) - segment.data()));
+    std::string name;
+    moved->names.find_name(*moved->rows.get(id), name);
+    std::cout << name << ' ' << (moved != table) << '\n';
 }
