@@ -23,7 +23,9 @@ struct VALUES {
 
 static VALUES values;
 
-[[gnu::noinline]] void stop_here() { asm volatile(""); }
+[[gnu::noinline]] void stop_here() {
+    asm volatile("");
+}
 
 int main() {
     stop_here();

@@ -1,4 +1,5 @@
-// A tool that reads storage: a table in a segment is found at the same offset in a copy of the segment's bytes, and works.
+// A tool that reads storage: a table in a segment is found at the same offset in a copy of the segment's bytes, and
+// works.
 #include <memory/nyx_column.h>
 #include <memory/nyx_segment.h>
 #include <names/nyx_name_mgr.h>
@@ -22,7 +23,8 @@ int main() {
     const NYX_NET_ID id = table->rows.get_id(row);
 
     const NYX_SEGMENT copy(segment, 0);
-    const auto *moved = reinterpret_cast<const TABLE *>(copy.data() + (reinterpret_cast<char *>(table) - segment.data()));
+    const auto *moved =
+        reinterpret_cast<const TABLE *>(copy.data() + (reinterpret_cast<char *>(table) - segment.data()));
     std::string name;
     moved->names.find_name(*moved->rows.get(id), name);
     std::cout << name << ' ' << (moved != table) << '\n';
