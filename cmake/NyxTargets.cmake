@@ -22,6 +22,12 @@ if(NYX_COVERAGE)
   target_link_options(nyx_compile_options INTERFACE --coverage)
 endif()
 
+if(NYX_FUZZ)
+  # The library's branches guide the fuzzer; the targets alone link its main program.
+  target_compile_options(nyx_compile_options INTERFACE -fsanitize=fuzzer-no-link)
+  target_link_options(nyx_compile_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # nyx_add_library(NAME SOURCES ... HEADERS ... [LINK ...]): a shared, versioned, installed library nyx::NAME. Its public
 # headers are a header set: each is also compiled alone by the target all_verify_interface_header_sets.
 function(nyx_add_library name)
