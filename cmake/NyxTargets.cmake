@@ -9,6 +9,7 @@ target_compile_options(nyx_compile_options INTERFACE
   -fno-strict-aliasing
   # A row's storage keeps its meaning outside the life of the C++ object on it.
   $<$<CXX_COMPILER_ID:GNU>:-flifetime-dse=1>
+  # Calls inside the library stay inside it, and may be inlined; nyx_report alone is meant to be replaced.
   # Texts of failures name a source below the project, whatever the folder it was built in.
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
@@ -67,6 +68,6 @@ endfunction()
 function(nyx_add_bench name)
   cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
-  target_link_libraries(${name} PRIVATE nyx_internal benchmark::benchmark ${arg_LINK})
+  target_link_libraries(${name} PRIVATE nyx_internal nyx_bench_support ${arg_LINK})
   set_property(GLOBAL APPEND PROPERTY NYX_BENCHMARKS ${name})
 endfunction()
