@@ -467,6 +467,7 @@ void *NYX_VALLOC::expand_backward(void *ptr, size_type needed, size_type held, s
     if (forward_too && !next->m_allocated)
         held += next->m_size * Alignment;
     const size_type step = std::lcm(multiple, Alignment);
+    NYX_CHECK(step != 0);
     const size_type distance = needed <= held ? 0 : (needed - held + step - 1) / step * step;
     const size_type prev_bytes = prev->m_size * Alignment;
     const bool split = prev_bytes >= distance + BlockCtrlBytes;
