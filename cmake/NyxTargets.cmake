@@ -37,11 +37,16 @@ function(nyx_add_library name)
     VERIFY_INTERFACE_HEADER_SETS ON)
 endfunction()
 
-# nyx_add_test(NAME SOURCES ...): one GoogleTest program that sees the library's internals; every test in it is a CTest.
+# nyx_add_test(NAME SOURCES ... [LINK ...] [LINK_ONLY ...]): one GoogleTest program that sees the library's internals; every
+# test in it is a CTest. LINK_ONLY names the libraries to link in place of the internals.
 function(nyx_add_test name)
-  cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(arg "" "" "SOURCES;LINK;LINK_ONLY" ${ARGN})
+  if(NOT arg_LINK_ONLY)
+    set(arg_LINK_ONLY nyx_internal)
+  endif()
   add_executable(${name} ${arg_SOURCES})
-  target_link_libraries(${name} PRIVATE nyx_internal nyx_test_support GTest::gtest GTest::gtest_main ${arg_LINK})
+  target_link_libraries(${name} PRIVATE
+    nyx_compile_options ${arg_LINK_ONLY} nyx_test_support GTest::gtest GTest::gtest_main ${arg_LINK})
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 900)
 endfunction()
 

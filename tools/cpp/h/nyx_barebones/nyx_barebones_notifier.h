@@ -3,9 +3,9 @@
 
 #include <cstddef>
 
-/// Is told of the blocks that the typed allocators and the pages take from segments and give back, for a program's memory
-/// accounting. It stands in a library of its own, libnyx_barebones, that a program may replace by one with the same two
-/// symbols. By default both calls do nothing unless a listener is set.
+/// Is told of the blocks that the typed allocators and the pages take from segments and give back, for a program's
+/// memory accounting. It stands in a library of its own, libnyx_barebones, that a program may replace by one with the
+/// same two symbols. By default both calls do nothing unless a listener is set.
 ///
 /// Nothing is told when a segment is released as a whole, although every block of a loaded segment is reported at load.
 class __attribute__((visibility("default"))) NYX_BAREBONES_NOTIFIER {

@@ -3,8 +3,8 @@
 
 /// \file
 /// The exceptions that the library throws, and the two helpers that raise those for callers' mistakes and failed
-/// operations. All are thrown by value and caught by reference. Exhausted segment memory is not among them: it surfaces as
-/// boost::interprocess::bad_alloc.
+/// operations. All are thrown by value and caught by reference. Exhausted segment memory is not among them: it surfaces
+/// as boost::interprocess::bad_alloc.
 
 #include "nyx_report/nyx_report.h"
 
@@ -50,8 +50,9 @@ public:
     /// What was being done to the file.
     enum OPERATION : unsigned int { READ = 0, WRITE = 1, RENAME = 2 };
 
-    /// Checks that `code` is set: a stream that failed without a system error is std::io_errc::stream.
-    NYX_FILE_IO_EXCEPTION(const std::string &path, std::error_code code, unsigned int operation);
+    /// Ends the run unless `error_code` is set ("error_code") and `operation` is one of OPERATION
+    /// ("operation <= RENAME"). A stream that failed without a system error is std::io_errc::stream.
+    NYX_FILE_IO_EXCEPTION(const std::string &path, std::error_code error_code, unsigned int operation);
     ~NYX_FILE_IO_EXCEPTION() override;
 
     const std::string &path() const noexcept { return m_path; }
@@ -64,7 +65,7 @@ private:
     unsigned int m_operation;
 };
 
-/// A database file that can't be what a save wrote.
+/// A database file that can't be what a save wrote. The message is "NYX database "PATH" is corrupted".
 class NYX_REPORT_API NYX_DATABASE_CORRUPTED_EXCEPTION : public NYX_BASIC_EXCEPTION {
 public:
     explicit NYX_DATABASE_CORRUPTED_EXCEPTION(const std::string &path);
@@ -76,7 +77,8 @@ private:
     std::string m_path;
 };
 
-/// A database file of another version of the format.
+/// A database file of another version of the format. The message is "NYX database "PATH" created using
+/// NYX_MANAGED_SERIALISED_FILE version FOUND is not compatible with current version EXPECTED".
 class NYX_REPORT_API NYX_DATABASE_OLD_VERSION_EXCEPTION : public NYX_BASIC_EXCEPTION {
 public:
     NYX_DATABASE_OLD_VERSION_EXCEPTION(const std::string &path, unsigned int expected_version,
@@ -95,8 +97,9 @@ private:
 
 /// \name Raise helpers
 /// Throw the exception that the name tells, with `text` and behind it " from function FUNCTION in FILE@LINE". With the
-/// environment variable NYX_ASSERT_ACCESS set to a non-empty value at the time of the call they fail a check instead, so
-/// that a debugger finds the stack intact. Called through the macros below, which supply the place.
+/// environment variable NYX_ASSERT_ACCESS set to a non-empty value at the time of the call they fail a check with the
+/// expression "0" and that text instead, so that a debugger finds the stack intact. Called through the macros below,
+/// which supply the place.
 /// \{
 [[noreturn]] NYX_REPORT_API void nyx_raise_invalid_argument(const std::string &text, const char *function,
                                                             const char *file, int line);
