@@ -2,15 +2,17 @@
 #define NYX_DEFS_H
 
 /// \file
-/// Row identifiers: the typed 32-bit numbers by which the rows of a database refer to one another.
+/// Row identifiers, the typed 32-bit numbers by which the rows of a database refer to one another, and what goes with them.
 
 #include "nyx/nyx_api.h"
 #include "nyx/nyx_fwd.h"
 
 #include <compare>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <limits>
+#include <string>
 #include <type_traits>
 
 /// The identifier of a row: row N of the table for T has identifier N. T is a tag that keeps the identifiers of different
@@ -111,6 +113,12 @@ using NYX_BYTE1_TRAIT_ID = NYX_ID<NYX_BYTE1_TRAIT, unsigned int>;
 using NYX_BYTE4_TRAIT_ID = NYX_ID<NYX_BYTE4_TRAIT, unsigned int>;
 using NYX_BYTE8_TRAIT_ID = NYX_ID<NYX_BYTE8_TRAIT, unsigned int>;
 using NYX_NAME_ID = NYX_ID<NYX_NAME, unsigned int>;
+
+/// One part of a stored layout: the number of its version, or a hash of them, and its name.
+struct NYX_API NYX_SCHEMA_MEMBER {
+    std::uint64_t id;
+    std::string name;
+};
 
 static_assert(sizeof(NYX_NET_ID) == 4 && sizeof(NYX_NAME_ID) == 4);
 static_assert(std::is_trivially_copyable_v<NYX_NET_ID> && std::is_trivially_copyable_v<NYX_NAME_ID>);

@@ -1,0 +1,69 @@
+#include "memory/nyx_segment.h"
+
+#include "memory/nyx_sanitizer.h"
+#include "memory/nyx_virtual_memory.h"
+#include "nyx_report/nyx_report_exception.h"
+
+#include <algorithm>
+#include <limits>
+
+using NYX::MEM_ALGO::segment_algorithm;
+
+namespace {
+
+constexpr std::size_t s_control_bytes = sizeof(NYX_SEGMENT_MANAGER);
+static_assert(sizeof(segment_algorithm) == 104);
+
+// What a segment may grow by at once: nothing, or room for a block.
+std::size_t usable_extra(const NYX_SEGMENT &segment, std::size_t extra) {
+    if (extra > std::numeric_limits<std::size_t>::max() - segment.algorithm().get_size())
+        return extra;
+    return extra < segment_algorithm::BlockCtrlBytes ? 0 : extra;
+}
+
+} // namespace
+
+NYX_SEGMENT::NYX_SEGMENT(std::size_t size) : m_size(size), m_data(nullptr), m_manager(nullptr) {
+    if (size < segment_algorithm::MinSegmentBytes)
+        NYX_RAISE_RUNTIME_ERROR("NYX_SEGMENT::NYX_SEGMENT", "Failed to create managed segment");
+    m_data = NYX::VIRTUAL_MEMORY::reserve_and_commit(size, s_control_bytes);
+    try {
+        m_manager = new (m_data) NYX_SEGMENT_MANAGER(size);
+    } catch (...) {
+        NYX::VIRTUAL_MEMORY::release(m_data, m_size);
+        throw;
+    }
+}
+
+NYX_SEGMENT::NYX_SEGMENT(const NYX_SEGMENT &other, std::size_t extra)
+    : m_size(other.algorithm().get_size() + usable_extra(other, extra)), m_data(nullptr), m_manager(nullptr) {
+    m_data = NYX::VIRTUAL_MEMORY::reserve_and_commit(m_size, 0);
+    m_manager = reinterpret_cast<NYX_SEGMENT_MANAGER *>(m_data);
+    try {
+        other.algorithm().clone(std::span<char>(m_data, m_size));
+        if (m_size != algorithm().get_size())
+            algorithm().grow(m_size - algorithm().get_size());
+    } catch (...) {
+        NYX::VIRTUAL_MEMORY::release(m_data, m_size);
+        throw;
+    }
+}
+
+NYX_SEGMENT::~NYX_SEGMENT() {
+    if (m_manager != nullptr)
+        release_range(m_manager, m_size);
+}
+
+NYX_SEGMENT_MANAGER *NYX_SEGMENT::detach() {
+    NYX_SEGMENT_MANAGER *const manager = m_manager;
+    m_manager = nullptr;
+    m_data = nullptr;
+    return manager;
+}
+
+void NYX_SEGMENT::release_range(NYX_SEGMENT_MANAGER *manager, std::size_t size) {
+    // The addresses may be handed out again at once, and their next owner starts with clean shadow memory.
+    if constexpr (NYX::SANITIZER::s_enabled)
+        NYX::SANITIZER::unpoison(manager, std::min<std::size_t>(nyx_get_algorithm(manager)->get_committed(), size));
+    NYX::VIRTUAL_MEMORY::release(manager, size);
+}

@@ -1,0 +1,299 @@
+#include "names/nyx_name_mgr.h"
+
+#include "memory/nyx_type_name.h"
+#include "names/nyx_name_mgr_impl.h"
+#include "nyx_report/nyx_report_exception.h"
+
+#include <boost/interprocess/exceptions.hpp>
+
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using STRINGS = NYX_NAME_MANAGER_IMPL::STRINGS;
+using NAMESPACE = NYX_NAME_MANAGER_IMPL::NAMESPACE;
+using COUNTS = NYX_NAME_MANAGER_IMPL::COUNTS;
+
+constexpr unsigned s_schema_version = 3;
+constexpr unsigned s_bus_bit = 0x80000000u;
+constexpr unsigned s_bus_name_mask = 0x7FFFFFu;
+
+const char *checked(const char *name) {
+    NYX_CHECK(name != nullptr);
+    return name;
+}
+
+NYX_NAME_ID find_interned(const NAMESPACE &names, std::string_view text) {
+    const auto found = names.find(text, NYX_NAME_HASH(), NYX_NAME_EQUAL());
+    return found == names.end() ? NYX_NAME_ID::INVALID : found->second;
+}
+
+// A string with its NUL in a block of its own.
+NYX_NAME_STRING_PTR store_string(NYX_SEGMENT_MANAGER *manager, std::string_view text) {
+    const auto block = NYX_SEGMENT_ALLOCATOR<char>(manager).allocate(text.size() + 1);
+    char *const copy = block.get();
+    std::memcpy(copy, text.data(), text.size());
+    copy[text.size()] = '\0';
+    return NYX_NAME_STRING_PTR(copy);
+}
+
+void free_string(NYX_SEGMENT_MANAGER *manager, const NYX_NAME_STRING_PTR &string) {
+    NYX_SEGMENT_ALLOCATOR<char>(manager).deallocate(const_cast<char *>(string.get()), 0);
+}
+
+void free_strings(NYX_SEGMENT_MANAGER *manager, STRINGS &strings) {
+    for (const NYX_NAME_STRING_PTR &string : strings)
+        free_string(manager, string);
+    strings.clear();
+}
+
+// Adds a name that isn't there. Nothing of it is left when the segment is full.
+NYX_NAME_ID add_name(NYX_SEGMENT_MANAGER *manager, STRINGS &strings, NAMESPACE &names, std::string_view text) {
+    const NYX_NAME_ID id(static_cast<unsigned>(strings.size()));
+    strings.emplace_back();
+    try {
+        strings.back() = store_string(manager, text);
+        names.emplace(strings.back(), id);
+    } catch (...) {
+        free_string(manager, strings.back());
+        strings.pop_back();
+        throw;
+    }
+    return id;
+}
+
+NYX_NAME_ID bus_bit_id(NYX_NAME_ID base, unsigned bit) {
+    return NYX_NAME_ID(s_bus_bit | (bit << 23) | (base.get() & s_bus_name_mask));
+}
+
+// A base name's identifier has to leave room for the bit, and the last one would make INVALID of bit 255.
+void check_bus_name_index(NYX_NAME_ID id) {
+    NYX_CHECK_MSG(!id.fields.bus.is_bus, "Bus id overflow");
+    NYX_CHECK_AS(id.fields.bus.bus_index == 0 && id.get() != s_bus_name_mask, "fields.bus.bus_index == 0",
+                 "Bus id overflow");
+}
+
+bool is_bus_bit_id(NYX_NAME_ID id) { return id.fields.bus.is_bus; }
+
+const COUNTS &counts_for(const NYX_NAME_MANAGER_IMPL &impl, NYX_NAME_ID id) {
+    return is_bus_bit_id(id) ? impl.bus_id_count : impl.id_count;
+}
+
+// What a hash map takes of the segment: its buckets, with the one that heads the list, and a block a node.
+template <class MAP>
+long map_bytes(const MAP &map) {
+    constexpr std::size_t node_bytes = 2 * sizeof(void *) + sizeof(typename MAP::value_type);
+    const std::size_t bucket_bytes = map.empty() ? 0 : (map.bucket_count() + 1) * sizeof(void *);
+    return static_cast<long>(map.size() * node_bytes + bucket_bytes);
+}
+
+long vector_bytes(const STRINGS &strings) {
+    return static_cast<long>(strings.capacity() * sizeof(NYX_NAME_STRING_PTR));
+}
+
+long string_bytes(const STRINGS &strings) {
+    long result = 0;
+    for (const NYX_NAME_STRING_PTR &string : strings)
+        result += static_cast<long>(std::strlen(string.get()) + 1);
+    return result;
+}
+
+} // namespace
+
+bool nyx_split_bus_bit(std::string_view name, std::string_view &base, unsigned &bit) {
+    if (name.size() < 4 || name.back() != ']')
+        return false;
+    // Back over the digits. The value saturates, so that no number of digits can wrap into a bit.
+    unsigned value = 0;
+    unsigned weight = 1;
+    std::size_t at = name.size() - 1;
+    for (; at > 0 && name[at - 1] >= '0' && name[at - 1] <= '9'; --at) {
+        value = std::min(value + static_cast<unsigned>(name[at - 1] - '0') * weight, 256u);
+        weight = std::min(weight * 10, 1000u);
+    }
+    if (at == name.size() - 1 || at == 0 || name[at - 1] != '[' || value > 255)
+        return false;
+    base = name.substr(0, at - 1);
+    bit = value;
+    return true;
+}
+
+NYX_NAME_MANAGER_IMPL::NYX_NAME_MANAGER_IMPL(NYX_SEGMENT_MANAGER *manager)
+    : id_reverse_lookup(manager)
+    , id_namespace(NYX_SEGMENT_INITIAL_BUCKETS, NYX_NAME_HASH(), NYX_NAME_EQUAL(), manager)
+    , id_count(NYX_SEGMENT_INITIAL_BUCKETS, COUNTS::hasher(), COUNTS::key_equal(), manager)
+    , bus_id_reverse_lookup(manager)
+    , bus_id_namespace(NYX_SEGMENT_INITIAL_BUCKETS, NYX_NAME_HASH(), NYX_NAME_EQUAL(), manager)
+    , bus_id_count(NYX_SEGMENT_INITIAL_BUCKETS, COUNTS::hasher(), COUNTS::key_equal(), manager)
+    , segment(manager) {}
+
+NYX_NAME_MANAGER_IMPL::~NYX_NAME_MANAGER_IMPL() { clear(); }
+
+void NYX_NAME_MANAGER_IMPL::clear() {
+    // The maps refer to the strings, and neither reads them to be emptied.
+    id_namespace.clear();
+    bus_id_namespace.clear();
+    id_count.clear();
+    bus_id_count.clear();
+    free_strings(segment.get(), id_reverse_lookup);
+    free_strings(segment.get(), bus_id_reverse_lookup);
+}
+
+const char *NYX_NAME_MANAGER_IMPL::find_string(NYX_NAME_ID id) const {
+    const STRINGS &strings = is_bus_bit_id(id) ? bus_id_reverse_lookup : id_reverse_lookup;
+    const unsigned index = is_bus_bit_id(id) ? unsigned(id.fields.bus.name_index) : id.get();
+    return index < strings.size() ? strings[index].get() : nullptr;
+}
+
+NYX_NAME_MANAGER::NYX_NAME_MANAGER(NYX_SEGMENT_MANAGER *segment_manager)
+    : m_impl(segment_manager->construct<NYX_NAME_MANAGER_IMPL>(boost::interprocess::anonymous_instance)(
+          segment_manager)) {}
+
+NYX_NAME_MANAGER::~NYX_NAME_MANAGER() { m_impl->segment->destroy_ptr(m_impl.get()); }
+
+NYX_NAME_ID NYX_NAME_MANAGER::get_id(const char *name) {
+    NYX_NAME_MANAGER_IMPL &impl = *m_impl;
+    const std::string_view text = checked(name);
+    std::string_view base;
+    unsigned bit = 0;
+    if (!nyx_split_bus_bit(text, base, bit)) {
+        const NYX_NAME_ID id = find_interned(impl.id_namespace, text);
+        return id != NYX_NAME_ID::INVALID
+                   ? id
+                   : add_name(impl.segment.get(), impl.id_reverse_lookup, impl.id_namespace, text);
+    }
+    NYX_NAME_ID id = find_interned(impl.bus_id_namespace, base);
+    if (id == NYX_NAME_ID::INVALID) {
+        check_bus_name_index(NYX_NAME_ID(static_cast<unsigned>(impl.bus_id_reverse_lookup.size())));
+        id = add_name(impl.segment.get(), impl.bus_id_reverse_lookup, impl.bus_id_namespace, base);
+    }
+    return bus_bit_id(id, bit);
+}
+
+NYX_NAME_ID NYX_NAME_MANAGER::find_id(const char *name) const {
+    const NYX_NAME_MANAGER_IMPL &impl = *m_impl;
+    const std::string_view text = checked(name);
+    std::string_view base;
+    unsigned bit = 0;
+    if (!nyx_split_bus_bit(text, base, bit))
+        return find_interned(impl.id_namespace, text);
+    const NYX_NAME_ID id = find_interned(impl.bus_id_namespace, base);
+    return id == NYX_NAME_ID::INVALID ? id : bus_bit_id(id, bit);
+}
+
+bool NYX_NAME_MANAGER::find_name(NYX_NAME_ID id, std::string &name) const {
+    if (id == NYX_NAME_ID::INVALID) {
+        name.clear();
+        return false;
+    }
+    const char *const string = m_impl->find_string(id);
+    if (string == nullptr)
+        return false;
+    name = string;
+    if (is_bus_bit_id(id))
+        name.append("[").append(std::to_string(id.fields.bus.bus_index)).append("]");
+    return true;
+}
+
+NYX_NAME_COUNT NYX_NAME_MANAGER::get_id_count(NYX_NAME_ID id) const {
+    nyx_check_id(id);
+    const COUNTS &counts = counts_for(*m_impl, id);
+    const auto found = counts.find(id);
+    return found == counts.end() ? NYX_NAME_COUNT(0) : found->second;
+}
+
+NYX_NAME_COUNT NYX_NAME_MANAGER::increase_id_count(NYX_NAME_ID id) {
+    nyx_check_id(id);
+    COUNTS &counts = is_bus_bit_id(id) ? m_impl->bus_id_count : m_impl->id_count;
+    NYX_NAME_COUNT &count = counts.emplace(id, NYX_NAME_COUNT(0)).first->second;
+    const NYX_NAME_COUNT old = count;
+    if (old == NYX_NAME_COUNT::INVALID) {
+        std::string name;
+        find_name(id, name);
+        NYX_RAISE_RUNTIME_ERROR("NYX_NAME_MANAGER::increase_id_count", "Name index overflow for name: " + name + "\n");
+    }
+    count = NYX_NAME_COUNT(old.get() + 1);
+    return old;
+}
+
+void NYX_NAME_MANAGER::clear() { m_impl->clear(); }
+
+void NYX_NAME_MANAGER::shrink_to_fit() {
+    m_impl->id_reverse_lookup.shrink_to_fit();
+    m_impl->bus_id_reverse_lookup.shrink_to_fit();
+}
+
+NYX_TYPE_STATS NYX_NAME_MANAGER::get_stats() const {
+    const NYX_NAME_MANAGER_IMPL &impl = *m_impl;
+    NYX_TYPE_STATS stats("NYX_NAME_MANAGER", -1, -1);
+    const auto add = [&stats](const char *field, long bytes) {
+        stats.add_field_stats(NYX_FIELD_STATS(field, bytes, -1, 0));
+    };
+    add("id_namespace", map_bytes(impl.id_namespace));
+    add("id_reverse_lookup", vector_bytes(impl.id_reverse_lookup));
+    add("id_count", map_bytes(impl.id_count));
+    add("bus_id_namespace", map_bytes(impl.bus_id_namespace));
+    add("bus_id_reverse_lookup", vector_bytes(impl.bus_id_reverse_lookup));
+    add("bus_id_count", map_bytes(impl.bus_id_count));
+    add("name strings", string_bytes(impl.id_reverse_lookup));
+    add("bus name strings", string_bytes(impl.bus_id_reverse_lookup));
+    return stats;
+}
+
+std::size_t NYX_NAME_MANAGER::get_size() const {
+    return m_impl->id_reverse_lookup.size() + m_impl->bus_id_reverse_lookup.size();
+}
+
+bool NYX_NAME_MANAGER::ascii_dump(const std::string &path) const {
+    namespace fs = std::filesystem;
+    const fs::path parent = fs::path(path).parent_path();
+    std::error_code error;
+    if (!parent.empty() && !fs::exists(parent, error) && !fs::create_directory(parent, error)) {
+        NYX_REPORT::err("Couldn't create directory: %s\n", parent.c_str());
+        return false;
+    }
+    std::ofstream out(path);
+    if (!out) {
+        NYX_REPORT::err("Couldn't open file for write: %s\n", path.c_str());
+        return false;
+    }
+    for (const NYX_NAME_STRING_PTR &name : m_impl->id_reverse_lookup)
+        out << name.get() << '\n';
+    for (const NYX_NAME_STRING_PTR &name : m_impl->bus_id_reverse_lookup)
+        out << "BUS: " << name.get() << '\n';
+    out.close();
+    if (!out) {
+        NYX_REPORT::err("Couldn't write file: %s\n", path.c_str());
+        return false;
+    }
+    NYX_REPORT::info("Wrote file: %s\n", path.c_str());
+    return true;
+}
+
+std::uint64_t NYX_NAME_MANAGER::get_schema_id(std::vector<NYX_SCHEMA_MEMBER> *members) {
+    if (members != nullptr)
+        members->push_back(NYX_SCHEMA_MEMBER{s_schema_version, "NYX_NAME_MANAGER"});
+    return s_schema_version;
+}
+
+NYX_NAME_MANAGER *NYX_NAME_MANAGER::test_manager(std::size_t size) {
+    NYX_SEGMENT segment(size);
+    NYX_SEGMENT_MANAGER *const manager = segment.get_segment_manager();
+    void *const handle = manager->allocate(sizeof(NYX_NAME_MANAGER));
+    NYX_NAME_MANAGER *const names = new (handle) NYX_NAME_MANAGER(manager);
+    segment.detach();
+    return names;
+}
+
+void NYX_NAME_MANAGER::operator delete(NYX_NAME_MANAGER *manager, std::destroying_delete_t) {
+    NYX_SEGMENT_MANAGER *const segment = manager->m_impl->segment.get();
+    const std::size_t size = segment->get_size();
+    const auto begin = reinterpret_cast<std::uintptr_t>(segment);
+    const bool stands_alone = reinterpret_cast<std::uintptr_t>(manager) - begin < size;
+    manager->~NYX_NAME_MANAGER();
+    if (stands_alone)
+        NYX_SEGMENT::release_range(segment, size);
+    else
+        ::operator delete(static_cast<void *>(manager));
+}
