@@ -45,7 +45,16 @@ public:
     static_assert(sizeof(ID) == 4);
     static_assert(alignof(T) <= s_head_size / 2, "rows start 16 bytes into the page");
     static_assert(!FLAG || sizeof(T) >= sizeof(std::uint16_t), "a free row holds a link");
-    static_assert(s_capacity > 0);
+    static_assert(s_capacity > 1);
+
+    /// Number of the page in its column that holds an identifier: id / s_capacity, as one multiplication by the reciprocal
+    /// in units of 2^-64, which is exact for 32-bit identifiers. A compiler's division by a constant takes seven steps for
+    /// some capacities, and this stands on the way to every row.
+    static constexpr std::uint32_t page_number_of(ID id) {
+        __extension__ using uint128 = unsigned __int128;
+        constexpr std::uint64_t reciprocal = ~std::uint64_t(0) / s_capacity + 1;
+        return static_cast<std::uint32_t>((static_cast<uint128>(reciprocal) * id.get()) >> 64);
+    }
 
     /// Builds a page in 4088 bytes at a multiple of 4096. All rows are in T's initial state, and free where the page has a
     /// free list.
@@ -97,6 +106,9 @@ public:
         return &m_data[index_within_page];
     }
     const T *get(int index_within_page) const { return const_cast<NYX_PAGE *>(this)->get(index_within_page); }
+
+    /// The same for a slot that is known to be in the page.
+    T *get_unchecked(unsigned slot) { return &m_data[slot]; }
 
     /// The slot of a row, from its address.
     unsigned get_index(const T *row) const {

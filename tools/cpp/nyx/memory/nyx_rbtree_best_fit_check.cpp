@@ -12,9 +12,13 @@ namespace {
 
 template <class... ARGS>
 std::string fault(const char *format, ARGS... args) {
-    char text[256];
-    std::snprintf(text, sizeof(text), format, args...);
-    return text;
+    if constexpr (sizeof...(args) == 0) {
+        return format;
+    } else {
+        char text[256];
+        std::snprintf(text, sizeof(text), format, args...);
+        return text;
+    }
 }
 
 } // namespace

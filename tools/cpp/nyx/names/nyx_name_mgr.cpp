@@ -25,9 +25,31 @@ const char *checked(const char *name) {
     return name;
 }
 
+// Whether the interned string is `text`, which holds no NUL. Compares words: a string's block is a whole number of them, and
+// a word that lies in it is read only after all words before it were equal, that is, not beyond the string's NUL.
+bool is_string(const char *string, std::string_view text) {
+    const char *at = text.data();
+    std::size_t left = text.size();
+    std::uint64_t a;
+    std::uint64_t b;
+    for (; left >= sizeof(a); left -= sizeof(a), at += sizeof(a), string += sizeof(a)) {
+        std::memcpy(&a, at, sizeof(a));
+        std::memcpy(&b, string, sizeof(b));
+        if (a != b)
+            return false;
+    }
+    a = 0;
+    std::memcpy(&a, at, left);
+    std::memcpy(&b, string, sizeof(b));
+    // The NUL and what is in front of it.
+    return ((a ^ b) << (7 - left) * 8) == 0;
+}
+
 NYX_NAME_ID find_interned(const NAMESPACE &names, std::string_view text) {
-    const auto found = names.find(text, NYX_NAME_HASH(), NYX_NAME_EQUAL());
-    return found == names.end() ? NYX_NAME_ID::INVALID : found->second;
+    const auto *const found = nyx_find_stored(names, NYX_NAME_HASH()(text), [text](const NAMESPACE::value_type &element) {
+        return is_string(element.first.get(), text);
+    });
+    return found == nullptr ? NYX_NAME_ID::INVALID : found->second;
 }
 
 // A string with its NUL in a block of its own.
