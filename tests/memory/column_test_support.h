@@ -43,8 +43,7 @@ using RUN_COLUMN = NYX_CHUNK_COLUMN<RUN_PAGE>;
 /// Stands for a table: lies in the segment and owns a column.
 template <class COLUMN>
 struct TEST_TABLE {
-    explicit TEST_TABLE(NYX_SEGMENT_MANAGER *manager)
-        : column(this, manager) {}
+    explicit TEST_TABLE(NYX_SEGMENT_MANAGER *manager) : column(this, manager) {}
 
     std::uint64_t word = 0;
     COLUMN column;

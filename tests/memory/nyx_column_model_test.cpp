@@ -15,8 +15,7 @@ namespace {
 template <class COLUMN>
 class MOVING_TABLE {
 public:
-    MOVING_TABLE()
-        : m_segment(std::make_unique<NYX_SEGMENT>(std::size_t(1) << 24)) {
+    MOVING_TABLE() : m_segment(std::make_unique<NYX_SEGMENT>(std::size_t(1) << 24)) {
         auto *const table = m_segment->get_segment_manager()->template construct<TEST_TABLE<COLUMN>>(
             boost::interprocess::anonymous_instance)(m_segment->get_segment_manager());
         m_offset = reinterpret_cast<char *>(table) - m_segment->data();

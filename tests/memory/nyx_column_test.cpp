@@ -167,7 +167,6 @@ TEST(Column, IdentifiersEndBeforeInvalid) {
     // 254 rows a page: 16909320 pages are 4294967280 rows, and one more page would reach past INVALID.
     EXPECT_EQ(RUN_COLUMN::first_row_index_of(16909319), 16909319u * 254);
     EXPECT_THROW(RUN_COLUMN::first_row_index_of(16909320), boost::numeric::positive_overflow);
-    // 257 rows a page would end exactly behind INVALID; 4 bytes a row, 1018 a page.
     using ID_COLUMN = NYX_COLUMN<NYX_PAGE<NYX_PORT_ID, NYX_NET_ID, false>>;
     EXPECT_EQ(ID_COLUMN::first_row_index_of(4219023), 4219023u * 1018);
     EXPECT_THROW(ID_COLUMN::first_row_index_of(4219024), boost::numeric::positive_overflow);
@@ -176,7 +175,8 @@ TEST(Column, IdentifiersEndBeforeInvalid) {
 }
 
 TEST(Column, InvalidIsNeverTheIdentifierOfARow) {
-    // One row a page and three: where the last page could end exactly at INVALID.
+    // Three rows a page divide 0xFFFFFFFF: the last page's end is just before INVALID, and the next page would start
+    // there.
     using THREE_ROWS = NYX_COLUMN<NYX_PAGE<TEST_BYTES<1200>, NYX_NET_ID, false>>;
     static_assert(THREE_ROWS::page_type::s_capacity == 3);
     const std::uint64_t last_page = 0xFFFFFFFFu / 3 - 1; // its rows end at 0xFFFFFFFE
@@ -185,12 +185,13 @@ TEST(Column, InvalidIsNeverTheIdentifierOfARow) {
 }
 
 TEST(Column, PageCountsFitAnInt) {
-    using ONE_ROW = NYX_COLUMN<NYX_PAGE<TEST_BYTES<4000>, NYX_NET_ID, false>>;
-    static_assert(ONE_ROW::page_type::s_capacity == 1);
-    EXPECT_EQ(ONE_ROW::first_row_index_of(0x7FFFFFFE), 0x7FFFFFFEu);
-    EXPECT_THROW(ONE_ROW::first_row_index_of(0x7FFFFFFF), boost::numeric::positive_overflow);
-    EXPECT_THROW(ONE_ROW::first_row_index_of(0xFFFFFFFF), boost::numeric::positive_overflow);
-    EXPECT_THROW(ONE_ROW::first_row_index_of(0x1FFFFFFFFu), boost::numeric::positive_overflow);
+    // The widest rows, two a page: the count of pages and the identifiers end together.
+    using TWO_ROWS = NYX_COLUMN<NYX_PAGE<TEST_BYTES<2036>, NYX_NET_ID, false>>;
+    static_assert(TWO_ROWS::page_type::s_capacity == 2);
+    EXPECT_EQ(TWO_ROWS::first_row_index_of(0x7FFFFFFE), 0xFFFFFFFCu);
+    EXPECT_THROW(TWO_ROWS::first_row_index_of(0x7FFFFFFF), boost::numeric::positive_overflow);
+    EXPECT_THROW(TWO_ROWS::first_row_index_of(0xFFFFFFFF), boost::numeric::positive_overflow);
+    EXPECT_THROW(TWO_ROWS::first_row_index_of(0x1FFFFFFFFu), boost::numeric::positive_overflow);
 }
 
 // ---- Rows one by one

@@ -12,9 +12,7 @@ protected:
         "(intptr_t)this->m_data <= (const intptr_t) data && (const intptr_t) data < "
         "(intptr_t)(&this->m_data[s_capacity])";
 
-    PageDeathTest()
-        : m_owner(0)
-        , m_page(LIST_PAGE::construct(m_storage, NYX_FAST_OFFSET_PTR<void>(&m_owner), 0)) {}
+    PageDeathTest() : m_owner(0), m_page(LIST_PAGE::construct(m_storage, NYX_FAST_OFFSET_PTR<void>(&m_owner), 0)) {}
 
     NYX_TEST_ROW *row_at(std::ptrdiff_t offset) { return reinterpret_cast<NYX_TEST_ROW *>(m_storage + offset); }
 

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -20,8 +21,7 @@ static_assert(sizeof(FRAME) == 4096);
 template <class PAGE>
 class PAGE_IN_FRAME {
 public:
-    explicit PAGE_IN_FRAME(unsigned first_row_index = 0)
-        : m_frame(std::make_unique<FRAME>()) {
+    explicit PAGE_IN_FRAME(unsigned first_row_index = 0) : m_frame(std::make_unique<FRAME>()) {
         std::memset(static_cast<void *>(m_frame.get()), 0xAA, sizeof(FRAME));
         m_page = PAGE::construct(m_frame->page, NYX_FAST_OFFSET_PTR<void>(&m_frame->owner), first_row_index);
     }
@@ -61,6 +61,35 @@ TEST(Page, CapacityOfTheTypesOfSecondaryColumns) {
     EXPECT_EQ((NYX_PAGE<NYX_OFFSET_PTR<int>, NYX_NET_ID, false>::s_capacity), 509u);
     EXPECT_EQ((NYX_PAGE<NYX_BOX, NYX_NET_ID, false>::s_capacity), 254u);
     EXPECT_EQ((NYX_PAGE<NYX_TRANSFORM, NYX_NET_ID, false>::s_capacity), 339u);
+}
+
+template <std::size_t WIDTH>
+void expect_page_numbers() {
+    using WIDE_PAGE = NYX_PAGE<TEST_BYTES<WIDTH>, NYX_NET_ID, false>;
+    const auto expect_number = [](std::uint64_t id) {
+        ASSERT_EQ(WIDE_PAGE::page_number_of(NYX_NET_ID(static_cast<std::uint32_t>(id))), id / WIDE_PAGE::s_capacity)
+            << id << " of rows of " << WIDTH;
+    };
+    // Around the ends of pages a wrong reciprocal shows first, and with large identifiers.
+    constexpr std::uint64_t pages = 0xFFFFFFFFu / WIDE_PAGE::s_capacity;
+    for (std::uint64_t page = 0; page <= pages; page += page < 1000 || page + 1000 > pages ? 1 : pages / 1000 + 1) {
+        const std::uint64_t first = page * WIDE_PAGE::s_capacity;
+        for (const std::uint64_t id : {first, first + 1, first + WIDE_PAGE::s_capacity - 1})
+            if (id <= 0xFFFFFFFFu)
+                expect_number(id);
+    }
+    expect_number(0xFFFFFFFEu);
+    expect_number(0xFFFFFFFFu);
+}
+
+TEST(Page, NumberOfTheIdentifiersPageIsExactForEveryWidth) {
+    [&]<std::size_t... WIDTHS>(std::index_sequence<WIDTHS...>) {
+        (expect_page_numbers<WIDTHS + 1>(), ...);
+    }
+    (std::make_index_sequence<128>());
+    expect_page_numbers<1000>();
+    expect_page_numbers<1357>();
+    expect_page_numbers<2036>();
 }
 
 TEST(Page, ConstantsAreThoseOfTheFormat) {

@@ -104,8 +104,7 @@ private:
 /// that are there already count as told of.
 class BLOCK_LEDGER final : private NYX_BAREBONES_NOTIFIER::LISTENER {
 public:
-    explicit BLOCK_LEDGER(NYX_SEGMENT &segment)
-        : m_segment(segment) {
+    explicit BLOCK_LEDGER(NYX_SEGMENT &segment) : m_segment(segment) {
         segment.algorithm().for_each_block([&](const auto &block) {
             if (block.allocated)
                 m_live.insert(segment.data() + block.offset + 16);
@@ -147,8 +146,7 @@ private:
 /// Takes all of a segment but one free block of `left` bytes (a multiple of 8, and 0 or from 32 on) for its lifetime.
 class JUNK {
 public:
-    JUNK(NYX_SEGMENT &segment, std::size_t left)
-        : m_algorithm(segment.algorithm()) {
+    JUNK(NYX_SEGMENT &segment, std::size_t left) : m_algorithm(segment.algorithm()) {
         void *const gap = left == 0 ? nullptr : m_algorithm.allocate(left);
         for (std::size_t size = std::size_t(1) << 30; size > 0; size /= 2)
             while (void *const block = m_algorithm.allocate(size))

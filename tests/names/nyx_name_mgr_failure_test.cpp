@@ -12,9 +12,7 @@ namespace {
 
 class NameManagerDeathTest : public testing::Test {
 protected:
-    NameManagerDeathTest()
-        : m_segment(std::size_t(1) << 28)
-        , m_names(m_segment.get_segment_manager()) {}
+    NameManagerDeathTest() : m_segment(std::size_t(1) << 28), m_names(m_segment.get_segment_manager()) {}
 
     // As if that many base names had been interned.
     void pretend_bus_names(std::size_t count) { m_names.get_impl().bus_id_reverse_lookup.resize(count); }
