@@ -16,6 +16,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <new>
 #include <random>
@@ -261,6 +262,47 @@ TEST(NameManager, NamesAreComparedByteByByte) {
     EXPECT_EQ(names->get_size(), std::size(different));
     EXPECT_EQ(names.name_of(names->find_id("\xe4")), "\xe4");
     EXPECT_EQ(names->find_id("A b"), NYX_NAME_ID::INVALID);
+}
+
+TEST(NameManager, NamesThatDifferInOneByteOrInLengthAreToldApart) {
+    NAMES names;
+    std::vector<std::string> different;
+    for (std::size_t length = 0; length <= 40; ++length) {
+        const std::string name(length, 'x');
+        different.push_back(name);
+        for (std::size_t at = 0; at < length; ++at) {
+            different.push_back(name);
+            different.back()[at] = '\x01';
+        }
+    }
+    for (unsigned i = 0; i < different.size(); ++i)
+        ASSERT_EQ(names->get_id(different[i].c_str()).get(), i) << different[i];
+    for (unsigned i = 0; i < different.size(); ++i) {
+        ASSERT_EQ(names->find_id(different[i].c_str()).get(), i) << different[i];
+        ASSERT_EQ(names.name_of(NYX_NAME_ID(i)), different[i]);
+    }
+}
+
+// Both texts hash to the same, so that only the comparison tells them apart.
+TEST(NameManager, NamesOfOneHashAreToldApart) {
+    std::map<std::uint64_t, std::string> seen;
+    std::string first, second;
+    for (unsigned text = 0; first.empty() && text < (1u << 24); ++text) {
+        const char bytes[] = {static_cast<char>(text % 255 + 1), static_cast<char>(text / 255 % 255 + 1),
+                              static_cast<char>(text / 65025 % 255 + 1), '\0'};
+        const auto [at, added] = seen.emplace(NYX_NAME_HASH()(std::string_view(bytes)), bytes);
+        if (!added && at->second != bytes) {
+            first = at->second;
+            second = bytes;
+        }
+    }
+    ASSERT_FALSE(first.empty());
+    NAMES names;
+    const NYX_NAME_ID id = names->get_id(first.c_str());
+    EXPECT_EQ(names->find_id(second.c_str()), NYX_NAME_ID::INVALID);
+    EXPECT_NE(names->get_id(second.c_str()), id);
+    EXPECT_EQ(names->get_id(first.c_str()), id);
+    EXPECT_EQ(names.name_of(names->find_id(second.c_str())), second);
 }
 
 TEST(NameManager, LookingUpInternsNothing) {
