@@ -38,8 +38,37 @@ class NYX_API NYX_BYTE1_TRAIT;
 class NYX_API NYX_BYTE4_TRAIT;
 class NYX_API NYX_BYTE8_TRAIT;
 
+// The rows behind the handles: opaque to callers.
+class NYX_MODULE_IMPL;
+class NYX_PORT_IMPL;
+class NYX_NET_IMPL;
+class NYX_INSTANCE_IMPL;
+class NYX_INST_PORT_IMPL;
+class NYX_INST_HEADER_IMPL;
+class NYX_PORT_BUS_IMPL;
+class NYX_NET_BUS_IMPL;
+class NYX_INSTANCE_BUS_IMPL;
+class NYX_INTERFACE_IMPL;
+class NYX_RELATIVE_OBJECT_IMPL;
+class NYX_CONSTRAINT_STMT_IMPL;
+class NYX_CONSTRAINT_ARG_IMPL;
+class NYX_CONSTRAINT_COLLECTION_IMPL;
+class NYX_SOURCE_FILE_IMPL;
+class NYX_ENTITY_IMPL;
+class NYX_SDC_CLOCK_IMPL;
+class NYX_HIER_MODULE_IMPL;
+class NYX_HIER_INSTANCE_IMPL;
+class NYX_HIER_PORT_IMPL;
+class NYX_BYTE1_TRAIT_IMPL;
+class NYX_BYTE4_TRAIT_IMPL;
+class NYX_BYTE8_TRAIT_IMPL;
+
 // Names. NYX_NAME is a tag that is never defined: a name is known by its NYX_NAME_ID alone.
 class NYX_API NYX_NAME;
+
+// Databases.
+class NYX_API NYX_DB;
+enum class NYX_DB_TYPE : unsigned char;
 
 // Values.
 class NYX_API NYX_POINT;
