@@ -221,8 +221,9 @@ public:
         : BASE(owner, manager), m_free_chunks(std::less<int>(), manager) {}
 
     /// The first row of a run of `size` rows: the smallest free chunk that holds it, else the rows behind all others.
-    /// `grew` tells whether pages were added. Rows of a chunk that is used again are as they were left. Failures as those
-    /// of grow, and only where pages have to be added; those that were are given back then. O(log free chunks), and pages.
+    /// `grew` tells whether pages were added. Rows of a chunk that is used again are as they were left. Failures as
+    /// those of grow, and only where pages have to be added; those that were are given back then. O(log free chunks)
+    /// and the pages.
     row_type *allocate_chunk(int size, bool &grew) {
         int start = try_chunk(size);
         grew = start < 0;
