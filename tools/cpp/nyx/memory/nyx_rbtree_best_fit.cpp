@@ -32,8 +32,7 @@ NYX_VALLOC::header::header(void *self, size_type size, size_type extra_hdr_bytes
     , m_reserved() {}
 
 NYX_VALLOC_TEMPLATE
-NYX_VALLOC::rbtree_best_fit_valloc(size_type size, size_type extra_hdr_bytes)
-    : m_header(this, size, extra_hdr_bytes) {
+NYX_VALLOC::rbtree_best_fit_valloc(size_type size, size_type extra_hdr_bytes) : m_header(this, size, extra_hdr_bytes) {
     const size_type first_offset = get_first_block_offset();
     const size_type segment_size = size < first_offset ? 0 : size - first_offset;
     NYX_CHECK_AS(segment_size >= (BlockCtrlBytes + EndCtrlBlockBytes),
@@ -148,8 +147,8 @@ void NYX_VALLOC::mark_free(block_ctrl *block) {
     next->m_prev_size = block->m_size;
 }
 
-// Among blocks of its size a freed one comes first: it is the next to be taken while its surroundings are in the cache. The
-// hint makes the tree search for the lower bound.
+// Among blocks of its size a freed one comes first: it is the next to be taken while its surroundings are in the cache.
+// The hint makes the tree search for the lower bound.
 NYX_VALLOC_TEMPLATE
 void NYX_VALLOC::insert_free(block_ctrl *block) {
     m_header.m_imultiset.insert(m_header.m_imultiset.begin(), *block);

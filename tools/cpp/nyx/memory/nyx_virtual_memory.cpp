@@ -65,8 +65,9 @@ char *commit(void *address, std::size_t size) {
     const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(address) + size + page - 1) & ~(page - 1);
     if (mprotect(reinterpret_cast<void *>(begin), end - begin, PROT_READ | PROT_WRITE) != 0)
         throw std::bad_alloc();
-    // A large span is worth huge pages: fewer faults while it fills, fewer misses while it is walked. Its beginning keeps
-    // small ones, so that a segment of which little is ever used stays small. Advice may be ignored, and then it is.
+    // A large span is worth huge pages: fewer faults while it fills, fewer misses while it is walked. Its beginning
+    // keeps small ones, so that a segment of which little is ever used stays small. Advice may be ignored, and then it
+    // is.
     if (end - begin >= s_huge_page_span)
         madvise(reinterpret_cast<void *>(begin + s_small_page_head), end - begin - s_small_page_head, MADV_HUGEPAGE);
     return reinterpret_cast<char *>(end);
