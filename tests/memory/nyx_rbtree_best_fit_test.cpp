@@ -347,6 +347,13 @@ TEST(AlignedAllocation, CutsABlockThatIsAlignedAlready) {
     EXPECT_EQ(segment.layout(), "a489 a512 f" + std::to_string(((1 << 16) - 168) / 8 - 2 - 489 - 512));
 }
 
+TEST(AlignedAllocation, CutsASmallSurplusOfABlockThatIsAlignedAlready) {
+    RESERVED_SEGMENT segment(size_for_units(600));
+    segment->allocate(1);
+    EXPECT_EQ(segment.offset_of(segment->allocate_aligned(100, 16)), 224u);
+    EXPECT_EQ(segment.layout(), "a5 a14 f581");
+}
+
 // How far in front of the aligned place the plain block starts decides how it is cut.
 struct CUT {
     std::size_t distance; ///< from the plain user pointer to the next multiple of 256
