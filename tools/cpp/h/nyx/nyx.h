@@ -22,6 +22,7 @@
 #include "nyx/nyx_name_style.h"
 #include "nyx/nyx_net.h"
 #include "nyx/nyx_object.h"
+#include "nyx/nyx_observer.h"
 #include "nyx/nyx_port.h"
 #include "nyx/nyx_relative_object.h"
 #include "nyx/nyx_stats.h"

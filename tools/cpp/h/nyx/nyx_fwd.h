@@ -7,6 +7,9 @@
 
 #include "nyx/nyx_api.h"
 
+// Databases.
+class NYX_API NYX_DB;
+
 // Netlist.
 class NYX_API NYX_MODULE;
 class NYX_API NYX_PORT;
@@ -62,6 +65,18 @@ class NYX_HIER_PORT_IMPL;
 class NYX_BYTE1_TRAIT_IMPL;
 class NYX_BYTE4_TRAIT_IMPL;
 class NYX_BYTE8_TRAIT_IMPL;
+
+// Observers of an object type.
+template <class T>
+class NYX_API NYX_OBSERVER_BASE;
+template <class T>
+class NYX_API NYX_ALLOCATE_OBSERVER;
+template <class T>
+class NYX_API NYX_CONNECTION_OBSERVER;
+template <class T>
+class NYX_API NYX_COPY_OBSERVER;
+template <class T>
+class NYX_API NYX_OBSERVER;
 
 // Names. NYX_NAME is a tag that is never defined: a name is known by its NYX_NAME_ID alone.
 class NYX_API NYX_NAME;
