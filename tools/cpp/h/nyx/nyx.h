@@ -5,6 +5,7 @@
 /// Everything: includes every public header of the library.
 
 #include "nyx/nyx_api.h"
+#include "nyx/nyx_db.h"
 #include "nyx/nyx_defs.h"
 #include "nyx/nyx_direction.h"
 #include "nyx/nyx_fwd.h"

@@ -2,10 +2,16 @@
 #define NYX_FWD_H
 
 /// \file
-/// Forward declarations of the types that other headers name without needing their members. They carry NYX_API because a
-/// class first declared without it would hide the templates that are instantiated on it.
+/// Forward declarations of the types that other headers name without needing their members. They carry NYX_API because
+/// a class first declared without it would hide the templates that are instantiated on it.
 
 #include "nyx/nyx_api.h"
+
+// Databases.
+class NYX_API NYX_DB;
+class NYX_API NYX_DB_OPEN_DB_ITER;
+class NYX_API NYX_DB_SUB_DB_ITER;
+enum class NYX_DB_TYPE : unsigned char;
 
 // Netlist.
 class NYX_API NYX_MODULE;
