@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Compiles and runs the complete programs in a document.
 
-    check_snippets.py DOCUMENT --library FILE... [--internal ARCHIVE HEADERS] -- COMPILER FLAG...
+    check_snippets.py DOCUMENT --library FILE... [--internal ARCHIVE HEADERS [DEFINITION...]] -- COMPILER FLAG...
 
 A program is a block that opens with "```cpp program"; it must end with 0. With "```cpp program internal" it sees the
-library's own headers and links its objects in place of the shared library. A block "```text output" next after a program
-is what the program prints, to the letter. Other blocks are illustrations and not looked at.
+library's own headers, with the macros that they were compiled with, and links its objects in place of the shared library,
+the first of the libraries. A block "```text output" next after a program is what the program prints, to the letter. Other
+blocks are illustrations and not looked at.
 """
 import argparse
 import os
@@ -39,9 +40,9 @@ def check(document, line, internal, source, output, arguments):
     """None if the program does what the document says, else what it does."""
     libraries, flags = arguments.library, []
     if internal:
-        archive, headers = arguments.internal
+        archive, headers, *definitions = arguments.internal
         # The objects come first, so that what they define is not taken from libnyx.so.
-        libraries, flags = [archive, *libraries[1:]], [f"-I{headers}"]
+        libraries, flags = [archive, *libraries[1:]], [f"-I{headers}", *(f"-D{name}" for name in definitions)]
     folders = sorted({os.path.dirname(library) for library in libraries})
     with tempfile.TemporaryDirectory() as folder:
         path, program = os.path.join(folder, "snippet.cpp"), os.path.join(folder, "snippet")
@@ -65,7 +66,7 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("document")
     parser.add_argument("--library", nargs="+", default=[])
-    parser.add_argument("--internal", nargs=2)
+    parser.add_argument("--internal", nargs="+")
     arguments = parser.parse_args(sys.argv[1:split])
     arguments.compiler = sys.argv[split + 1:]
 

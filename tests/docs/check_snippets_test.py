@@ -15,12 +15,12 @@ HELLO = "```cpp program\n#include <cstdio>\nint main() { std::puts(\"hello\"); }
 
 
 class CheckSnippets(unittest.TestCase):
-    def check(self, text):
+    def check(self, text, *arguments):
         with tempfile.TemporaryDirectory() as folder:
             document = os.path.join(folder, "document.md")
             with open(document, "w", encoding="utf-8") as file:
                 file.write(text)
-            run = subprocess.run([sys.executable, CHECK_SNIPPETS, document, "--", COMPILER, "-std=c++20"],
+            run = subprocess.run([sys.executable, CHECK_SNIPPETS, document, *arguments, "--", COMPILER, "-std=c++20"],
                                  capture_output=True, text=True)
             return run.returncode, (run.stdout + run.stderr).replace(document, "document.md")
 
@@ -55,6 +55,22 @@ class CheckSnippets(unittest.TestCase):
         self.assertEqual(self.check("```cpp\nint main() {}\n```\n"), (1, "document.md: no programs\n"))
         self.assertEqual(self.check("```cpp programme\nint main() {}\n```\n"),
                          (1, 'unknown kind of block "cpp programme"\n'))
+
+    def test_gives_an_internal_program_the_headers_the_objects_and_their_macros_and_no_other_program(self):
+        program = "```cpp program%s\n#include \"inner.h\"\nint main() { return inner() - MACRO; }\n```\n"
+        with tempfile.TemporaryDirectory() as folder:
+            source, archive = (os.path.join(folder, name) for name in ("inner.cpp", "inner.o"))
+            for name, text in (("inner.h", "int inner();\n"), ("inner.cpp", "int inner() { return 7; }\n")):
+                with open(os.path.join(folder, name), "w", encoding="utf-8") as file:
+                    file.write(text)
+            subprocess.run([COMPILER, "-c", source, "-o", archive], check=True)
+            shared = os.path.join(folder, "replaced.so")
+            arguments = ("--library", shared, "--internal", archive, folder, "MACRO=7")
+            self.assertEqual(self.check(program % " internal", *arguments), (0, ""))
+            status, text = self.check(program % "", *arguments)
+        self.assertEqual(status, 1)
+        self.assertIn("document.md:1: the program does not compile", text)
+        self.assertIn("inner.h", text)
 
 
 if __name__ == "__main__":

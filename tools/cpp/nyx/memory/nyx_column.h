@@ -20,8 +20,10 @@
 #include <boost/container/vector.hpp>
 #include <boost/numeric/conversion/cast.hpp>
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
-#include <limits>
+#include <utility>
 
 template <class PAGE>
 class NYX_COLUMN {
@@ -87,21 +89,19 @@ public:
 protected:
     page_type *append_page() {
         const std::uint32_t first_row_index = first_row_index_of(m_pages.size());
-        // The place in the vector comes first: from here on only the page itself can fail.
-        m_pages.emplace_back();
-        page_type *page = nullptr;
+        void *const storage = m_manager->allocate_aligned(PAGE::s_storage_size, PAGE::s_alignment);
+        nyx_notify_allocated(*m_manager, storage, PAGE::s_storage_size);
+        page_type *const page = PAGE::construct(storage, m_owner, first_row_index);
         try {
-            void *const storage = m_manager->allocate_aligned(PAGE::s_storage_size, PAGE::s_alignment);
-            nyx_notify_allocated(*m_manager, storage, PAGE::s_storage_size);
-            page = PAGE::construct(storage, m_owner, first_row_index);
+            m_pages.emplace_back(page);
         } catch (...) {
-            m_pages.pop_back();
+            release_page(page);
             throw;
         }
-        m_pages.back() = page;
         return page;
     }
 
+    /// Takes back an append_page of an operation that fails further on.
     void remove_last_page() {
         release_page(m_pages.back().get());
         m_pages.pop_back();
@@ -221,17 +221,15 @@ public:
         : BASE(owner, manager), m_free_chunks(std::less<int>(), manager) {}
 
     /// The first row of a run of `size` rows: the smallest free chunk that holds it, else the rows behind all others.
-    /// `grew` tells whether pages were added. Rows of a chunk that is used again are as they were left.
+    /// `grew` tells whether pages were added. Rows of a chunk that is used again are as they were left. Failures as those
+    /// of grow, and only where pages have to be added; those that were are given back then. O(log free chunks), and pages.
     row_type *allocate_chunk(int size, bool &grew) {
         int start = try_chunk(size);
         grew = start < 0;
         if (grew) {
             const int grow_by = size - m_free_tail;
             NYX_CHECK(grow_by > 0);
-            // One past the last identifier must be an int too.
-            boost::numeric_cast<int>(static_cast<long long>(m_highest_start) + size);
-            for (int pages = (grow_by - 1) / static_cast<int>(PAGE::s_capacity) + 1; pages > 0; --pages)
-                grow();
+            grow_pages((grow_by - 1) / static_cast<int>(PAGE::s_capacity) + 1);
             start = try_chunk(size);
             NYX_CHECK(start >= 0);
         }
@@ -255,12 +253,8 @@ public:
     /// Rows in the pages from there on.
     int get_free_tail() const { return m_free_tail; }
 
-    void grow() {
-        const int free_tail =
-            boost::numeric_cast<int>(static_cast<long long>(m_free_tail) + static_cast<int>(PAGE::s_capacity));
-        BASE::append_page();
-        m_free_tail = free_tail;
-    }
+    /// Appends one page to the tail.
+    void grow() { grow_pages(1); }
 
     void clear() {
         m_free_chunks.clear();
@@ -270,6 +264,23 @@ public:
     }
 
 private:
+    // Appends `count` pages, or none.
+    void grow_pages(int count) {
+        // Identifiers are held as int here, and so is the one behind the last row.
+        const long long added = static_cast<long long>(count) * PAGE::s_capacity;
+        boost::numeric_cast<int>(m_highest_start + m_free_tail + added);
+        int appended = 0;
+        try {
+            for (; appended < count; ++appended)
+                BASE::append_page();
+        } catch (...) {
+            for (; appended > 0; --appended)
+                BASE::remove_last_page();
+            throw;
+        }
+        m_free_tail += static_cast<int>(added);
+    }
+
     // The start of a run of `size` rows, or -1.
     int try_chunk(int size) {
         NYX_CHECK_MSG(size > 0, "Allocation size is not greater than zero");
@@ -279,10 +290,15 @@ private:
             const int chunk_start = best->second;
             NYX_CHECK_AS(static_cast<long long>(chunk_start) + chunk_size <= m_highest_start,
                          "chunk_start + chunk_size <= m_highest_start", "Chunk higher than highest?");
-            // The remainder goes in before the chunk goes out: the segment may be full.
-            if (chunk_size > size)
-                m_free_chunks.emplace(chunk_size - size, chunk_start + size);
-            m_free_chunks.erase(best);
+            if (chunk_size == size) {
+                m_free_chunks.erase(best);
+                return chunk_start;
+            }
+            // The remainder goes on in the same node, so that a full segment still serves what it has.
+            auto remainder = m_free_chunks.extract(best);
+            remainder.key() = chunk_size - size;
+            remainder.mapped() = chunk_start + size;
+            m_free_chunks.insert(std::move(remainder));
             return chunk_start;
         }
         if (size > m_free_tail)

@@ -97,6 +97,13 @@ void NYX_VALLOC::commit_span(const void *ptr) {
     m_header.m_committed = next_uncommitted_addr - this_ptr;
 }
 
+// Commits what a block that ends at `block_end` holds. With the last block that is all of the segment, the bytes behind the
+// end block too, so that a full segment can be read as a whole.
+NYX_VALLOC_TEMPLATE
+void NYX_VALLOC::commit_through(const block_ctrl *block_end) {
+    commit_span(block_end == end_block() ? base() + m_header.m_size : reinterpret_cast<const char *>(block_end));
+}
+
 // ---- Blocks and the tree
 
 // Units of the block for a request; saturates instead of wrapping, so that no request looks small.
@@ -237,8 +244,7 @@ void *NYX_VALLOC::take(block_ctrl *block, size_type nunits, size_type &received)
         mark_free(rem_block);
         settle_shrunk(position, rem_block);
     } else if (upper_nunits >= nunits) {
-        char *const block_end = bytes(next_block(block));
-        commit_span(block_end == bytes(end_block()) ? block_end + EndCtrlBlockBytes : block_end);
+        commit_through(next_block(block));
         erase_free(block);
     } else {
         NYX_FATAL("m_size < nunits < upper_nunits");
@@ -260,22 +266,31 @@ void NYX_VALLOC::deallocate(void *ptr) {
     check_pointer(ptr);
     block_ctrl *const block = block_of(ptr);
     NYX_CHECK_AS(block->m_allocated, "priv_is_allocated_block(block)", "Block is not allocated");
+    const size_type block_bytes = block->m_size * Alignment;
+    give_back(block);
+    if constexpr (SANITIZER::s_enabled)
+        SANITIZER::poison(bytes(block) + BlockCtrlBytes, block_bytes - BlockCtrlBytes);
+}
+
+// Frees an allocated block, which merges with its free neighbours.
+NYX_VALLOC_TEMPLATE
+void NYX_VALLOC::give_back(block_ctrl *block) {
+    block_ctrl *block_to_insert = block;
+    NYX_CHECK(block_to_insert->m_size >= BlockCtrlUnits); // and merging only adds to it
     const size_type block_old_size = block->m_size * Alignment;
     NYX_CHECK(m_header.m_allocated >= block_old_size);
     m_header.m_allocated -= block_old_size;
-    if constexpr (SANITIZER::s_enabled)
-        SANITIZER::poison(bytes(ptr) + sizeof(tree_hook), block_old_size - BlockCtrlBytes);
 
     // Cleared although the block may vanish in its neighbour: a second deallocation is to be noticed.
     block->m_allocated = 0;
     block_ctrl *const next = next_block(block);
     const bool merge_prev = !block->m_prev_allocated;
     const bool merge_next = !next->m_allocated;
-    block_ctrl *block_to_insert = block;
     if (merge_prev) {
         block_to_insert = prev_block(block);
         NYX_CHECK_AS(block_to_insert->m_prev_allocated, "ptr->m_prev_allocated", "prev is allocated");
         block_to_insert->m_size += block->m_size;
+        SANITIZER::poison(user_of(block), sizeof(tree_hook));
     }
     if (merge_next) {
         block_to_insert->m_size += next->m_size;
@@ -283,8 +298,8 @@ void NYX_VALLOC::deallocate(void *ptr) {
             erase_free(next);
         else
             replace_free(next, block);
+        SANITIZER::poison(user_of(next), sizeof(tree_hook));
     }
-    NYX_CHECK(block_to_insert->m_size >= BlockCtrlUnits);
     mark_free(block_to_insert);
     if (merge_prev || merge_next)
         settle_grown(block_to_insert);
@@ -339,8 +354,9 @@ void *NYX_VALLOC::raw_allocation_command(bi::allocation_type command, size_type 
                                          size_type sizeof_object) {
     const size_type max_count = sizeof_object == 0 ? 0 : m_header.m_size / sizeof_object;
     void *result = nullptr;
-    if (limit_size <= max_count && prefer_in_recvd_out_size <= max_count && sizeof_object != 0) {
-        size_type size = prefer_in_recvd_out_size * sizeof_object;
+    if (limit_size <= max_count && sizeof_object != 0) {
+        // No block holds as much as the segment, so what is preferred beyond that is as good as that.
+        size_type size = std::min(prefer_in_recvd_out_size, max_count) * sizeof_object;
         result = allocate_command(command, limit_size * sizeof_object, size, reuse_ptr, sizeof_object);
         prefer_in_recvd_out_size = size / sizeof_object;
     } else {
@@ -386,6 +402,7 @@ NYX_VALLOC_TEMPLATE
 void *NYX_VALLOC::expand(bi::allocation_type command, size_type min_size, size_type preferred, size_type &received,
                          void *reuse_ptr, bool only_preferred_backwards, size_type backwards_multiple) {
     check_pointer(reuse_ptr);
+    NYX_CHECK_AS(block_of(reuse_ptr)->m_allocated, "priv_is_allocated_block(block)", "Block is not allocated");
     const bool forward = (command & bi::expand_fwd) != 0;
     if (forward) {
         if (expand_forward(reuse_ptr, min_size, preferred, received))
@@ -411,7 +428,6 @@ void *NYX_VALLOC::expand(bi::allocation_type command, size_type min_size, size_t
 NYX_VALLOC_TEMPLATE
 bool NYX_VALLOC::expand_forward(void *ptr, size_type min_size, size_type preferred, size_type &received) {
     block_ctrl *const block = block_of(ptr);
-    NYX_CHECK_AS(block->m_allocated, "priv_is_allocated_block(block)", "Block is not allocated");
     received = usable_bytes(block);
     const size_type min_user_units = bytes_to_units(min_size);
     const size_type preferred_user_units = bytes_to_units(preferred);
@@ -439,8 +455,7 @@ bool NYX_VALLOC::expand_forward(void *ptr, size_type min_size, size_type preferr
         mark_free(rem_block);
         m_header.m_imultiset.insert(hint, *rem_block);
     } else {
-        char *const merged_end = bytes(block_at(block, merged_units));
-        commit_span(merged_end == bytes(end_block()) ? merged_end + EndCtrlBlockBytes : merged_end);
+        commit_through(block_at(block, merged_units));
         erase_free(next);
         block->m_size = merged_units;
     }
@@ -457,7 +472,6 @@ NYX_VALLOC_TEMPLATE
 void *NYX_VALLOC::expand_backward(void *ptr, size_type needed, size_type held, size_type &received, size_type multiple,
                                   bool forward_too) {
     block_ctrl *const reuse = block_of(ptr);
-    NYX_CHECK_AS(reuse->m_allocated, "priv_is_allocated_block(block)", "Block is not allocated");
     if (reuse->m_prev_allocated)
         return nullptr;
     block_ctrl *const prev = prev_block(reuse);
@@ -517,30 +531,38 @@ bool NYX_VALLOC::shrink(void *ptr, size_type limit, size_type preferred, size_ty
     return true;
 }
 
+// Adds `count` blocks of `bytes_of(i)` bytes to the chain, or none.
 NYX_VALLOC_TEMPLATE
-void NYX_VALLOC::allocate_many(size_type elem_bytes, size_type num_elements, multiallocation_chain &chain) {
+template <class BYTES_OF>
+void NYX_VALLOC::allocate_each(size_type count, BYTES_OF bytes_of, multiallocation_chain &chain) {
     multiallocation_chain blocks;
-    for (size_type i = 0; i < num_elements; ++i) {
-        void *const block = allocate(elem_bytes);
-        if (block == nullptr)
-            return deallocate_many(blocks);
-        blocks.push_back(block);
+    try {
+        for (size_type i = 0; i < count; ++i) {
+            void *const block = allocate(bytes_of(i));
+            if (block == nullptr)
+                return deallocate_many(blocks);
+            blocks.push_back(block);
+        }
+    } catch (...) {
+        deallocate_many(blocks);
+        throw;
     }
     chain.splice_after(chain.last(), blocks);
 }
 
 NYX_VALLOC_TEMPLATE
+void NYX_VALLOC::allocate_many(size_type elem_bytes, size_type num_elements, multiallocation_chain &chain) {
+    allocate_each(num_elements, [elem_bytes](size_type) { return elem_bytes; }, chain);
+}
+
+NYX_VALLOC_TEMPLATE
 void NYX_VALLOC::allocate_many(const size_type *elem_sizes, size_type n_elements, size_type sizeof_element,
                                multiallocation_chain &chain) {
-    multiallocation_chain blocks;
-    for (size_type i = 0; i < n_elements; ++i) {
-        const bool fits = sizeof_element != 0 && elem_sizes[i] <= m_header.m_size / sizeof_element;
-        void *const block = fits ? allocate(elem_sizes[i] * sizeof_element) : nullptr;
-        if (block == nullptr)
-            return deallocate_many(blocks);
-        blocks.push_back(block);
-    }
-    chain.splice_after(chain.last(), blocks);
+    const size_type max_count = sizeof_element == 0 ? 0 : m_header.m_size / sizeof_element;
+    const auto bytes_of = [=](size_type i) {
+        return elem_sizes[i] <= max_count ? elem_sizes[i] * sizeof_element : std::numeric_limits<size_type>::max();
+    };
+    allocate_each(n_elements, bytes_of, chain);
 }
 
 NYX_VALLOC_TEMPLATE
@@ -567,12 +589,17 @@ void NYX_VALLOC::grow(size_type extra_size) {
     const size_type new_units = units_between(new_block, new_end_block);
     NYX_CHECK_AS(new_units >= BlockCtrlUnits, "new_block->m_size >= BlockCtrlUnits",
                  "no block fits in the %llu bytes that a segment is to grow by", extra_size);
-    VIRTUAL_MEMORY::commit(new_end_block, EndCtrlBlockBytes);
-    // Where the new block merges with a free one in front, its control bytes are written in passing only.
-    if (new_block->m_prev_allocated)
-        commit_span(bytes(new_block) + BlockCtrlBytes);
-    else
-        VIRTUAL_MEMORY::commit(new_block, BlockCtrlBytes);
+    try {
+        VIRTUAL_MEMORY::commit(new_end_block, EndCtrlBlockBytes);
+        // Where the new block merges with a free one in front, its control bytes are written in passing only.
+        if (new_block->m_prev_allocated)
+            commit_span(bytes(new_block) + BlockCtrlBytes);
+        else
+            VIRTUAL_MEMORY::commit(new_block, BlockCtrlBytes);
+    } catch (...) {
+        m_header.m_size -= extra_size;
+        throw;
+    }
     SANITIZER::unpoison(new_block, BlockCtrlBytes);
     SANITIZER::unpoison(new_end_block, EndCtrlBlockBytes);
     make_end_block(new_end_block);
@@ -581,7 +608,7 @@ void NYX_VALLOC::grow(size_type extra_size) {
                  "block is too small");
     mark_allocated(new_block);
     m_header.m_allocated += new_block->m_size * Alignment;
-    deallocate(user_of(new_block));
+    give_back(new_block);
 }
 
 NYX_VALLOC_TEMPLATE
@@ -622,21 +649,20 @@ auto NYX_VALLOC::clone(std::span<char> valloc_buffer) const -> rbtree_best_fit_v
     char *const target = valloc_buffer.data();
     auto *const copy = reinterpret_cast<rbtree_best_fit_valloc *>(target);
     const block_ctrl *const last_block = last_block_if_free();
+    const size_type end_offset = offset_of(end_block());
     size_type size_to_copy = m_header.m_size;
     if (last_block == nullptr) {
-        NYX_CHECK(m_header.m_committed >= m_header.m_size);
+        // A few bytes behind the end block may have been counted by a growth that committed nothing.
+        NYX_CHECK_AS(m_header.m_committed >= end_offset + EndCtrlBlockBytes, "m_header.m_committed >= m_header.m_size");
     } else {
         size_to_copy = offset_of(last_block) + BlockCtrlBytes;
         NYX_CHECK(m_header.m_committed >= size_to_copy);
     }
-    unpoison_free_blocks();
     VIRTUAL_MEMORY::commit(target, size_to_copy);
-    std::memcpy(target, base(), size_to_copy);
-    if (last_block != nullptr) {
-        const size_type end_offset = offset_of(end_block());
-        VIRTUAL_MEMORY::commit(target + end_offset, EndCtrlBlockBytes);
-        std::memcpy(target + end_offset, base() + end_offset, EndCtrlBlockBytes);
-    }
+    VIRTUAL_MEMORY::commit(target + end_offset, EndCtrlBlockBytes);
+    unpoison_free_blocks();
+    std::memcpy(target, base(), std::min(size_to_copy, m_header.m_committed));
+    std::memcpy(target + end_offset, base() + end_offset, EndCtrlBlockBytes);
     copy->m_header.m_committed = size_to_copy;
     poison_free_blocks();
     copy->poison_free_blocks();
@@ -647,7 +673,8 @@ NYX_VALLOC_TEMPLATE
 void NYX_VALLOC::post_load() {
     m_header.m_committed = m_header.m_size;
     const size_type size_limit = m_header.m_size;
-    NYX_CHECK_MSG(get_first_block_offset() <= size_limit && end_units_for(size_limit) == first_block()->m_prev_size,
+    NYX_CHECK_MSG(m_header.m_extra_hdr_bytes <= size_limit && size_limit >= get_min_size(m_header.m_extra_hdr_bytes) &&
+                      end_units_for(size_limit) == first_block()->m_prev_size,
                   "the end block is not where a segment of %llu bytes has it", size_limit);
     for (block_ctrl *block = first_block(), *end = end_block(); block != end; block = next_block(block)) {
         NYX_CHECK_MSG(block->m_size >= BlockCtrlUnits && block->m_size <= units_between(block, end),

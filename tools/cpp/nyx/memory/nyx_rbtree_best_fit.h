@@ -222,10 +222,8 @@ private:
     static_assert(sizeof(size_holder) == AllocatedCtrlBytes && sizeof(block_ctrl) == BlockCtrlBytes);
     static_assert(sizeof(free_tree) == 24 && sizeof(header) == 104);
 
-    struct units_range {
-        size_type limit;
-        size_type preferred;
-    };
+    // Reaches the checks that no public member can trip.
+    friend struct rbtree_best_fit_guards;
 
     static size_type bytes_to_units(size_type nbytes);
     static size_type usable_bytes(const block_ctrl *block) { return block->m_size * Alignment - 8; }
@@ -266,6 +264,7 @@ private:
     void make_end_block(block_ctrl *end);
 
     void commit_span(const void *ptr);
+    void commit_through(const block_ctrl *block_end);
     static void mark_allocated(block_ctrl *block);
     static void mark_free(block_ctrl *block);
     void insert_free(block_ctrl *block);
@@ -274,6 +273,9 @@ private:
     void settle_shrunk(tree_iterator old_position, block_ctrl *block);
     void settle_grown(block_ctrl *block);
 
+    void give_back(block_ctrl *block);
+    template <class BYTES_OF>
+    void allocate_each(size_type count, BYTES_OF bytes_of, multiallocation_chain &chain);
     void *allocate_command(boost::interprocess::allocation_type command, size_type limit, size_type &prefer_in_recvd_out,
                            void *&reuse_ptr, size_type backwards_multiple);
     void *allocate_new(size_type limit, size_type preferred, size_type &received);

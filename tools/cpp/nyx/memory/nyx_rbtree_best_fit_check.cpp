@@ -36,8 +36,12 @@ std::string rbtree_best_fit_valloc<MutexFamily, VoidPointer, MemAlignment>::find
         if (byte != 0)
             return fault("the reserved byte at offset %llu is not 0", ull(offset_of(&byte)));
 
+    const size_type committed = m_header.m_committed;
+    if (get_first_block_offset() + BlockCtrlBytes > committed)
+        return fault("the first block at offset %llu is beyond the committed %llu bytes", get_first_block_offset(),
+                     committed);
     const block_ctrl *const first = first_block();
-    if (first->m_prev_size > end_units_for(size) || first->m_prev_size < BlockCtrlUnits)
+    if (first->m_prev_size != end_units_for(size))
         return fault("the end block is %llu units behind the first block in a segment of %llu bytes",
                      first->m_prev_size, size);
     const block_ctrl *const end = end_block();
@@ -55,15 +59,16 @@ std::string rbtree_best_fit_valloc<MutexFamily, VoidPointer, MemAlignment>::find
         if (block->m_size < BlockCtrlUnits || block->m_size > units_between(block, end))
             return fault("the block at offset %llu has %llu units, %llu before the end block", offset,
                          ull(block->m_size), ull(units_between(block, end)));
+        // A free last block alone may reach beyond the committed span: nothing of its neighbour lies there.
         const block_ctrl *const next = next_block(block);
+        const size_type reached = offset_of(next) + (next != end ? AllocatedCtrlBytes : 0);
+        if (reached > committed && (next != end || block->m_allocated))
+            return fault("the block at offset %llu reaches beyond the committed %llu bytes", offset, committed);
         if (block->m_allocated != next->m_prev_allocated)
             return fault("the block at offset %llu is %s, but the next one says otherwise", offset,
                          block->m_allocated ? "allocated" : "free");
         if (block->m_allocated) {
             allocated_bytes += block->m_size * Alignment;
-            if (next != end && offset + block->m_size * Alignment > m_header.m_committed)
-                return fault("the allocated block at offset %llu reaches beyond the committed %llu bytes", offset,
-                             m_header.m_committed);
             continue;
         }
         if (!block->m_prev_allocated)
@@ -71,9 +76,9 @@ std::string rbtree_best_fit_valloc<MutexFamily, VoidPointer, MemAlignment>::find
         if (next->m_prev_size != block->m_size)
             return fault("the free block at offset %llu has %llu units, but the next one says %llu", offset,
                          ull(block->m_size), next->m_prev_size);
-        if (offset + BlockCtrlBytes > m_header.m_committed)
+        if (offset + BlockCtrlBytes > committed)
             return fault("the free block at offset %llu has control bytes beyond the committed %llu bytes", offset,
-                         m_header.m_committed);
+                         committed);
         free_blocks.push_back(block);
     }
     if (allocated_bytes != m_header.m_allocated)
@@ -95,6 +100,8 @@ std::string rbtree_best_fit_valloc<MutexFamily, VoidPointer, MemAlignment>::find
         return at != free_blocks.end() && *at == block ? block : nullptr;
     };
     const node_ptr head = raw(m_header.m_imultiset.cend().pointed_node());
+    if (!is_red(head))
+        return fault("the head of the tree of free blocks has a node's colour");
     struct STEP {
         node_ptr node;
         node_ptr parent;
@@ -109,7 +116,8 @@ std::string rbtree_best_fit_valloc<MutexFamily, VoidPointer, MemAlignment>::find
             const block_ctrl *const block = block_of_node(step.node);
             if (block == nullptr)
                 return fault("the tree of free blocks leads to offset %lld, where no free block is",
-                             (long long)(reinterpret_cast<const char *>(step.node) - base()));
+                             (long long)(reinterpret_cast<std::uintptr_t>(step.node) -
+                                         reinterpret_cast<std::uintptr_t>(this)));
             if (parent(step.node) != step.parent)
                 return fault("the free block at offset %llu has another parent in the tree", ull(offset_of(block)));
             if (path.size() + in_order.size() >= free_blocks.size())

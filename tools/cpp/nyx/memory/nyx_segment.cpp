@@ -1,10 +1,8 @@
 #include "memory/nyx_segment.h"
 
-#include "memory/nyx_sanitizer.h"
 #include "memory/nyx_virtual_memory.h"
 #include "nyx_report/nyx_report_exception.h"
 
-#include <algorithm>
 #include <limits>
 
 using NYX::MEM_ALGO::segment_algorithm;
@@ -14,11 +12,12 @@ namespace {
 constexpr std::size_t s_control_bytes = sizeof(NYX_SEGMENT_MANAGER);
 static_assert(sizeof(segment_algorithm) == 104);
 
-// What a segment may grow by at once: nothing, or room for a block.
-std::size_t usable_extra(const NYX_SEGMENT &segment, std::size_t extra) {
-    if (extra > std::numeric_limits<std::size_t>::max() - segment.algorithm().get_size())
-        return extra;
-    return extra < segment_algorithm::BlockCtrlBytes ? 0 : extra;
+// The size of a copy of `other` that is `extra` bytes larger: those count if a block fits in them. What can't be expressed
+// is passed on as a size that the system refuses.
+std::size_t copy_size(const NYX_SEGMENT &other, std::size_t extra) {
+    const std::size_t size = other.algorithm().get_size();
+    constexpr std::size_t s_max = std::numeric_limits<std::size_t>::max();
+    return extra < segment_algorithm::BlockCtrlBytes ? size : extra > s_max - size ? s_max : size + extra;
 }
 
 } // namespace
@@ -36,7 +35,7 @@ NYX_SEGMENT::NYX_SEGMENT(std::size_t size) : m_size(size), m_data(nullptr), m_ma
 }
 
 NYX_SEGMENT::NYX_SEGMENT(const NYX_SEGMENT &other, std::size_t extra)
-    : m_size(other.algorithm().get_size() + usable_extra(other, extra)), m_data(nullptr), m_manager(nullptr) {
+    : m_size(copy_size(other, extra)), m_data(nullptr), m_manager(nullptr) {
     m_data = NYX::VIRTUAL_MEMORY::reserve_and_commit(m_size, 0);
     m_manager = reinterpret_cast<NYX_SEGMENT_MANAGER *>(m_data);
     try {
@@ -62,8 +61,5 @@ NYX_SEGMENT_MANAGER *NYX_SEGMENT::detach() {
 }
 
 void NYX_SEGMENT::release_range(NYX_SEGMENT_MANAGER *manager, std::size_t size) {
-    // The addresses may be handed out again at once, and their next owner starts with clean shadow memory.
-    if constexpr (NYX::SANITIZER::s_enabled)
-        NYX::SANITIZER::unpoison(manager, std::min<std::size_t>(nyx_get_algorithm(manager)->get_committed(), size));
     NYX::VIRTUAL_MEMORY::release(manager, size);
 }

@@ -100,13 +100,13 @@ public:
         multiallocation_chain blocks;
         BASE::allocate_many(elem_size, num_elements, blocks);
         notify_chain(blocks, [elem_size](size_type) { return elem_size * sizeof(T); });
-        chain.splice_after(chain.last(), blocks);
+        chain.splice_after(chain.last(), blocks, blocks.before_begin(), blocks.last(), blocks.size());
     }
     void allocate_many(const size_type *elem_sizes, size_type n_elements, multiallocation_chain &chain) {
         multiallocation_chain blocks;
         BASE::allocate_many(elem_sizes, n_elements, blocks);
         notify_chain(blocks, [elem_sizes](size_type i) { return elem_sizes[i] * sizeof(T); });
-        chain.splice_after(chain.last(), blocks);
+        chain.splice_after(chain.last(), blocks, blocks.before_begin(), blocks.last(), blocks.size());
     }
     void deallocate_many(multiallocation_chain &chain) {
         for (auto at = chain.begin(); at != chain.end(); ++at)

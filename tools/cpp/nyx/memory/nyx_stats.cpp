@@ -46,8 +46,9 @@ void NYX_TYPE_STATS::add_field_stats(const NYX_FIELD_STATS &stat) {
 }
 
 void NYX_TYPE_STATS::add_sub_field_stats(const std::string &prefix, const NYX_TYPE_STATS &stats) {
-    for (const auto &[name, field] : stats.m_fields)
-        add_field_stats(NYX_FIELD_STATS(prefix + "/" + name, field.get_bytes(), field.get_page_capacity(),
+    // A copy of the fields: `stats` may be this record.
+    for (const NYX_FIELD_STATS &field : stats.get_field_stats())
+        add_field_stats(NYX_FIELD_STATS(prefix + "/" + field.get_type(), field.get_bytes(), field.get_page_capacity(),
                                         field.get_num_pages()));
 }
 

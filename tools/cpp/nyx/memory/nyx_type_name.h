@@ -8,6 +8,8 @@
 #include "nyx/nyx_defs.h"
 #include "nyx_report/nyx_report.h"
 
+#include <cstddef>
+#include <string>
 #include <string_view>
 
 template <class T>
@@ -15,7 +17,8 @@ constexpr std::string_view nyx_type_name() {
     // "... nyx_type_name() [with T = NAME; ...]" or "... nyx_type_name() [T = NAME]".
     constexpr std::string_view text = __PRETTY_FUNCTION__;
     constexpr std::size_t begin = text.find("T = ") + 4;
-    return text.substr(begin, text.find_first_of(";]", begin) - begin);
+    constexpr std::size_t end = text.find(';', begin);
+    return text.substr(begin, (end != text.npos ? end : text.size() - 1) - begin);
 }
 
 #define NYX_OBJECT_TYPE(type)                                                                                          \

@@ -1,5 +1,6 @@
 #include "memory/nyx_virtual_memory.h"
 
+#include "memory/nyx_sanitizer.h"
 #include "nyx_report/nyx_report.h"
 
 #include <cerrno>
@@ -73,9 +74,11 @@ char *commit(void *address, std::size_t size) {
 
 bool release(void *base, std::size_t size) {
     const std::size_t length = mapping_length(size);
+    // The addresses may be handed out again at once, and their next owner starts with clean shadow memory.
+    SANITIZER::forget(base, length);
     if (munmap(base, length != 0 ? length : size) == 0)
         return true;
-    NYX_REPORT::warn("Failed to free allocation of %zu bytes (%u)\n", size, static_cast<unsigned>(errno));
+    NYX_REPORT::warn("Failed to free allocation of %zu bytes (%u)", size, static_cast<unsigned>(errno));
     return false;
 }
 

@@ -4,10 +4,11 @@
 #include "names/nyx_name_mgr_impl.h"
 #include "nyx_report/nyx_report_exception.h"
 
-#include <boost/interprocess/exceptions.hpp>
-
+#include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <system_error>
 
 namespace {
 
@@ -72,14 +73,15 @@ void free_strings(NYX_SEGMENT_MANAGER *manager, STRINGS &strings) {
 
 // Adds a name that isn't there. Nothing of it is left when the segment is full.
 NYX_NAME_ID add_name(NYX_SEGMENT_MANAGER *manager, STRINGS &strings, NAMESPACE &names, std::string_view text) {
-    const NYX_NAME_ID id(static_cast<unsigned>(strings.size()));
-    strings.emplace_back();
+    const std::size_t index = strings.size();
+    const NYX_NAME_ID id(static_cast<unsigned>(index));
+    const NYX_NAME_STRING_PTR string = store_string(manager, text);
     try {
-        strings.back() = store_string(manager, text);
-        names.emplace(strings.back(), id);
+        strings.push_back(string);
+        names.emplace(string, id);
     } catch (...) {
-        free_string(manager, strings.back());
-        strings.pop_back();
+        strings.resize(index);
+        free_string(manager, string);
         throw;
     }
     return id;
@@ -102,7 +104,8 @@ const COUNTS &counts_for(const NYX_NAME_MANAGER_IMPL &impl, NYX_NAME_ID id) {
     return is_bus_bit_id(id) ? impl.bus_id_count : impl.id_count;
 }
 
-// What a hash map takes of the segment: its buckets, with the one that heads the list, and a block a node.
+// What a hash map takes of the segment: its buckets, with the one that heads the list, and a block a node. A map has no
+// buckets before its first element; that it keeps them when it is emptied can't be seen from here and isn't counted.
 template <class MAP>
 long map_bytes(const MAP &map) {
     constexpr std::size_t node_bytes = 2 * sizeof(void *) + sizeof(typename MAP::value_type);
@@ -271,9 +274,12 @@ bool NYX_NAME_MANAGER::ascii_dump(const std::string &path) const {
     namespace fs = std::filesystem;
     const fs::path parent = fs::path(path).parent_path();
     std::error_code error;
-    if (!parent.empty() && !fs::exists(parent, error) && !fs::create_directory(parent, error)) {
-        NYX_REPORT::err("Couldn't create directory: %s\n", parent.c_str());
-        return false;
+    if (!parent.empty() && !fs::exists(parent, error)) {
+        fs::create_directory(parent, error);
+        if (error) {
+            NYX_REPORT::err("Couldn't create directory: %s\n", parent.c_str());
+            return false;
+        }
     }
     std::ofstream out(path);
     if (!out) {

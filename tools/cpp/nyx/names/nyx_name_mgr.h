@@ -78,7 +78,8 @@ public:
     /// A manager in a segment of its own of `size` bytes, for stand-alone use. `delete` gives it and the segment back.
     static NYX_NAME_MANAGER *test_manager(std::size_t size);
 
-    /// `delete` of a manager that lies in the segment that it manages releases that segment, as test_manager promises.
+    /// `delete` of a manager that lies in the segment that it manages releases that segment, as test_manager promises;
+    /// one from the heap goes back there.
     static void operator delete(NYX_NAME_MANAGER *manager, std::destroying_delete_t);
 
     /// \internal For statistics, checks and tests.
