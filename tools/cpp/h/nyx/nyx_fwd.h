@@ -10,6 +10,10 @@
 // Databases.
 class NYX_API NYX_DB;
 
+class NYX_API NYX_DB_OPEN_DB_ITER;
+class NYX_API NYX_DB_SUB_DB_ITER;
+enum class NYX_DB_TYPE : unsigned char;
+
 // Netlist.
 class NYX_API NYX_MODULE;
 class NYX_API NYX_PORT;
@@ -81,9 +85,6 @@ class NYX_API NYX_OBSERVER;
 // Names. NYX_NAME is a tag that is never defined: a name is known by its NYX_NAME_ID alone.
 class NYX_API NYX_NAME;
 
-// Databases.
-class NYX_API NYX_DB;
-enum class NYX_DB_TYPE : unsigned char;
 
 // Values.
 class NYX_API NYX_POINT;

@@ -1,0 +1,366 @@
+#include "nyx/nyx_db.h"
+
+#include "database/nyx_db_diagnostics.h"
+#include "database/nyx_db_impl.h"
+#include "database/nyx_db_linker.h"
+#include "database/nyx_db_lock.h"
+#include "database/nyx_db_paths.h"
+#include "nyx_report/nyx_report.h"
+#include "nyx_report/nyx_report_exception.h"
+
+#include <cstdlib>
+#include <deque>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <utility>
+#include <vector>
+
+using NYX_REPORT::PREFIX_VIEW;
+
+namespace {
+
+class HANDLE final : public NYX_DB {};
+
+// What outlives all databases. Never destroyed, for static objects that close theirs in their destructors. Guarded by
+// NYX_DB_LOCK.
+struct PROCESS_STATE {
+    std::string install_root;
+    unsigned long long initial_working_library_size_MiB = 4096;
+    std::deque<HANDLE> handles;
+};
+
+PROCESS_STATE &process_state() {
+    static PROCESS_STATE *const s_state = new PROCESS_STATE;
+    return *s_state;
+}
+
+std::string environment(const char *variable) {
+    const char *const value = std::getenv(variable);
+    return value != nullptr ? value : "";
+}
+
+std::string current_directory() {
+    std::error_code error;
+    return std::filesystem::current_path(error).string();
+}
+
+// Saturates: what does not fit is refused by the system like any other range that it does not have.
+std::size_t bytes_of(unsigned long long size_MiB) {
+    constexpr std::size_t max = std::numeric_limits<std::size_t>::max();
+    return size_MiB <= (max >> 20) ? static_cast<std::size_t>(size_MiB) << 20 : max;
+}
+
+} // namespace
+
+NYX_DB *NYX_DB_IMPL::attach(std::unique_ptr<NYX_DB_IMPL> impl) {
+    NYX_DB *const db = &process_state().handles.emplace_back();
+    db->m_impl = impl.release();
+    return db;
+}
+
+std::unique_ptr<NYX_DB_IMPL> NYX_DB_IMPL::detach(NYX_DB *db) {
+    return std::unique_ptr<NYX_DB_IMPL>(std::exchange(db->m_impl, nullptr));
+}
+
+unsigned long long NYX_DB_IMPL::get_initial_working_library_size() {
+    const NYX_DB_LOCK lock;
+    return process_state().initial_working_library_size_MiB;
+}
+
+bool NYX_DB::init(const std::string &install_root, bool verbose) {
+    {
+        const NYX_DB_LOCK lock;
+        process_state().install_root = install_root;
+    }
+    return NYX_DB_LINKER::get().init(verbose);
+}
+
+std::string NYX_DB::find_install_root_directory() {
+    const NYX_DB_LOCK lock;
+    if (const std::string &root = process_state().install_root; !root.empty())
+        return root;
+    if (std::string root = environment("DEVDATA_ROOT"); !root.empty())
+        return root;
+    const std::string root = environment("ORBA_DEST_ROOT");
+    return root.empty() ? root : root + "/devdata";
+}
+
+std::string NYX_DB::find_installed_file(const std::string &file_name) {
+    std::vector<std::string> directories;
+    {
+        const NYX_DB_LOCK lock;
+        directories.push_back(process_state().install_root);
+    }
+    if (directories.front().empty()) {
+        directories.front() = current_directory();
+        if (std::string root = environment("DEVDATA_ROOT"); !root.empty())
+            directories.push_back(std::move(root));
+        if (const std::string root = environment("ORBA_DEST_ROOT"); !root.empty())
+            directories.push_back(root + "/devdata");
+    }
+    for (const std::string &directory : directories) {
+        const std::filesystem::path path = std::filesystem::path(directory) / file_name;
+        std::error_code error;
+        if (std::filesystem::exists(path, error))
+            return path.string();
+    }
+    return {};
+}
+
+void NYX_DB::set_initial_working_library_size(unsigned long long size_MiB) {
+    const NYX_DB_LOCK lock;
+    process_state().initial_working_library_size_MiB = size_MiB;
+}
+
+NYX_DB *NYX_DB::create_non_persistent(unsigned long long size_MiB, NYX_DB_TYPE type, const std::string &db_name,
+                                      const std::string &group_name) {
+    constexpr const char *function = "NYX_DB::create_non_persistent";
+    const NYX_REPORT::NYX_REPORT_PROFILE profile(function);
+    NYX_CHECK_MSG(type >= NYX_DB_TYPE::DEVICE && type <= NYX_DB_TYPE::WORKING_LIBRARY, "Unknown DB_TYPE");
+    NYX_DB_LINKER &linker = NYX_DB_LINKER::get();
+    const NYX_DB_LOCK lock;
+
+    // An unknown group is not the default one: it has no databases yet.
+    const NYX_DB_GROUP *const known_group = db_name.empty() ? nullptr : linker.find_group(group_name);
+    if (known_group != nullptr && known_group->find_db_persistent(db_name) != nullptr)
+        NYX_RAISE_RUNTIME_ERROR(function, "DB " + db_name + (group_name.empty() ? "" : " from group " + group_name) +
+                                              " is already open or being created. Cannot create.");
+
+    auto record = std::make_unique<NYX_DB_IMPL>();
+    record->m_file = std::make_unique<NYX_MANAGED_SERIALISED_FILE>(bytes_of(size_MiB), type, std::string());
+    NYX_SEGMENT_MANAGER *const manager = record->m_file->get_segment_manager();
+    record->m_persistent = manager->construct<NYX_DB_PERSISTENT>("NYX")(manager, type);
+    record->m_name = db_name;
+    record->m_group = group_name.empty() ? nullptr : linker.find_or_add_group(group_name);
+
+    NYX_DB *const db = NYX_DB_IMPL::attach(std::move(record));
+    trace_db_access("create_non_persistent()", db);
+    try {
+        linker.register_db(db_name, db);
+    } catch (...) {
+        NYX_DB_IMPL::detach(db);
+        throw;
+    }
+    return db;
+}
+
+int NYX_DB::close() {
+    trace_db_access("close()", this);
+    return close(false);
+}
+
+void NYX_DB::purge() {
+    trace_db_access("purge()", this);
+    close(true);
+}
+
+int NYX_DB::close(bool purge) {
+    const NYX_REPORT::NYX_REPORT_PROFILE profile("NYX_DB::close");
+    const NYX_DB_LOCK lock;
+    if (m_impl == nullptr || m_impl->m_persistent == nullptr)
+        NYX_FATAL("Closing already closed %p NYX_DB (open/close unbalanced somewhere). Debug with %s=1.\n",
+                  static_cast<const void *>(this), s_nyx_db_debug_access);
+
+    NYX_DB_LINKER &linker = NYX_DB_LINKER::get();
+    const std::string &name = m_impl->m_name;
+    NYX_DB_GROUP *const group = m_impl->m_group;
+    const int uses = linker.get_use_count(name, group);
+    const int remaining = linker.change_use_count(name, -1, group);
+    if (remaining >= 1 && !purge)
+        return remaining;
+
+    std::vector<NYX_DB *> sub_dbs;
+    try {
+        sub_dbs = linker.get_sub_dbs(this, true);
+        linker.unregister_db(name, this, purge);
+    } catch (...) {
+        // It stays open, so the use that was to be given back is still one.
+        if (uses != remaining)
+            linker.change_use_count(name, uses - remaining, group);
+        throw;
+    }
+    NYX_DB_IMPL::detach(this).reset();
+
+    // The first failure is kept until each sub-database got its use back.
+    std::exception_ptr failure;
+    for (NYX_DB *const sub_db : sub_dbs) {
+        if (NYX_DB_IMPL::is_closed(*sub_db))
+            continue;
+        try {
+            trace_db_access("close()", sub_db);
+            sub_db->close(false);
+        } catch (...) {
+            if (failure == nullptr)
+                failure = std::current_exception();
+        }
+    }
+    if (failure != nullptr)
+        std::rethrow_exception(failure);
+    return remaining;
+}
+
+bool NYX_DB::add_nyx_db_path(const std::string &db_name, const std::string &file_path, bool verbose) {
+    constexpr const char *function = "NYX_DB::add_nyx_db_path";
+    if (file_path.empty())
+        NYX_RAISE_INVALID_ARGUMENT(function, "DB file path cannot be empty");
+    if (db_name.empty())
+        NYX_RAISE_INVALID_ARGUMENT(function, "DB name cannot be empty");
+    // The two become a line of a paths file, and must not become more than one.
+    if (file_path.find('\n') != std::string::npos)
+        NYX_RAISE_INVALID_ARGUMENT(function, "DB file path cannot hold a line break");
+    if (db_name.find('\n') != std::string::npos)
+        NYX_RAISE_INVALID_ARGUMENT(function, "DB name cannot hold a line break");
+    std::istringstream line("DEFINE  " + db_name + " " + file_path);
+    std::size_t num_added = 0;
+    return NYX_DB_LINKER::get().add_paths(line, current_directory(), verbose, num_added);
+}
+
+bool NYX_DB::add_nyx_paths(std::istream &paths, const std::string &base_dir, bool verbose) {
+    std::size_t num_added = 0;
+    const bool result =
+        NYX_DB_LINKER::get().add_paths(paths, base_dir.empty() ? current_directory() : base_dir, verbose, num_added);
+    if (num_added == 0 && verbose)
+        NYX_REPORT::warn(PREFIX_VIEW())
+            << "No components DB paths were loaded! User design DBs won't find their sub-DBs. "
+            << "Open them directly first.";
+    return result;
+}
+
+bool NYX_DB::add_nyx_paths(const std::string &paths_file, const std::string &base_dir, bool verbose) {
+    const std::unique_ptr<std::ifstream> file = nyx_open_paths_file(paths_file);
+    if (file == nullptr)
+        NYX_RAISE_INVALID_ARGUMENT("NYX_DB::add_nyx_paths", "Could not open '" + paths_file + "'");
+    return add_nyx_paths(*file, base_dir, verbose);
+}
+
+std::string NYX_DB::find_db_path_from_db_name(const std::string &db_name, const std::string &group_name) {
+    const NYX_DB_LOCK lock;
+    const NYX_DB_GROUP *const group = NYX_DB_LINKER::get().find_group(group_name);
+    return group != nullptr ? group->lookup(db_name).path : std::string();
+}
+
+void NYX_DB::find_known_db_names(std::set<std::string> &names, const std::string &group_name) {
+    const NYX_DB_LOCK lock;
+    if (const NYX_DB_GROUP *const group = NYX_DB_LINKER::get().find_group(group_name))
+        group->find_known_db_names(names);
+}
+
+void NYX_DB::find_known_group_names(std::set<std::string> &names) {
+    NYX_DB_LINKER::get().find_known_group_names(names);
+}
+
+int NYX_DB::get_num_users(const std::string &db_name, const std::string &group_name) {
+    const NYX_DB_LOCK lock;
+    const NYX_DB_GROUP *const group = NYX_DB_LINKER::get().find_group(group_name);
+    return group != nullptr ? group->get_use_count(db_name) : 0;
+}
+
+NYX_DB_IMPL &NYX_DB::get_impl() const {
+    NYX_CHECK_MSG(m_impl != nullptr, "%p NYX_DB is closed", static_cast<const void *>(this));
+    return *m_impl;
+}
+
+NYX_DB_GROUP *NYX_DB::get_db_group() const {
+    return get_impl().m_group;
+}
+
+NYX_DB_PERSISTENT *NYX_DB::get_db_persistent() const {
+    return get_impl().m_persistent;
+}
+
+std::string NYX_DB::get_name() const {
+    return get_impl().m_name;
+}
+
+std::string NYX_DB::get_file_name() const {
+    return get_impl().m_file_name.value_or(std::string());
+}
+
+NYX_DB::ACCESS_MODE NYX_DB::get_access_mode() const {
+    return get_impl().m_access_mode;
+}
+
+NYX_DB_TYPE NYX_DB::get_db_type() const {
+    return get_db_persistent()->get_type();
+}
+
+std::string NYX_DB::get_db_group_name() const {
+    const NYX_DB_GROUP *const group = get_db_group();
+    return group != nullptr ? group->get_name() : std::string();
+}
+
+std::size_t NYX_DB::get_size() const {
+    return get_impl().m_file->get_size();
+}
+
+const void *NYX_DB::get_starting_address() const {
+    return get_impl().m_file->get_starting_address();
+}
+
+bool NYX_DB::is_user() const {
+    return get_db_type() == NYX_DB_TYPE::USER;
+}
+
+bool NYX_DB::is_component() const {
+    return get_db_type() == NYX_DB_TYPE::COMPONENT;
+}
+
+bool NYX_DB::is_definition() const {
+    return get_db_type() == NYX_DB_TYPE::DEFINITION;
+}
+
+bool NYX_DB::is_device() const {
+    return get_db_type() == NYX_DB_TYPE::DEVICE;
+}
+
+bool NYX_DB::is_working() const {
+    return get_db_type() == NYX_DB_TYPE::WORKING_LIBRARY;
+}
+
+bool NYX_DB::is_library() const {
+    return is_component() || is_definition() || is_working();
+}
+
+bool NYX_DB::is_component_library() const {
+    return is_definition() || is_working() || (is_user() && get_db_group() == nullptr);
+}
+
+bool NYX_DB::is_top() const {
+    const NYX_DB_LOCK lock;
+    return is_user() && NYX_DB_LINKER::get().get_parents(this).empty();
+}
+
+bool NYX_DB::is_partition() const {
+    const NYX_DB_LOCK lock;
+    return is_user() && get_db_group() != nullptr && !NYX_DB_LINKER::get().get_parents(this).empty();
+}
+
+bool NYX_DB::is_read_only() const {
+    return get_access_mode() == ACCESS_MODE::READ_ONLY;
+}
+
+bool NYX_DB::is_persistent() const {
+    return get_impl().m_file_name.has_value();
+}
+
+const NYX_DB *NYX_DB::get_top_db() const {
+    constexpr const char *function = "NYX_DB::get_top_db";
+    const NYX_DB_LOCK lock;
+    NYX_DB_LIST passed;
+    NYX_DB *db = const_cast<NYX_DB *>(this);
+    while (passed.add(db)) {
+        if (db->get_db_group() == nullptr)
+            NYX_RAISE_INVALID_ARGUMENT(function, "Cannot get top db for " + db->get_name() +
+                                                     ". Single top db is defined for user design db only.");
+        const std::vector<NYX_DB *> &parents = NYX_DB_LINKER::get().get_parents(db);
+        if (parents.empty())
+            return db;
+        if (parents.size() > 1)
+            NYX_RAISE_RUNTIME_ERROR(function, db->get_name() + " has multiple parent dbs");
+        db = parents.front();
+    }
+    NYX_RAISE_RUNTIME_ERROR(function, db->get_name() + " is a sub-db of itself");
+}

@@ -1,0 +1,157 @@
+#ifndef NYX_DB_LINKER_H
+#define NYX_DB_LINKER_H
+
+#include "database/nyx_db_group.h"
+#include "database/nyx_db_persistent.h"
+#include "nyx/nyx_db.h"
+
+#include <cstddef>
+#include <iosfwd>
+#include <map>
+#include <set>
+#include <shared_mutex>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+/// Databases in the order in which they were added, each once, with a fast test for membership.
+class NYX_DB_LIST {
+public:
+    /// False if it is in the list already.
+    bool add(NYX_DB *db);
+    /// False if it was not in the list. O(length).
+    bool remove(const NYX_DB *db);
+    bool contains(const NYX_DB *db) const { return m_members.contains(db); }
+
+    const std::vector<NYX_DB *> &in_order() const { return m_in_order; }
+
+private:
+    std::vector<NYX_DB *> m_in_order;
+    std::unordered_set<const NYX_DB *> m_members;
+};
+
+/// The process's register of databases: by name and group, by file, by root; who refers to whom; and where a name
+/// leads. It is itself the default group. Every member takes NYX_DB_LOCK where it touches the tables; what refers into
+/// them is good while the caller holds it.
+///
+/// Invariants, outside its members:
+///  1. Every open database is in the table of roots and in the table of links, by its file's path if it has a file, and
+///  in
+///     its group's table of names if it has a name. A database that is not open is in no table, be it as key or as
+///     value.
+///  2. B is in A's direct list exactly if A is in B's parents list, and A's list of all is what the direct lists lead
+///  to.
+class NYX_DB_LINKER final : public NYX_DB_GROUP {
+public:
+    /// The one linker, made when the library is loaded. It is never destroyed, so that a static object may still close
+    /// its database in its destructor; databases that are open at the end of the process are not saved.
+    static NYX_DB_LINKER &get();
+
+    /// Reads the default paths file; see NYX_DB::init, whose result it gives.
+    bool init(bool verbose);
+    /// Reads the text of a paths file for the default group, and tells in `num_added` how many paths were stored. False
+    /// if the reading stopped at a fault.
+    bool add_paths(std::istream &paths, const std::string &base_dir, bool verbose, std::size_t &num_added);
+    /// Reads the paths file `file` for the default group; relative paths in it belong to its directory. False if it
+    /// does not open, or has a fault.
+    bool load_paths_file(const std::string &file, bool verbose);
+
+    /// \name Groups
+    /// A null group stands for the default group.
+    /// \{
+
+    /// This object for an empty name, null for an unknown one.
+    NYX_DB_GROUP *find_group(const std::string &group_name);
+    /// This object for an empty name. A new group stays until it is removed.
+    NYX_DB_GROUP *find_or_add_group(const std::string &group_name);
+    /// Adds the names of the named groups.
+    void find_known_group_names(std::set<std::string> &names) const;
+
+    using NYX_DB_GROUP::find_db_persistent;
+    NYX_DB_PERSISTENT *find_db_persistent(const std::string &db_name, const NYX_DB_GROUP *group) const;
+
+    using NYX_DB_GROUP::change_use_count;
+    int change_use_count(const std::string &db_name, int change_num, NYX_DB_GROUP *group);
+    using NYX_DB_GROUP::get_use_count;
+    int get_use_count(const std::string &db_name, const NYX_DB_GROUP *group) const;
+    /// \}
+
+    /// \name Open databases
+    /// \{
+
+    /// Enters an open database, with one use if it has a name. Raises NYX_RUNTIME_ERROR: "db_name 'NAME' is already in
+    /// use.", or "The db file FILE is already in use as 'OTHER' db and cannot be loaded as 'NAME'". Ends the run if the
+    /// root is registered. All or nothing.
+    void register_db(const std::string &db_name, NYX_DB *db);
+
+    /// Takes it out, and with it all that these tables keep of it. Unless `force` is set it raises NYX_RUNTIME_ERROR
+    /// "Sub db 'NAME' is still in use by 'PARENT'" for a database that others refer to; else it warns and drops those
+    /// links. Raises it for one that is not registered: "DB 'NAME' name is not registered", "DB file 'FILE' is not
+    /// registered", "db_persistent for 'NAME' is not registered". All or nothing.
+    void unregister_db(const std::string &db_name, NYX_DB *db, bool force);
+
+    /// The open database with this root; ends the run if there is none. Does not wait for NYX_DB_LOCK, which another
+    /// thread may hold for as long as it takes to read a file.
+    NYX_DB *db_for_persistent(const NYX_DB_PERSISTENT *persistent) const;
+
+    /// The first open database, by address of the root, whose root lies behind `persistent`; all lie behind null. Two
+    /// nulls if there is none.
+    std::pair<NYX_DB_PERSISTENT *, NYX_DB *> find_next_open_db(const NYX_DB_PERSISTENT *persistent) const;
+
+    /// The database to share when `file_path` is to be opened as `db_name` in `mode`: one of that name, file and mode
+    /// that is open in the group. Null if neither name nor file is open, or there is no such group.
+    ///
+    /// Raises NYX_RUNTIME_ERROR: "DB 'NAME' is already opened in MODIFY mode and cannot be shared."; "DB 'NAME' (from
+    /// PATH in mode MODE) is already loaded, but from FILE in mode WORD (MODE)", without what is equal; "DB from PATH
+    /// is already open as 'OTHER' and cannot be loaded as 'NAME.".
+    NYX_DB *find_open_db(const std::string &file_path, NYX_DB::ACCESS_MODE mode, const std::string &db_name,
+                         const std::string &group_name);
+    /// The open database with this file, else null.
+    NYX_DB *find_open_db_by_file(const std::string &file_path) const;
+    /// \}
+
+    /// \name Who refers to whom
+    /// \{
+
+    /// Both must be registered. False if the link is there already. Counts no use.
+    bool add_sub_db(NYX_DB *parent, NYX_DB *child);
+
+    /// The databases that `db` refers to, itself or, unless `direct`, through others. Raises NYX_RUNTIME_ERROR "Db NAME
+    /// not found in hierarchy linker maps" for one that is not registered.
+    const std::vector<NYX_DB *> &get_sub_dbs(const NYX_DB *db, bool direct) const;
+    /// Number `index` of these, null behind the last and for a database that is not registered.
+    NYX_DB *find_sub_db(const NYX_DB *db, bool direct, std::size_t index) const;
+    /// The databases that refer to `db` themselves; none for one that is not registered.
+    const std::vector<NYX_DB *> &get_parents(const NYX_DB *db) const;
+    /// \}
+
+private:
+    /// The registration of a database by its name, with one use: taken back with this object unless it is kept.
+    class DB_REG_BY_NAME;
+
+    struct LINKS {
+        NYX_DB_LIST direct;
+        NYX_DB_LIST parents;
+        NYX_DB_LIST all;
+    };
+
+    NYX_DB_LINKER() : NYX_DB_GROUP(std::string()) {}
+
+    NYX_DB_GROUP &group_or_default(NYX_DB_GROUP *group) { return group != nullptr ? *group : *this; }
+    const NYX_DB_GROUP &group_or_default(const NYX_DB_GROUP *group) const { return group != nullptr ? *group : *this; }
+    void erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, const std::string *file);
+    std::vector<NYX_DB *> find_ancestors(const NYX_DB *db) const;
+    NYX_DB_LIST collect_sub_dbs(const NYX_DB *db) const;
+
+    std::map<std::string, NYX_DB_GROUP> m_groups;
+    std::map<NYX_DB_PERSISTENT *, NYX_DB *> m_persistent_to_db;
+    /// Guards m_persistent_to_db, which every handle's way to its database reads. Written with NYX_DB_LOCK held as
+    /// well, so its holder may read without.
+    mutable std::shared_mutex m_persistent_to_db_mutex;
+    std::unordered_map<std::string, NYX_DB *> m_file_to_db;
+    std::unordered_map<const NYX_DB *, LINKS> m_links;
+};
+
+#endif
