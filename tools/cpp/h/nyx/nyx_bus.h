@@ -5,8 +5,8 @@
 #include "nyx/nyx_fwd.h"
 #include "nyx/nyx_object.h"
 
-/// Ports of one module under one name and an index range. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// Ports of one module under one name and an index range. A handle is its row's address: it owns nothing, and is valid
+/// until the object is deleted or the database closed.
 class NYX_API NYX_PORT_BUS : public NYX_OBJECT<NYX_PORT_BUS> {
 public:
     /// \internal The row.
@@ -18,8 +18,8 @@ protected:
     ~NYX_PORT_BUS() = default;
 };
 
-/// Nets of one module under one name and an index range. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// Nets of one module under one name and an index range. A handle is its row's address: it owns nothing, and is valid
+/// until the object is deleted or the database closed.
 class NYX_API NYX_NET_BUS : public NYX_OBJECT<NYX_NET_BUS> {
 public:
     /// \internal The row.
@@ -31,8 +31,8 @@ protected:
     ~NYX_NET_BUS() = default;
 };
 
-/// Instances of one module under one name and an index range. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// Instances of one module under one name and an index range. A handle is its row's address: it owns nothing, and is
+/// valid until the object is deleted or the database closed.
 class NYX_API NYX_INSTANCE_BUS : public NYX_OBJECT<NYX_INSTANCE_BUS> {
 public:
     /// \internal The row.

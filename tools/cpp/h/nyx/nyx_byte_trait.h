@@ -5,8 +5,8 @@
 #include "nyx/nyx_fwd.h"
 #include "nyx/nyx_object.h"
 
-/// A sparse attribute of 1 bytes, or a byte, on objects of one type. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// A sparse attribute of 1 bytes, or a byte, on objects of one type. A handle is its row's address: it owns nothing,
+/// and is valid until the object is deleted or the database closed.
 class NYX_API NYX_BYTE1_TRAIT : public NYX_OBJECT<NYX_BYTE1_TRAIT> {
 public:
     /// \internal The row.
@@ -18,8 +18,8 @@ protected:
     ~NYX_BYTE1_TRAIT() = default;
 };
 
-/// A sparse attribute of 4 bytes, or a byte, on objects of one type. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// A sparse attribute of 4 bytes, or a byte, on objects of one type. A handle is its row's address: it owns nothing,
+/// and is valid until the object is deleted or the database closed.
 class NYX_API NYX_BYTE4_TRAIT : public NYX_OBJECT<NYX_BYTE4_TRAIT> {
 public:
     /// \internal The row.
@@ -31,8 +31,8 @@ protected:
     ~NYX_BYTE4_TRAIT() = default;
 };
 
-/// A sparse attribute of 8 bytes, or a byte, on objects of one type. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// A sparse attribute of 8 bytes, or a byte, on objects of one type. A handle is its row's address: it owns nothing,
+/// and is valid until the object is deleted or the database closed.
 class NYX_API NYX_BYTE8_TRAIT : public NYX_OBJECT<NYX_BYTE8_TRAIT> {
 public:
     /// \internal The row.

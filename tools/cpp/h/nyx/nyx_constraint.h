@@ -5,8 +5,8 @@
 #include "nyx/nyx_fwd.h"
 #include "nyx/nyx_object.h"
 
-/// One argument of a constraint statement. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// One argument of a constraint statement. A handle is its row's address: it owns nothing, and is valid until the
+/// object is deleted or the database closed.
 class NYX_API NYX_CONSTRAINT_ARG : public NYX_OBJECT<NYX_CONSTRAINT_ARG> {
 public:
     /// What the value is. Stored in a byte.
@@ -29,8 +29,8 @@ protected:
     ~NYX_CONSTRAINT_ARG() = default;
 };
 
-/// A set of objects that a constraint names. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// A set of objects that a constraint names. A handle is its row's address: it owns nothing, and is valid until the
+/// object is deleted or the database closed.
 class NYX_API NYX_CONSTRAINT_COLLECTION : public NYX_OBJECT<NYX_CONSTRAINT_COLLECTION> {
 public:
     /// \internal The row.
@@ -42,8 +42,8 @@ protected:
     ~NYX_CONSTRAINT_COLLECTION() = default;
 };
 
-/// One command of a constraint script. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// One command of a constraint script. A handle is its row's address: it owns nothing, and is valid until the object is
+/// deleted or the database closed.
 class NYX_API NYX_CONSTRAINT_STMT : public NYX_OBJECT<NYX_CONSTRAINT_STMT> {
 public:
     /// \internal The row.

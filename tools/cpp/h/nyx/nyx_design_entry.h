@@ -5,8 +5,8 @@
 #include "nyx/nyx_fwd.h"
 #include "nyx/nyx_object.h"
 
-/// A design unit in a source file. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// A design unit in a source file. A handle is its row's address: it owns nothing, and is valid until the object is
+/// deleted or the database closed.
 class NYX_API NYX_ENTITY : public NYX_OBJECT<NYX_ENTITY> {
 public:
     /// \internal The row.
@@ -18,8 +18,8 @@ protected:
     ~NYX_ENTITY() = default;
 };
 
-/// A clock of a constraint script. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// A clock of a constraint script. A handle is its row's address: it owns nothing, and is valid until the object is
+/// deleted or the database closed.
 class NYX_API NYX_SDC_CLOCK : public NYX_OBJECT<NYX_SDC_CLOCK> {
 public:
     /// \internal The row.
@@ -31,8 +31,8 @@ protected:
     ~NYX_SDC_CLOCK() = default;
 };
 
-/// A file that the design came from. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// A file that the design came from. A handle is its row's address: it owns nothing, and is valid until the object is
+/// deleted or the database closed.
 class NYX_API NYX_SOURCE_FILE : public NYX_OBJECT<NYX_SOURCE_FILE> {
 public:
     /// \internal The row.

@@ -85,7 +85,6 @@ class NYX_API NYX_OBSERVER;
 // Names. NYX_NAME is a tag that is never defined: a name is known by its NYX_NAME_ID alone.
 class NYX_API NYX_NAME;
 
-
 // Values.
 class NYX_API NYX_POINT;
 class NYX_API NYX_BOX;

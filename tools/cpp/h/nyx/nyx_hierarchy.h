@@ -5,8 +5,8 @@
 #include "nyx/nyx_fwd.h"
 #include "nyx/nyx_object.h"
 
-/// One node of the unfolded design. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// One node of the unfolded design. A handle is its row's address: it owns nothing, and is valid until the object is
+/// deleted or the database closed.
 class NYX_API NYX_HIER_INSTANCE : public NYX_OBJECT<NYX_HIER_INSTANCE> {
 public:
     /// \internal The row.
@@ -18,8 +18,8 @@ protected:
     ~NYX_HIER_INSTANCE() = default;
 };
 
-/// The module of nodes of the unfolded design. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// The module of nodes of the unfolded design. A handle is its row's address: it owns nothing, and is valid until the
+/// object is deleted or the database closed.
 class NYX_API NYX_HIER_MODULE : public NYX_OBJECT<NYX_HIER_MODULE> {
 public:
     /// \internal The row.
@@ -31,8 +31,8 @@ protected:
     ~NYX_HIER_MODULE() = default;
 };
 
-/// A port of a module of the unfolded design. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// A port of a module of the unfolded design. A handle is its row's address: it owns nothing, and is valid until the
+/// object is deleted or the database closed.
 class NYX_API NYX_HIER_PORT : public NYX_OBJECT<NYX_HIER_PORT> {
 public:
     /// \internal The row.

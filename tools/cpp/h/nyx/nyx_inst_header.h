@@ -5,8 +5,8 @@
 #include "nyx/nyx_fwd.h"
 #include "nyx/nyx_object.h"
 
-/// Stands in a database for a module that lies in another one. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// Stands in a database for a module that lies in another one. A handle is its row's address: it owns nothing, and is
+/// valid until the object is deleted or the database closed.
 class NYX_API NYX_INST_HEADER : public NYX_OBJECT<NYX_INST_HEADER> {
 public:
     /// \internal The row.

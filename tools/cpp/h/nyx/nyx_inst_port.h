@@ -5,8 +5,8 @@
 #include "nyx/nyx_fwd.h"
 #include "nyx/nyx_object.h"
 
-/// The connection point of one port on one instance. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// The connection point of one port on one instance. A handle is its row's address: it owns nothing, and is valid until
+/// the object is deleted or the database closed.
 class NYX_API NYX_INST_PORT : public NYX_OBJECT<NYX_INST_PORT> {
 public:
     /// \internal The row.

@@ -5,8 +5,8 @@
 #include "nyx/nyx_fwd.h"
 #include "nyx/nyx_object.h"
 
-/// A single-bit connection point of a module. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// A single-bit connection point of a module. A handle is its row's address: it owns nothing, and is valid until the
+/// object is deleted or the database closed.
 class NYX_API NYX_PORT : public NYX_OBJECT<NYX_PORT> {
 public:
     /// \internal The row.

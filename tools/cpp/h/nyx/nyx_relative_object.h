@@ -5,8 +5,8 @@
 #include "nyx/nyx_fwd.h"
 #include "nyx/nyx_object.h"
 
-/// An object in a design that need not be loaded, named by its path. A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database
-/// closed.
+/// An object in a design that need not be loaded, named by its path. A handle is its row's address: it owns nothing,
+/// and is valid until the object is deleted or the database closed.
 class NYX_API NYX_RELATIVE_OBJECT : public NYX_OBJECT<NYX_RELATIVE_OBJECT> {
 public:
     /// \internal The row.

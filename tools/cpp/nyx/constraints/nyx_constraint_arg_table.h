@@ -4,7 +4,8 @@
 #include "constraints/nyx_constraint_arg_impl.h"
 #include "netlist/nyx_table.h"
 
-class NYX_CONSTRAINT_ARG_TABLE final : public NYX_FREE_LIST_TABLE<NYX_CONSTRAINT_ARG_TABLE, NYX_CONSTRAINT_ARG_IMPL, NYX_CONSTRAINT_ARG_ID> {
+class NYX_CONSTRAINT_ARG_TABLE final
+    : public NYX_FREE_LIST_TABLE<NYX_CONSTRAINT_ARG_TABLE, NYX_CONSTRAINT_ARG_IMPL, NYX_CONSTRAINT_ARG_ID> {
 public:
     static constexpr const char *s_name = "NYX_CONSTRAINT_ARG_TABLE";
     static constexpr std::uint64_t s_schema_id = 0xba0287720fbe8e42;

@@ -20,11 +20,13 @@ struct NYX_CONSTRAINT_COLLECTION_PRIMARY {
 };
 
 /// The row behind a NYX_CONSTRAINT_COLLECTION: what lies in the page is this.
-class NYX_CONSTRAINT_COLLECTION_IMPL final : public NYX_CONSTRAINT_COLLECTION, public NYX_CONSTRAINT_COLLECTION_PRIMARY {
+class NYX_CONSTRAINT_COLLECTION_IMPL final : public NYX_CONSTRAINT_COLLECTION,
+                                             public NYX_CONSTRAINT_COLLECTION_PRIMARY {
 public:
     using primary_type = NYX_CONSTRAINT_COLLECTION_PRIMARY;
 };
 
-static_assert(sizeof(NYX_CONSTRAINT_COLLECTION_IMPL) == 56 && std::is_standard_layout_v<NYX_CONSTRAINT_COLLECTION_IMPL>);
+static_assert(sizeof(NYX_CONSTRAINT_COLLECTION_IMPL) == 56 &&
+              std::is_standard_layout_v<NYX_CONSTRAINT_COLLECTION_IMPL>);
 
 #endif

@@ -4,7 +4,8 @@
 #include "constraints/nyx_constraint_stmt_impl.h"
 #include "netlist/nyx_table.h"
 
-class NYX_CONSTRAINT_STMT_TABLE final : public NYX_FREE_LIST_TABLE<NYX_CONSTRAINT_STMT_TABLE, NYX_CONSTRAINT_STMT_IMPL, NYX_CONSTRAINT_STMT_ID> {
+class NYX_CONSTRAINT_STMT_TABLE final
+    : public NYX_FREE_LIST_TABLE<NYX_CONSTRAINT_STMT_TABLE, NYX_CONSTRAINT_STMT_IMPL, NYX_CONSTRAINT_STMT_ID> {
 public:
     static constexpr const char *s_name = "NYX_CONSTRAINT_STMT_TABLE";
     static constexpr std::uint64_t s_schema_id = 0x27d4935d79e781ff;

@@ -2,8 +2,8 @@
 #define NYX_RELATIVE_OBJECT_IMPL_H
 
 #include "memory/nyx_serialization.h"
-#include "nyx/nyx_relative_object.h"
 #include "nyx/nyx_defs.h"
+#include "nyx/nyx_relative_object.h"
 
 #include <cstdint>
 #include <type_traits>

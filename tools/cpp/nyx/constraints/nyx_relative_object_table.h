@@ -4,7 +4,8 @@
 #include "constraints/nyx_relative_object_impl.h"
 #include "netlist/nyx_table.h"
 
-class NYX_RELATIVE_OBJECT_TABLE final : public NYX_FREE_LIST_TABLE<NYX_RELATIVE_OBJECT_TABLE, NYX_RELATIVE_OBJECT_IMPL, NYX_RELATIVE_OBJECT_ID> {
+class NYX_RELATIVE_OBJECT_TABLE final
+    : public NYX_FREE_LIST_TABLE<NYX_RELATIVE_OBJECT_TABLE, NYX_RELATIVE_OBJECT_IMPL, NYX_RELATIVE_OBJECT_ID> {
 public:
     static constexpr const char *s_name = "NYX_RELATIVE_OBJECT_TABLE";
     static constexpr std::uint64_t s_schema_id = 0x1f806019bce14512;

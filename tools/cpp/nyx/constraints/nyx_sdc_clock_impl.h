@@ -2,8 +2,8 @@
 #define NYX_SDC_CLOCK_IMPL_H
 
 #include "memory/nyx_serialization.h"
-#include "nyx/nyx_design_entry.h"
 #include "nyx/nyx_defs.h"
+#include "nyx/nyx_design_entry.h"
 
 #include <cstdint>
 #include <type_traits>

@@ -4,7 +4,8 @@
 #include "constraints/nyx_sdc_clock_impl.h"
 #include "netlist/nyx_table.h"
 
-class NYX_SDC_CLOCK_TABLE final : public NYX_FREE_LIST_TABLE<NYX_SDC_CLOCK_TABLE, NYX_SDC_CLOCK_IMPL, NYX_SDC_CLOCK_ID> {
+class NYX_SDC_CLOCK_TABLE final
+    : public NYX_FREE_LIST_TABLE<NYX_SDC_CLOCK_TABLE, NYX_SDC_CLOCK_IMPL, NYX_SDC_CLOCK_ID> {
 public:
     static constexpr const char *s_name = "NYX_SDC_CLOCK_TABLE";
     static constexpr std::uint64_t s_schema_id = 0x59c067579519d496;

@@ -4,7 +4,8 @@
 #include "constraints/nyx_source_file_impl.h"
 #include "netlist/nyx_table.h"
 
-class NYX_SOURCE_FILE_TABLE final : public NYX_FREE_LIST_TABLE<NYX_SOURCE_FILE_TABLE, NYX_SOURCE_FILE_IMPL, NYX_SOURCE_FILE_ID> {
+class NYX_SOURCE_FILE_TABLE final
+    : public NYX_FREE_LIST_TABLE<NYX_SOURCE_FILE_TABLE, NYX_SOURCE_FILE_IMPL, NYX_SOURCE_FILE_ID> {
 public:
     static constexpr const char *s_name = "NYX_SOURCE_FILE_TABLE";
     static constexpr std::uint64_t s_schema_id = 0xb7800d334cdc6052;

@@ -113,7 +113,9 @@ NYX_DB_PERSISTENT::NYX_DB_PERSISTENT(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE t
     make_table(m_user_data, this, manager);
 }
 
-NYX_SEGMENT_MANAGER *NYX_DB_PERSISTENT::get_segment_manager() const { return m_names.get_impl().segment.get(); }
+NYX_SEGMENT_MANAGER *NYX_DB_PERSISTENT::get_segment_manager() const {
+    return m_names.get_impl().segment.get();
+}
 
 // ---- Top module
 
@@ -190,7 +192,9 @@ void NYX_DB_PERSISTENT::register_module(NYX_NAME_ID name_id, NYX_MODULE_ID id) {
     m_module_nameid_to_objid.emplace(name_id, id);
 }
 
-void NYX_DB_PERSISTENT::unregister_module(NYX_NAME_ID name_id) { m_module_nameid_to_objid.erase(name_id); }
+void NYX_DB_PERSISTENT::unregister_module(NYX_NAME_ID name_id) {
+    m_module_nameid_to_objid.erase(name_id);
+}
 
 void NYX_DB_PERSISTENT::register_byte1_trait(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type,
                                              NYX_BYTE1_TRAIT_ID id) {
@@ -218,9 +222,13 @@ void NYX_DB_PERSISTENT::register_inst_header(const INST_HEADER_KEY &key, NYX_INS
     NYX_CHECK_MSG(result.second, "Attempt to register inst header with the same INST_HEADER_KEY");
 }
 
-void NYX_DB_PERSISTENT::unregister_inst_header(const INST_HEADER_KEY &key) { m_inst_header_key_to_id.erase(key); }
+void NYX_DB_PERSISTENT::unregister_inst_header(const INST_HEADER_KEY &key) {
+    m_inst_header_key_to_id.erase(key);
+}
 
-bool NYX_DB_PERSISTENT::has_inst_headers() const { return m_inst_header_table->num_allocated() != 0; }
+bool NYX_DB_PERSISTENT::has_inst_headers() const {
+    return m_inst_header_table->num_allocated() != 0;
+}
 
 // ---- Statistics and schema
 
@@ -264,9 +272,7 @@ NYX_STATS NYX_DB_PERSISTENT::get_stats() const {
     stats.add_type_stats(m_names.get_stats());
 
     NYX_TYPE_STATS own("NYX_DB_PERSISTENT", -1, -1);
-    const auto add = [&own](const char *name, long bytes) {
-        own.add_field_stats(NYX_FIELD_STATS(name, bytes, -1, 0));
-    };
+    const auto add = [&own](const char *name, long bytes) { own.add_field_stats(NYX_FIELD_STATS(name, bytes, -1, 0)); };
     add("self", own_bytes());
     add("module_nameid_to_objid", nyx_stored_map_bytes(m_module_nameid_to_objid));
     add("byte1_trait_nameid_to_objid", nyx_stored_map_bytes(m_byte1_trait_nameid_to_objid));
@@ -280,9 +286,8 @@ NYX_STATS NYX_DB_PERSISTENT::get_stats() const {
         for (const NYX_FIELD_STATS &field : type.get_field_stats())
             accounted += field.get_bytes();
     long long blocks = 0;
-    algorithm.for_each_block([&blocks](const NYX::MEM_ALGO::segment_algorithm::BLOCK &block) {
-        blocks += block.allocated;
-    });
+    algorithm.for_each_block(
+        [&blocks](const NYX::MEM_ALGO::segment_algorithm::BLOCK &block) { blocks += block.allocated; });
     const long long used = static_cast<long long>(stats.get_used());
     if (used < accounted || used > accounted + blocks * s_block_overhead)
         NYX_REPORT::warn("The DB used %lld bytes , but %lld bytes were accounted for\n", used, accounted);
@@ -297,12 +302,11 @@ std::uint64_t NYX_DB_PERSISTENT::get_schema_id(std::vector<NYX_SCHEMA_MEMBER> *m
          {NYX_MODULE::get_schema_id(members), NYX_INSTANCE::get_schema_id(members),
           NYX_INSTANCE_BUS::get_schema_id(members), NYX_PORT::get_schema_id(members),
           NYX_PORT_BUS::get_schema_id(members), NYX_NET_BUS::get_schema_id(members),
-          NYX_INST_PORT::get_schema_id(members), NYX_NET::get_schema_id(members),
-          NYX_INTERFACE::get_schema_id(members), NYX_INST_HEADER::get_schema_id(members),
-          NYX_BYTE1_TRAIT::get_schema_id(members), NYX_BYTE4_TRAIT::get_schema_id(members),
-          NYX_BYTE8_TRAIT::get_schema_id(members), NYX_HIER_MODULE::get_schema_id(members),
-          NYX_HIER_INSTANCE::get_schema_id(members), NYX_HIER_PORT::get_schema_id(members), s_containers_version,
-          NYX_NAME_MANAGER::get_schema_id(members)})
+          NYX_INST_PORT::get_schema_id(members), NYX_NET::get_schema_id(members), NYX_INTERFACE::get_schema_id(members),
+          NYX_INST_HEADER::get_schema_id(members), NYX_BYTE1_TRAIT::get_schema_id(members),
+          NYX_BYTE4_TRAIT::get_schema_id(members), NYX_BYTE8_TRAIT::get_schema_id(members),
+          NYX_HIER_MODULE::get_schema_id(members), NYX_HIER_INSTANCE::get_schema_id(members),
+          NYX_HIER_PORT::get_schema_id(members), s_containers_version, NYX_NAME_MANAGER::get_schema_id(members)})
         schema = nyx_hash_combine(schema, id);
     std::uint64_t user_data = 0;
     for (const std::uint64_t id :

@@ -2,9 +2,9 @@
 #define NYX_DB_PERSISTENT_H
 
 /// \file
-/// The root of a database's segment: the named object "NYX", from which everything in it is reached. It is saved and loaded
-/// byte for byte, so it holds self-relative pointers, identifiers and containers of the segment, and nothing of the process.
-/// What a database needs from outside, the linker knows by the root's address.
+/// The root of a database's segment: the named object "NYX", from which everything in it is reached. It is saved and
+/// loaded byte for byte, so it holds self-relative pointers, identifiers and containers of the segment, and nothing of
+/// the process. What a database needs from outside, the linker knows by the root's address.
 
 #include "memory/nyx_serialization.h"
 #include "memory/nyx_stored_map.h"
@@ -110,8 +110,8 @@ public:
     /// True when a header is in use: the database refers to another one. A database for which it is false is a leaf.
     bool has_inst_headers() const;
 
-    /// How the segment is spent: every table, the name manager and the maps. Warns when what they account for differs from
-    /// what is used by more than the blocks' own overhead. O(blocks).
+    /// How the segment is spent: every table, the name manager and the maps. Warns when what they account for differs
+    /// from what is used by more than the blocks' own overhead. O(blocks).
     NYX_STATS get_stats() const;
 
     /// The number of the stored layout of everything in the segment. Its parts are appended to `members` when given.

@@ -2,8 +2,8 @@
 #define NYX_HIER_INSTANCE_IMPL_H
 
 #include "memory/nyx_serialization.h"
-#include "nyx/nyx_hierarchy.h"
 #include "nyx/nyx_defs.h"
+#include "nyx/nyx_hierarchy.h"
 
 #include <cstdint>
 #include <type_traits>
@@ -16,7 +16,7 @@ class NYX_HIER_INSTANCE_IMPL;
 struct NYX_HIER_INSTANCE_PRIMARY {
     NYX_OFFSET_PTR<NYX_HIER_MODULE_IMPL> m_hier_module_ptr; ///< null on a boundary node
     NYX_OFFSET_PTR<NYX_INST_HEADER_IMPL> m_inst_header_ptr; ///< of a boundary node; null on a node in the same database
-    NYX_OFFSET_PTR<NYX_HIER_INSTANCE_IMPL> m_parent_ptr; ///< null on the top node
+    NYX_OFFSET_PTR<NYX_HIER_INSTANCE_IMPL> m_parent_ptr;    ///< null on the top node
     NYX_NAME_ID m_name_id;
     NYX_HIER_INSTANCE_ID m_next_sibling;
     NYX_HIER_INSTANCE_ID m_prev_sibling;

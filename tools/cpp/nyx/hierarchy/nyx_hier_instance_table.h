@@ -4,7 +4,8 @@
 #include "hierarchy/nyx_hier_instance_impl.h"
 #include "netlist/nyx_table.h"
 
-class NYX_HIER_INSTANCE_TABLE final : public NYX_FREE_LIST_TABLE<NYX_HIER_INSTANCE_TABLE, NYX_HIER_INSTANCE_IMPL, NYX_HIER_INSTANCE_ID> {
+class NYX_HIER_INSTANCE_TABLE final
+    : public NYX_FREE_LIST_TABLE<NYX_HIER_INSTANCE_TABLE, NYX_HIER_INSTANCE_IMPL, NYX_HIER_INSTANCE_ID> {
 public:
     static constexpr const char *s_name = "NYX_HIER_INSTANCE_TABLE";
     static constexpr std::uint64_t s_schema_id = 0xb1157d4b3e0b0968;

@@ -4,7 +4,8 @@
 #include "hierarchy/nyx_hier_module_impl.h"
 #include "netlist/nyx_table.h"
 
-class NYX_HIER_MODULE_TABLE final : public NYX_FREE_LIST_TABLE<NYX_HIER_MODULE_TABLE, NYX_HIER_MODULE_IMPL, NYX_HIER_MODULE_ID> {
+class NYX_HIER_MODULE_TABLE final
+    : public NYX_FREE_LIST_TABLE<NYX_HIER_MODULE_TABLE, NYX_HIER_MODULE_IMPL, NYX_HIER_MODULE_ID> {
 public:
     static constexpr const char *s_name = "NYX_HIER_MODULE_TABLE";
     static constexpr std::uint64_t s_schema_id = 0xd457e44f0790fd19;

@@ -2,8 +2,8 @@
 #define NYX_HIER_PORT_IMPL_H
 
 #include "memory/nyx_serialization.h"
-#include "nyx/nyx_hierarchy.h"
 #include "nyx/nyx_defs.h"
+#include "nyx/nyx_hierarchy.h"
 
 #include <cstdint>
 #include <type_traits>

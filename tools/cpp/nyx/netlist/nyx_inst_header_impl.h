@@ -2,17 +2,17 @@
 #define NYX_INST_HEADER_IMPL_H
 
 #include "memory/nyx_serialization.h"
-#include "nyx/nyx_inst_header.h"
 #include "nyx/nyx_defs.h"
+#include "nyx/nyx_inst_header.h"
 
 #include <cstdint>
 #include <type_traits>
 
 // Stored: the order and the widths of the members are part of the file format.
 struct NYX_INST_HEADER_PRIMARY {
-    NYX_NAME_ID m_db_name_id; ///< the database that holds the module
-    NYX_NAME_ID m_module_name_id; ///< INVALID on a free row
-    std::uint32_t m_num_ports = 0; ///< of the module when the header was made
+    NYX_NAME_ID m_db_name_id;            ///< the database that holds the module
+    NYX_NAME_ID m_module_name_id;        ///< INVALID on a free row
+    std::uint32_t m_num_ports = 0;       ///< of the module when the header was made
     std::uint32_t m_reference_count = 0; ///< instances and relative objects that use the header
 };
 

@@ -4,7 +4,8 @@
 #include "netlist/nyx_inst_header_impl.h"
 #include "netlist/nyx_table.h"
 
-class NYX_INST_HEADER_TABLE final : public NYX_FREE_LIST_TABLE<NYX_INST_HEADER_TABLE, NYX_INST_HEADER_IMPL, NYX_INST_HEADER_ID> {
+class NYX_INST_HEADER_TABLE final
+    : public NYX_FREE_LIST_TABLE<NYX_INST_HEADER_TABLE, NYX_INST_HEADER_IMPL, NYX_INST_HEADER_ID> {
 public:
     static constexpr const char *s_name = "NYX_INST_HEADER_TABLE";
     static constexpr std::uint64_t s_schema_id = 0x35b3fbab83e604d0;

@@ -4,7 +4,8 @@
 #include "netlist/nyx_instance_bus_impl.h"
 #include "netlist/nyx_table.h"
 
-class NYX_INSTANCE_BUS_TABLE final : public NYX_FREE_LIST_TABLE<NYX_INSTANCE_BUS_TABLE, NYX_INSTANCE_BUS_IMPL, NYX_INSTANCE_BUS_ID> {
+class NYX_INSTANCE_BUS_TABLE final
+    : public NYX_FREE_LIST_TABLE<NYX_INSTANCE_BUS_TABLE, NYX_INSTANCE_BUS_IMPL, NYX_INSTANCE_BUS_ID> {
 public:
     static constexpr const char *s_name = "NYX_INSTANCE_BUS_TABLE";
     static constexpr std::uint64_t s_schema_id = 0xc2cb91829456079b;

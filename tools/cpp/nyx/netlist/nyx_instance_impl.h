@@ -2,8 +2,8 @@
 #define NYX_INSTANCE_IMPL_H
 
 #include "memory/nyx_serialization.h"
-#include "nyx/nyx_instance.h"
 #include "nyx/nyx_defs.h"
+#include "nyx/nyx_instance.h"
 
 #include <cstdint>
 #include <type_traits>
@@ -13,7 +13,8 @@ class NYX_MODULE_IMPL;
 
 // Stored: the order and the widths of the members are part of the file format.
 struct NYX_INSTANCE_PRIMARY {
-    NYX_OFFSET_PTR<NYX_INST_HEADER_IMPL> m_inst_header_ptr; ///< the way to the base module when that lies in another database
+    NYX_OFFSET_PTR<NYX_INST_HEADER_IMPL>
+        m_inst_header_ptr;                        ///< the way to the base module when that lies in another database
     NYX_OFFSET_PTR<NYX_MODULE_IMPL> m_module_ptr; ///< the base module when it lies in this database
     NYX_OFFSET_PTR<NYX_MODULE_IMPL> m_parent_ptr; ///< the module that contains the instance; null in none
     NYX_NAME_ID m_name_id;

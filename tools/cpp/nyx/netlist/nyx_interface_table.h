@@ -4,7 +4,8 @@
 #include "netlist/nyx_interface_impl.h"
 #include "netlist/nyx_table.h"
 
-class NYX_INTERFACE_TABLE final : public NYX_FREE_LIST_TABLE<NYX_INTERFACE_TABLE, NYX_INTERFACE_IMPL, NYX_INTERFACE_ID> {
+class NYX_INTERFACE_TABLE final
+    : public NYX_FREE_LIST_TABLE<NYX_INTERFACE_TABLE, NYX_INTERFACE_IMPL, NYX_INTERFACE_ID> {
 public:
     static constexpr const char *s_name = "NYX_INTERFACE_TABLE";
     static constexpr std::uint64_t s_schema_id = 0x1c0c40d7956997b7;

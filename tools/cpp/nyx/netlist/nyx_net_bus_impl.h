@@ -11,7 +11,7 @@
 // Stored: the order and the widths of the members are part of the file format.
 struct NYX_NET_BUS_PRIMARY {
     NYX_OFFSET_PTR<NYX_NET_ID> m_members_ptr; ///< array of one identifier a position; INVALID in an empty one
-    std::int32_t m_left_index = 0; ///< index of position 0
+    std::int32_t m_left_index = 0;            ///< index of position 0
     NYX_NAME_ID m_name_id;
     NYX_NET_BUS_ID m_next_in_module;
     NYX_NET_BUS_ID m_prev_in_module;

@@ -7,6 +7,14 @@
 #include "netlist/nyx_schema.h"
 #include "nyx/nyx_object.h"
 
+/// The open database of a row, from its address.
+NYX_DB *nyx_get_db_of_row(const void *row);
+
+template <class T>
+NYX_DB *NYX_OBJECT<T>::get_db() const {
+    return nyx_get_db_of_row(this);
+}
+
 template <class T>
 long NYX_OBJECT<T>::python_hash() const {
     return nyx_hash_address(this);

@@ -2,8 +2,8 @@
 #define NYX_PORT_IMPL_H
 
 #include "memory/nyx_serialization.h"
-#include "nyx/nyx_port.h"
 #include "nyx/nyx_defs.h"
+#include "nyx/nyx_port.h"
 
 #include <cstdint>
 #include <type_traits>
@@ -13,7 +13,7 @@ class NYX_NET_IMPL;
 
 // Stored: the order and the widths of the members are part of the file format.
 struct NYX_PORT_PRIMARY {
-    NYX_OFFSET_PTR<NYX_NET_IMPL> m_net_ptr; ///< null when unconnected
+    NYX_OFFSET_PTR<NYX_NET_IMPL> m_net_ptr;       ///< null when unconnected
     NYX_OFFSET_PTR<NYX_MODULE_IMPL> m_parent_ptr; ///< null marks a row of the run that is not allocated
     NYX_NAME_ID m_name_id;
     NYX_PORT_ID m_next_on_net;

@@ -2,8 +2,8 @@
 #define NYX_PROPERTY_MAP_H
 
 /// \file
-/// The free-form values of the rows of one table: only rows that have a value take room. The order of the variant's types
-/// and the containers are part of the file format.
+/// The free-form values of the rows of one table: only rows that have a value take room. The order of the variant's
+/// types and the containers are part of the file format.
 
 #include "memory/nyx_segment.h"
 #include "memory/nyx_stored_map.h"
@@ -14,7 +14,8 @@
 
 #include <functional>
 
-/// A value as it is stored: a text is an interned name, and the bytes of an application lie in a block that the map owns.
+/// A value as it is stored: a text is an interned name, and the bytes of an application lie in a block that the map
+/// owns.
 using NYX_STORED_PROPERTY =
     boost::variant<bool, int, unsigned int, float, NYX_NAME_ID, double, long long, NYX_OFFSET_PTR<unsigned char>>;
 

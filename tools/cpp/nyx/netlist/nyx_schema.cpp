@@ -11,7 +11,9 @@ constexpr std::uint64_t s_module_version = 4;
 constexpr std::uint64_t s_traits_version = 1;
 
 // The versions of the objects that hold a trait's values, by the width of the trait.
-std::uint64_t lookup_version(const std::string &class_name) { return class_name == "NYX_BYTE1_TRAIT" ? 5 : 4; }
+std::uint64_t lookup_version(const std::string &class_name) {
+    return class_name == "NYX_BYTE1_TRAIT" ? 5 : 4;
+}
 
 void append(std::vector<NYX_SCHEMA_MEMBER> *members, std::uint64_t id, const std::string &name) {
     if (members != nullptr)
@@ -27,7 +29,9 @@ std::uint64_t nyx_hash_bytes(const void *bytes, std::size_t size) {
     return hash;
 }
 
-long nyx_hash_address(const void *address) { return static_cast<long>(nyx_hash_bytes(&address, sizeof(address))); }
+long nyx_hash_address(const void *address) {
+    return static_cast<long>(nyx_hash_bytes(&address, sizeof(address)));
+}
 
 std::uint64_t nyx_get_class_schema_id(const char *class_name, NYX_TABLE_SCHEMA table, NYX_SCHEMA_KIND kind,
                                       std::vector<NYX_SCHEMA_MEMBER> *members) {

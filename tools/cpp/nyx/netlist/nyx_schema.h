@@ -2,9 +2,9 @@
 #define NYX_SCHEMA_H
 
 /// \file
-/// Schema numbers: one 64-bit number for the stored layout of a database, so that a file of another layout is refused. Every
-/// table has a constant of its own, to be changed with its columns; the numbers of classes and of the whole are folded from
-/// them.
+/// Schema numbers: one 64-bit number for the stored layout of a database, so that a file of another layout is refused.
+/// Every table has a constant of its own, to be changed with its columns; the numbers of classes and of the whole are
+/// folded from them.
 
 #include "netlist/nyx_object_traits.h"
 #include "nyx/nyx_defs.h"
@@ -56,7 +56,8 @@ using NYX_TABLE_SCHEMA = std::uint64_t (*)(std::vector<NYX_SCHEMA_MEMBER> *);
 std::uint64_t nyx_get_class_schema_id(const char *class_name, NYX_TABLE_SCHEMA table, NYX_SCHEMA_KIND kind,
                                       std::vector<NYX_SCHEMA_MEMBER> *members);
 
-/// The number of the traits of a class. It depends on the storage of the three widths alone, so it is one for all classes.
+/// The number of the traits of a class. It depends on the storage of the three widths alone, so it is one for all
+/// classes.
 std::uint64_t nyx_get_trait_schema_id(const char *class_name, std::vector<NYX_SCHEMA_MEMBER> *members);
 
 #endif

@@ -2,8 +2,8 @@
 #define NYX_TABLE_H
 
 /// \file
-/// What all tables do alike. A table is a plain object in the segment: its data members stand in the derived class in the
-/// order in which they are stored, and the bases here have no state.
+/// What all tables do alike. A table is a plain object in the segment: its data members stand in the derived class in
+/// the order in which they are stored, and the bases here have no state.
 ///
 ///     class NYX_NET_TABLE final : public NYX_FREE_LIST_TABLE<NYX_NET_TABLE, NYX_NET_IMPL, NYX_NET_ID>
 ///         m_persistent      link to the root that owns the table; a row's page leads here, and on to the database
@@ -13,7 +13,8 @@
 ///         m_num_allocated   live rows
 ///         m_iter_limit      one above the highest identifier ever handed out
 ///
-/// A table lists its secondary columns once, in for_each_column; growth, resets, row moves and statistics go over that list.
+/// A table lists its secondary columns once, in for_each_column; growth, resets, row moves and statistics go over that
+/// list.
 ///
 /// Invariants:
 ///  1. Every secondary column covers all rows of the primary one, so an identifier indexes any column without a test.
@@ -74,15 +75,13 @@ public:
     static ID get_id(const ROW *row) { return NYX_PAGE_OF::get_id_of(row); }
 
     /// The table of a row, from its address alone. O(1).
-    static TABLE *get_table(const ROW *row) {
-        return static_cast<TABLE *>(NYX_PAGE_OF::owner_of(row));
-    }
+    static TABLE *get_table(const ROW *row) { return static_cast<TABLE *>(NYX_PAGE_OF::owner_of(row)); }
 
     unsigned num_allocated() const { return self().m_num_allocated; }
     unsigned iter_limit() const { return self().m_iter_limit; }
 
-    /// Copies a row and its cells in all secondary columns to another identifier. Self-relative pointers are re-based, null
-    /// stays null. Properties and the links of other rows stay as they are: the caller's business.
+    /// Copies a row and its cells in all secondary columns to another identifier. Self-relative pointers are re-based,
+    /// null stays null. Properties and the links of other rows stay as they are: the caller's business.
     void move(ID from, ID to);
 
     /// The table's columns in bytes and pages.
@@ -158,7 +157,8 @@ public:
     ROW *allocate();
 
     /// Frees a row and puts all that belongs to it in its initial state. The row's identifier is handed out again.
-    /// boost::interprocess::bad_alloc, with nothing changed, when the segment is full and the row's page had no free row.
+    /// boost::interprocess::bad_alloc, with nothing changed, when the segment is full and the row's page had no free
+    /// row.
     void deallocate(ROW *row);
 
 protected:
@@ -171,8 +171,8 @@ protected:
 template <class TABLE, class ROW, class ID>
 class NYX_RANGE_TABLE : public NYX_TABLE<TABLE, ROW, ID> {
 public:
-    /// The first row of a run of `num_rows` rows, which may lie on several pages: go from row to row by identifier. Rows and
-    /// cells are in their initial state. Failures as those of a column's growth; nothing has changed then.
+    /// The first row of a run of `num_rows` rows, which may lie on several pages: go from row to row by identifier.
+    /// Rows and cells are in their initial state. Failures as those of a column's growth; nothing has changed then.
     ROW *allocate(unsigned num_rows);
 
     /// Gives a run, or a part of one, back and puts all that belongs to its rows in its initial state.

@@ -1,10 +1,11 @@
 #ifndef NYX_BYTE4_TRAIT_TABLE_H
 #define NYX_BYTE4_TRAIT_TABLE_H
 
-#include "traits/nyx_byte4_trait_impl.h"
 #include "netlist/nyx_table.h"
+#include "traits/nyx_byte4_trait_impl.h"
 
-class NYX_BYTE4_TRAIT_TABLE final : public NYX_FREE_LIST_TABLE<NYX_BYTE4_TRAIT_TABLE, NYX_BYTE4_TRAIT_IMPL, NYX_BYTE4_TRAIT_ID> {
+class NYX_BYTE4_TRAIT_TABLE final
+    : public NYX_FREE_LIST_TABLE<NYX_BYTE4_TRAIT_TABLE, NYX_BYTE4_TRAIT_IMPL, NYX_BYTE4_TRAIT_ID> {
 public:
     static constexpr const char *s_name = "NYX_BYTE4_TRAIT_TABLE";
     static constexpr std::uint64_t s_schema_id = 0xc871113334b98612;

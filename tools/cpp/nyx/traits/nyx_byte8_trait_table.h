@@ -1,10 +1,11 @@
 #ifndef NYX_BYTE8_TRAIT_TABLE_H
 #define NYX_BYTE8_TRAIT_TABLE_H
 
-#include "traits/nyx_byte8_trait_impl.h"
 #include "netlist/nyx_table.h"
+#include "traits/nyx_byte8_trait_impl.h"
 
-class NYX_BYTE8_TRAIT_TABLE final : public NYX_FREE_LIST_TABLE<NYX_BYTE8_TRAIT_TABLE, NYX_BYTE8_TRAIT_IMPL, NYX_BYTE8_TRAIT_ID> {
+class NYX_BYTE8_TRAIT_TABLE final
+    : public NYX_FREE_LIST_TABLE<NYX_BYTE8_TRAIT_TABLE, NYX_BYTE8_TRAIT_IMPL, NYX_BYTE8_TRAIT_ID> {
 public:
     static constexpr const char *s_name = "NYX_BYTE8_TRAIT_TABLE";
     static constexpr std::uint64_t s_schema_id = 0xb9da4f81f2e4c05c;
