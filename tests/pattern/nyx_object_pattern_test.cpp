@@ -1,14 +1,13 @@
 // What holds for every object type: one suite over all of them.
 #include "pattern/object_types.h"
 
-#include "memory/nyx_virtual_memory.h"
-
 #include <boost/interprocess/exceptions.hpp>
 
+#include <algorithm>
 #include <cstring>
 #include <map>
-#include <set>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -45,8 +44,9 @@ protected:
             using CELL = typename std::remove_reference_t<decltype(m_table.*column)>::row_type;
             EXPECT_EQ(bytes_of(*(m_table.*column).get(id)), bytes_of(CELL())) << name;
         });
-        if constexpr (TABLE::s_has_properties)
+        if constexpr (TABLE::s_has_properties) {
             EXPECT_EQ(m_table.m_properties.count(id), 0u);
+        }
     }
 };
 
@@ -63,11 +63,11 @@ TYPED_TEST(ObjectPattern, HandleIsItsRowsAddress) {
 TYPED_TEST(ObjectPattern, LeadsFromHandleToIdTableAndRoot) {
     auto *const first = this->allocate(this->m_table);
     auto *const second = this->allocate(this->m_table);
-    using TABLE = typename TestFixture::TABLE;
-    EXPECT_EQ(TABLE::get_id(first).get(), 0u);
-    EXPECT_EQ(TABLE::get_id(second).get(), 1u);
-    EXPECT_EQ(this->m_table.get(TABLE::get_id(second)), second);
-    EXPECT_EQ(TABLE::get_table(second), &this->m_table);
+    using OWN_TABLE = typename TestFixture::TABLE;
+    EXPECT_EQ(OWN_TABLE::get_id(first).get(), 0u);
+    EXPECT_EQ(OWN_TABLE::get_id(second).get(), 1u);
+    EXPECT_EQ(this->m_table.get(OWN_TABLE::get_id(second)), second);
+    EXPECT_EQ(OWN_TABLE::get_table(second), &this->m_table);
     EXPECT_EQ(nyx_get_persistent(second), this->m_root.root);
     EXPECT_EQ(this->m_table.get_persistent(), this->m_root.root);
 }
@@ -84,25 +84,25 @@ TYPED_TEST(ObjectPattern, LeadsFromHandleToTheOpenDatabase) {
 
 TYPED_TEST(ObjectPattern, FreshRowsAndTheirCellsAreInTheirInitialState) {
     auto *const row = this->allocate(this->m_table);
-    using IMPL = typename TestFixture::IMPL;
-    EXPECT_EQ(this->bytes_of(*row), this->bytes_of(IMPL()));
+    using OWN_ROW = typename TestFixture::IMPL;
+    EXPECT_EQ(this->bytes_of(*row), this->bytes_of(OWN_ROW()));
     this->expect_initial_cells(TestFixture::TABLE::get_id(row));
 }
 
 TYPED_TEST(ObjectPattern, FreedRowsComeBackFirstAndInTheirInitialState) {
-    using TABLE = typename TestFixture::TABLE;
+    using OWN_TABLE = typename TestFixture::TABLE;
     std::vector<typename TestFixture::IMPL *> rows;
     for (int i = 0; i < 5; ++i)
         rows.push_back(this->allocate(this->m_table));
-    const auto id = TABLE::get_id(rows[2]);
+    const auto id = OWN_TABLE::get_id(rows[2]);
     this->scribble(id);
     this->deallocate(this->m_table, rows[2]);
     this->expect_initial_cells(id);
     EXPECT_EQ(this->m_table.num_allocated(), 4u);
     auto *const again = this->allocate(this->m_table);
     EXPECT_EQ(again, rows[2]);
-    using IMPL = typename TestFixture::IMPL;
-    EXPECT_EQ(this->bytes_of(*again), this->bytes_of(IMPL()));
+    using OWN_ROW = typename TestFixture::IMPL;
+    EXPECT_EQ(this->bytes_of(*again), this->bytes_of(OWN_ROW()));
     EXPECT_EQ(this->m_table.num_allocated(), 5u);
     EXPECT_EQ(this->m_table.iter_limit(), 5u);
 }
@@ -129,17 +129,17 @@ TYPED_TEST(ObjectPattern, EveryColumnCoversEveryRow) {
 }
 
 TYPED_TEST(ObjectPattern, MoveCopiesRowAndCellsAndRebasesPointers) {
-    using TABLE = typename TestFixture::TABLE;
-    const auto from = TABLE::get_id(this->allocate(this->m_table));
-    const auto to = TABLE::get_id(this->allocate(this->m_table));
+    using OWN_TABLE = typename TestFixture::TABLE;
+    const auto from = OWN_TABLE::get_id(this->allocate(this->m_table));
+    const auto to = OWN_TABLE::get_id(this->allocate(this->m_table));
     // Null pointers and initial values first: they stay what they are.
     this->m_table.move(from, to);
-    using IMPL = typename TestFixture::IMPL;
-    EXPECT_EQ(this->bytes_of(*this->m_table.get(to)), this->bytes_of(IMPL()));
+    using OWN_ROW = typename TestFixture::IMPL;
+    EXPECT_EQ(this->bytes_of(*this->m_table.get(to)), this->bytes_of(OWN_ROW()));
     this->expect_initial_cells(to);
 
     int marks = 0;
-    TABLE::for_each_column([&](const char *name, auto column) {
+    OWN_TABLE::for_each_column([&](const char *name, auto column) {
         auto *const cell = (this->m_table.*column).get(from);
         using CELL = std::remove_reference_t<decltype(*cell)>;
         if constexpr (requires {
@@ -161,7 +161,7 @@ TYPED_TEST(ObjectPattern, MoveCopiesRowAndCellsAndRebasesPointers) {
         ++marks;
     });
     int columns = 0;
-    TABLE::for_each_column([&](const char *, auto) { ++columns; });
+    OWN_TABLE::for_each_column([&](const char *, auto) { ++columns; });
     EXPECT_EQ(marks, columns);
 }
 
@@ -200,7 +200,7 @@ TYPED_TEST(ObjectPattern, SchemaIsTheSameWithAndWithoutItsMembers) {
 }
 
 TYPED_TEST(ObjectPattern, AnImageAtAnotherAddressAnswersTheSame) {
-    using TABLE = typename TestFixture::TABLE;
+    using OWN_TABLE = typename TestFixture::TABLE;
     for (int i = 0; i < 300; ++i)
         this->allocate(this->m_table);
     const NYX_SEGMENT copy(this->m_root.segment, 0);
@@ -208,15 +208,15 @@ TYPED_TEST(ObjectPattern, AnImageAtAnotherAddressAnswersTheSame) {
     NYX_DB_PERSISTENT *const root = manager->find<NYX_DB_PERSISTENT>(NYX_DB_PERSISTENT::s_object_name).first;
     ASSERT_NE(root, nullptr);
     ASSERT_NE(root, this->m_root.root);
-    TABLE &table = root->template table<TypeParam>();
+    OWN_TABLE &table = root->template table<TypeParam>();
     EXPECT_EQ(table.num_allocated(), 300u);
     for (unsigned i = 0; i < 300; ++i) {
         auto *const row = table.get(typename TestFixture::ID(i));
-        EXPECT_EQ(TABLE::get_id(row).get(), i);
+        EXPECT_EQ(OWN_TABLE::get_id(row).get(), i);
         EXPECT_EQ(nyx_get_persistent(row), root);
     }
     // It goes on by itself.
-    EXPECT_EQ(TABLE::get_id(this->allocate(table)).get(), 300u);
+    EXPECT_EQ(OWN_TABLE::get_id(this->allocate(table)).get(), 300u);
     EXPECT_EQ(this->m_table.num_allocated(), 300u);
 }
 
@@ -259,11 +259,11 @@ class ObjectPatternDeathTest : public ObjectPattern<T> {};
 TYPED_TEST_SUITE(ObjectPatternDeathTest, OBJECT_TYPES);
 
 TYPED_TEST(ObjectPatternDeathTest, InvalidIdEndsTheRunByItsName) {
-    using ID = typename TestFixture::ID;
+    using OWN_ID = typename TestFixture::ID;
     const std::string invalid = std::string(NYX_OBJECT_TRAITS<TypeParam>::s_name) + "_ID::INVALID";
-    EXPECT_DEATH(this->m_table.get(ID::INVALID), "id != " + invalid);
-    EXPECT_DEATH(this->m_table.move(ID::INVALID, ID(0)), "from != " + invalid);
-    EXPECT_DEATH(this->m_table.move(ID(0), ID::INVALID), "to != " + invalid);
+    EXPECT_DEATH(this->m_table.get(OWN_ID::INVALID), "id != " + invalid);
+    EXPECT_DEATH(this->m_table.move(OWN_ID::INVALID, OWN_ID(0)), "from != " + invalid);
+    EXPECT_DEATH(this->m_table.move(OWN_ID(0), OWN_ID::INVALID), "to != " + invalid);
 }
 
 } // namespace

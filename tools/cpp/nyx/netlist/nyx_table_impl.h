@@ -6,6 +6,8 @@
 
 #include "netlist/nyx_table.h"
 
+#include <cstring>
+#include <new>
 #include <type_traits>
 
 template <class TABLE, class ROW, class ID>
@@ -94,8 +96,10 @@ void NYX_RANGE_TABLE<TABLE, ROW, ID>::deallocate(ID start, unsigned num_rows) {
 
 template <class TABLE, class ROW, class ID>
 void NYX_RANGE_TABLE<TABLE, ROW, ID>::reset(ID id) {
-    using PRIMARY = typename ROW::primary_type;
-    static_cast<PRIMARY &>(*this->get(id)) = PRIMARY();
+    // Padding included: what a row doesn't use is zero in the image.
+    ROW *const row = this->get(id);
+    std::memset(static_cast<void *>(row), 0, sizeof(ROW));
+    ::new (static_cast<void *>(row)) ROW();
     this->reset_cells(id);
 }
 
