@@ -242,7 +242,7 @@ TEST(PersistentRoot, StatisticsWarnOfWhatNobodyAccountsFor) {
     const NYX_STATS stats = root.root->get_stats();
     ASSERT_EQ(sink.lines().size(), 1u);
     const std::string used = std::to_string(stats.get_used());
-    EXPECT_EQ(sink.lines()[0].text.substr(0, 26 + used.size()), "The DB used " + used + " bytes , but ");
+    EXPECT_EQ(sink.lines()[0].text.substr(0, 25 + used.size()), "The DB used " + used + " bytes , but ");
 }
 
 using PersistentRootDeathTest = testing::Test;
