@@ -18,7 +18,7 @@ test: install-deps build/release/build.ninja
 
 bench: install-deps build/release/build.ninja
 	cmake --build --preset release
-	@scripts/run-benchmarks build/release
+	@scripts/run-benchmarks build/release $(BENCH_ARGS)
 
 asan: install-deps build/asan/build.ninja
 	cmake --build --preset asan
@@ -31,18 +31,18 @@ coverage: install-deps build/coverage/build.ninja
 
 fuzz: install-deps build/fuzz/build.ninja
 	cmake --build --preset fuzz
-	@scripts/run-fuzzers build/fuzz
+	@scripts/run-fuzzers build/fuzz $(FUZZ_SECONDS)
 
-lint: build/release/build.ninja
-	@scripts/lint build/release
+lint: install-deps build/clang/build.ninja
+	@scripts/lint build/clang
 
-format:
+format: install-deps
 	@scripts/format --write
 
-format-check:
+format-check: install-deps
 	@scripts/format --check
 
-layers:
+layers: install-deps
 	@scripts/check-layers
 
 clean:

@@ -1,5 +1,5 @@
 # The libraries that NYX stands on. The containers inside a segment are Boost's, so a stored design depends on Boost's
-# layout: exactly this version is accepted, and memory/nyx_segment_containers.h pins the sizes.
+# layout: exactly this version is accepted, and static_asserts beside the stored containers pin their sizes.
 find_package(Boost 1.74.0 EXACT REQUIRED)
 find_package(spdlog REQUIRED)
 find_package(Threads REQUIRED)

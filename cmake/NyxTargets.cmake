@@ -9,6 +9,7 @@ target_compile_options(nyx_compile_options INTERFACE
   -fno-strict-aliasing
   # A row's storage keeps its meaning outside the life of the C++ object on it.
   $<$<CXX_COMPILER_ID:GNU>:-flifetime-dse=1>
+  # Calls inside the library stay inside it, and may be inlined; nyx_report alone is meant to be replaced.
   # Texts of failures name a source below the project, whatever the folder it was built in.
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
@@ -22,6 +23,12 @@ if(NYX_COVERAGE)
   target_link_options(nyx_compile_options INTERFACE --coverage)
 endif()
 
+if(NYX_FUZZ)
+  # The library's branches guide the fuzzer; the targets alone link its main program.
+  target_compile_options(nyx_compile_options INTERFACE -fsanitize=fuzzer-no-link)
+  target_link_options(nyx_compile_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # nyx_add_library(NAME SOURCES ... HEADERS ... [LINK ...]): a shared, versioned, installed library nyx::NAME. Its public
 # headers are a header set: each is also compiled alone by the target all_verify_interface_header_sets.
 function(nyx_add_library name)
@@ -31,6 +38,13 @@ function(nyx_add_library name)
   target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/tools/cpp/h FILES ${arg_HEADERS})
   target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:nyx_compile_options> PUBLIC ${arg_LINK})
   target_compile_features(${name} PUBLIC cxx_std_20)
+  set(exports ${PROJECT_SOURCE_DIR}/cmake/nyx_exports.map)
+  target_link_options(${name} PRIVATE
+    -Wl,--version-script=${exports}
+    # What is missing shows here and not in the first program that links the library. (Sanitizers add what they resolve
+    # at run time.)
+    $<$<NOT:$<BOOL:${NYX_SANITIZE}>>:-Wl,--no-undefined>)
+  set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS ${exports})
   set_target_properties(${name} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
@@ -54,6 +68,6 @@ endfunction()
 function(nyx_add_bench name)
   cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
-  target_link_libraries(${name} PRIVATE nyx_internal benchmark::benchmark ${arg_LINK})
+  target_link_libraries(${name} PRIVATE nyx_internal nyx_bench_support ${arg_LINK})
   set_property(GLOBAL APPEND PROPERTY NYX_BENCHMARKS ${name})
 endfunction()

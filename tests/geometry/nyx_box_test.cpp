@@ -138,14 +138,28 @@ TEST(Box, ContainsNothingWhenInverted) {
     }
 }
 
-TEST(Box, OverlapsABoxThatItTouches) {
+TEST(Box, OverlapsABoxThatItTouchesOnAnySide) {
     const NYX_BOX box(0, 0, 10, 10);
     EXPECT_TRUE(box.overlaps(NYX_BOX(10, 0, 20, 10)));
-    EXPECT_TRUE(box.overlaps(NYX_BOX(10, 10, 20, 20)));
-    EXPECT_TRUE(box.overlaps(NYX_BOX(2, 2, 3, 3)));
-    EXPECT_TRUE(box.overlaps(box));
+    EXPECT_TRUE(box.overlaps(NYX_BOX(-10, 0, 0, 10)));
+    EXPECT_TRUE(box.overlaps(NYX_BOX(0, 10, 10, 20)));
+    EXPECT_TRUE(box.overlaps(NYX_BOX(0, -10, 10, 0)));
+    EXPECT_TRUE(box.overlaps(NYX_BOX(10, 10, 20, 20))) << "at a corner";
+}
+
+TEST(Box, OverlapsNoBoxBesideIt) {
+    const NYX_BOX box(0, 0, 10, 10);
     EXPECT_FALSE(box.overlaps(NYX_BOX(11, 0, 20, 10)));
-    EXPECT_FALSE(box.overlaps(NYX_BOX(0, -5, 10, -1)));
+    EXPECT_FALSE(box.overlaps(NYX_BOX(-10, 0, -1, 10)));
+    EXPECT_FALSE(box.overlaps(NYX_BOX(0, 11, 10, 20)));
+    EXPECT_FALSE(box.overlaps(NYX_BOX(0, -10, 10, -1)));
+}
+
+TEST(Box, OverlapsWhatLiesInside) {
+    const NYX_BOX box(0, 0, 10, 10);
+    EXPECT_TRUE(box.overlaps(NYX_BOX(2, 2, 3, 3)));
+    EXPECT_TRUE(NYX_BOX(2, 2, 3, 3).overlaps(box));
+    EXPECT_TRUE(box.overlaps(box));
 }
 
 TEST(Box, OverlapsNoInvertedBox) {

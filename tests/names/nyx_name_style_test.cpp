@@ -98,9 +98,11 @@ TEST(NameStyle, HasEachFieldInItsByte) {
 }
 
 TEST(NameStyle, ComesBackFromItsWord) {
-    const NYX_NAME_STYLE style{.show_module = true, .with_type_prefix = true, .hier_separator = '\xff'};
-    EXPECT_EQ(NYX_NAME_STYLE::from_word(style.to_word()), style);
-    EXPECT_EQ(NYX_NAME_STYLE::from_word(0x7c7c000000000000), NYX_NAME_STYLE());
+    for (const NYX_NAME_STYLE &style :
+         {NYX_NAME_STYLE{}, NYX_NAME_STYLE{.show_module = true}, NYX_NAME_STYLE{.with_parent = true},
+          NYX_NAME_STYLE{.with_type_prefix = true}, NYX_NAME_STYLE{.hier_separator = '\xff'},
+          NYX_NAME_STYLE{.parent_separator = '/'}})
+        EXPECT_EQ(NYX_NAME_STYLE::from_word(style.to_word()), style) << std::hex << style.to_word();
 }
 
 TEST(NameStyle, IsCleanedWhenItComesFromAForeignWord) {

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 
@@ -17,8 +19,7 @@ namespace {
 template <class F>
 class ACTING_SINK final : public NYX_REPORT::SINK {
 public:
-    explicit ACTING_SINK(F act)
-        : m_act(act) {}
+    explicit ACTING_SINK(F act) : m_act(act) {}
     void write(SEVERITY severity, std::string_view text) override { m_act(severity, text); }
 
 private:
@@ -38,10 +39,19 @@ public:
 
 } // namespace
 
-/// Ends with a call that does not return, so the address behind that is not this function's.
-extern "C" __attribute__((visibility("default"), noinline)) void nyx_checks_test_fail(int size) {
+// Exported, so that they have names without debug information too. Each ends with a call that does not return, so the
+// address behind that call is not the function's own.
+#define NYX_NAMED_FRAME extern "C" __attribute__((visibility("default"), noinline)) void
+NYX_NAMED_FRAME nyx_checks_test_fail(int size) {
+    NYX_CHECK(size == 0);
+}
+NYX_NAMED_FRAME nyx_checks_test_fail_with_text(int size) {
     NYX_CHECK_MSG(size == 0, "size %d", size);
 }
+NYX_NAMED_FRAME nyx_checks_test_exit(int size) {
+    NYX_FATAL("size %d", size);
+}
+#undef NYX_NAMED_FRAME
 
 TEST(AssertAtLine, ShowsExpressionTextAndPlace) {
     EXPECT_DEATH(assert_at_line("ptr != nullptr", "memory/some.cpp", 12, "%s of %d", "first", 3),
@@ -60,15 +70,9 @@ TEST(AssertAtLine, ShowsTheCallStack) {
     EXPECT_DEATH(assert_at_line("0", "some.cpp", 7, "text"), "\nfatal: called from:\n 0# .*\n 1# ");
 }
 
-TEST(AssertAtLine, LeavesItsOwnFramesOutOfTheCallStack) {
-    // The innermost frame is the test, a class that is named after it.
-    EXPECT_DEATH(assert_at_line("0", "some.cpp", 7), "called from:\n 0# AssertAtLine_LeavesItsOwnFrames");
-    EXPECT_DEATH(assert_at_line("0", "some.cpp", 7, "text"), "called from:\n 0# AssertAtLine_LeavesItsOwnFrames");
-}
-
-TEST(AssertAtLine, NamesTheFunctionThatHoldsTheCheck) {
-    EXPECT_DEATH(nyx_checks_test_fail(1),
-                 "check failed: size == 0: size 1 .*\n.*called from:\n 0# nyx_checks_test_fail");
+TEST(AssertAtLine, ShowsTheFunctionThatHoldsTheCheckAsTheInnermostFrame) {
+    EXPECT_DEATH(nyx_checks_test_fail(1), "\nfatal: called from:\n 0# nyx_checks_test_fail[ \n]");
+    EXPECT_DEATH(nyx_checks_test_fail_with_text(1), "\nfatal: called from:\n 0# nyx_checks_test_fail_with_text[ \n]");
 }
 
 TEST(AssertAtLine, PutsAnArgumentThatLooksLikeAFormatOutAsItIs) {
@@ -138,9 +142,12 @@ TEST(AssertAtLine, EndsTheRunWhenACheckFailsInTheSink) {
 }
 
 TEST(FatalExitAtLine, ShowsTextAndPlaceAndEndsTheRunByAnAbort) {
-    EXPECT_EXIT(
-        fatal_exit_at_line("some.cpp", 9, "size %u", 5U), testing::KilledBySignal(SIGABRT),
-        "fatal: no way on: size 5 \\[some\\.cpp@9\\]\nfatal: called from:\n 0# FatalExitAtLine_ShowsTextAndPlace");
+    EXPECT_EXIT(fatal_exit_at_line("some.cpp", 9, "size %u", 5U), testing::KilledBySignal(SIGABRT),
+                "fatal: no way on: size 5 \\[some\\.cpp@9\\]\n");
+}
+
+TEST(FatalExitAtLine, ShowsTheFunctionThatHoldsItAsTheInnermostFrame) {
+    EXPECT_DEATH(nyx_checks_test_exit(1), "\nfatal: called from:\n 0# nyx_checks_test_exit[ \n]");
 }
 
 TEST(CheckMacro, LetsATrueConditionPass) {

@@ -13,7 +13,8 @@ bool s_heap_is_shut = false;
 
 } // namespace
 
-void *operator new(std::size_t size) {
+// Not inlined, or the compiler sees memory of new given to free, and warns.
+[[gnu::noinline]] void *operator new(std::size_t size) {
     if (!s_heap_is_shut) {
         if (void *const ptr = std::malloc(size ? size : 1)) {
             return ptr;
@@ -22,10 +23,10 @@ void *operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 
-void operator delete(void *ptr) noexcept {
+[[gnu::noinline]] void operator delete(void *ptr) noexcept {
     std::free(ptr);
 }
-void operator delete(void *ptr, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void *ptr, std::size_t) noexcept {
     std::free(ptr);
 }
 

@@ -2,8 +2,8 @@
 #define NYX_FWD_H
 
 /// \file
-/// Forward declarations of the types that other headers name without needing their members. They carry NYX_API because a
-/// class first declared without it would hide the templates that are instantiated on it.
+/// Forward declarations of the types that other headers name without needing their members. They carry NYX_API because
+/// a class first declared without it would hide the templates that are instantiated on it.
 
 #include "nyx/nyx_api.h"
 

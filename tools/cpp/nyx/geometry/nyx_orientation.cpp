@@ -20,7 +20,7 @@ const NYX_ORIENTATION::VALUE NYX_ORIENTATION::s_concatenation_matrix[COUNT][COUN
 // clang-format on
 
 NYX_ORIENTATION NYX_ORIENTATION::concat(const NYX_ORIENTATION &next) const {
-    NYX_CHECK_AS(is_valid() && next.is_valid(), "false", "Unknown orientation");
+    NYX_CHECK_MSG(is_valid() && next.is_valid(), "Unknown orientation");
     return s_concatenation_matrix[static_cast<unsigned char>(m_value)][static_cast<unsigned char>(next.m_value)];
 }
 

@@ -3,8 +3,8 @@
 
 /// \file
 /// The pages of one field of one table, in identifier order: page i holds the identifiers i * s_capacity to
-/// (i + 1) * s_capacity - 1. A column lives in the segment as part of its table and is found again in a loaded image as it
-/// is. Three forms:
+/// (i + 1) * s_capacity - 1. A column lives in the segment as part of its table and is found again in a loaded image as
+/// it is. Three forms:
 ///
 ///   NYX_COLUMN            rows are there as soon as their page is: a secondary column, one field of another object
 ///   NYX_FREE_LIST_COLUMN  rows are allocated and freed one at a time
@@ -20,8 +20,10 @@
 #include <boost/container/vector.hpp>
 #include <boost/numeric/conversion/cast.hpp>
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
-#include <limits>
+#include <utility>
 
 template <class PAGE>
 class NYX_COLUMN {
@@ -38,11 +40,12 @@ public:
 
     /// The row of an identifier; ends the run when its page isn't there. O(1), and touches nothing of the page.
     row_type *get(id_type id) {
-        const std::uint32_t page_index = id.get() / PAGE::s_capacity;
+        const std::uint32_t page_index = PAGE::page_number_of(id);
         NYX_CHECK(page_index < m_pages.size());
-        // The page's first row index is page_index * s_capacity by construction; computing it saves reading the head.
+        // The page's first row index is page_index * s_capacity by construction; computing it saves reading the head,
+        // and leaves a slot below s_capacity.
         const std::uint32_t slot = id.get() - page_index * PAGE::s_capacity;
-        return m_pages.data()[page_index]->get(static_cast<int>(slot));
+        return first_page_pointer()[page_index]->get_unchecked(slot);
     }
     const row_type *get(id_type id) const { return const_cast<NYX_COLUMN *>(this)->get(id); }
 
@@ -52,8 +55,8 @@ public:
     /// The identifier of a row, from its address alone; ends the run for an address outside a page's rows. O(1).
     static id_type get_id(const row_type *row) { return PAGE::from_row(row)->get_id(row); }
 
-    /// Appends one page. boost::interprocess::bad_alloc when the segment is full, boost::numeric::positive_overflow when
-    /// the identifiers run out; the column is unchanged then.
+    /// Appends one page. boost::interprocess::bad_alloc when the segment is full, boost::numeric::positive_overflow
+    /// when the identifiers run out; the column is unchanged then.
     void grow() { append_page(); }
 
     /// Returns every page to the segment. Rows and links to them are gone.
@@ -75,8 +78,8 @@ public:
     void *owner() const { return m_owner.get(); }
     NYX_SEGMENT_MANAGER *get_segment_manager() const { return m_manager.get(); }
 
-    /// Identifier of row 0 of a page. Page counts are held as int by some callers and row identifiers end before INVALID;
-    /// what doesn't fit raises boost::numeric::positive_overflow.
+    /// Identifier of row 0 of a page. Page counts are held as int by some callers and row identifiers end before
+    /// INVALID; what doesn't fit raises boost::numeric::positive_overflow.
     static std::uint32_t first_row_index_of(std::uint64_t page_number) {
         boost::numeric_cast<int>(page_number + 1);
         boost::numeric_cast<std::uint32_t>((page_number + 1) * PAGE::s_capacity);
@@ -86,27 +89,36 @@ public:
 protected:
     page_type *append_page() {
         const std::uint32_t first_row_index = first_row_index_of(m_pages.size());
-        // The place in the vector comes first: from here on only the page itself can fail.
-        m_pages.emplace_back();
-        page_type *page = nullptr;
+        void *const storage = m_manager->allocate_aligned(PAGE::s_storage_size, PAGE::s_alignment);
+        nyx_notify_allocated(*m_manager, storage, PAGE::s_storage_size);
+        page_type *const page = PAGE::construct(storage, m_owner, first_row_index);
         try {
-            void *const storage = m_manager->allocate_aligned(PAGE::s_storage_size, PAGE::s_alignment);
-            nyx_notify_allocated(*m_manager, storage, PAGE::s_storage_size);
-            page = PAGE::construct(storage, m_owner, first_row_index);
+            m_pages.emplace_back(page);
         } catch (...) {
-            m_pages.pop_back();
+            release_page(page);
             throw;
         }
-        m_pages.back() = page;
         return page;
     }
 
+    /// Takes back an append_page of an operation that fails further on.
     void remove_last_page() {
         release_page(m_pages.back().get());
         m_pages.pop_back();
     }
 
     using page_pointer = NYX_FAST_OFFSET_PTR<PAGE>;
+
+    // Where the page links start. The vector's own access tests its pointer for null at every read, which is a third of
+    // what get(id) costs; here the vector is known to have elements. Its layout is the file's, and pinned: allocator,
+    // start, size, capacity.
+    const page_pointer *first_page_pointer() const {
+        static_assert(sizeof(m_pages) == 4 * sizeof(std::int64_t));
+        const char *const start = reinterpret_cast<const char *>(&m_pages) + sizeof(std::int64_t);
+        std::int64_t distance;
+        std::memcpy(&distance, start, sizeof(distance));
+        return reinterpret_cast<const page_pointer *>(start + distance);
+    }
 
     NYX_FAST_OFFSET_PTR<void> m_owner;
     boost::container::vector<page_pointer, NYX_SEGMENT_ALLOCATOR<page_pointer>> m_pages;
@@ -136,10 +148,11 @@ public:
     using typename BASE::row_type;
 
     NYX_FREE_LIST_COLUMN(void *owner, NYX_SEGMENT_MANAGER *manager)
-        : BASE(owner, manager), m_free_pages(std::less<page_pointer>(), manager) {}
+        : BASE(owner, manager)
+        , m_free_pages(std::less<page_pointer>(), manager) {}
 
-    /// A row in T's initial state, from the page with the lowest address that has one, so that the used part of the segment
-    /// stays dense. `fresh_page` tells whether the column grew by a page. Failures as those of grow.
+    /// A row in T's initial state, from the page with the lowest address that has one, so that the used part of the
+    /// segment stays dense. `fresh_page` tells whether the column grew by a page. Failures as those of grow.
     row_type *allocate(bool &fresh_page) {
         fresh_page = free_list_empty();
         if (fresh_page)
@@ -158,8 +171,8 @@ public:
         return row;
     }
 
-    /// Frees a row; its identifier is handed out again. May throw boost::interprocess::bad_alloc when the segment is full
-    /// and the row's page had no free row; nothing has changed then.
+    /// Frees a row; its identifier is handed out again. May throw boost::interprocess::bad_alloc when the segment is
+    /// full and the row's page had no free row; nothing has changed then.
     void deallocate(row_type *row) {
         page_type *const page = BASE::get_page_from_row(row);
         page->get_index(row);
@@ -191,11 +204,11 @@ private:
     boost::container::set<page_pointer, std::less<page_pointer>, NYX_SEGMENT_ALLOCATOR<page_pointer>> m_free_pages;
 };
 
-/// Primary column of objects that are allocated in runs: a module's ports and their like have consecutive identifiers. The
-/// rows of a run may lie on several pages, so callers go from row to row by identifier.
+/// Primary column of objects that are allocated in runs: a module's ports and their like have consecutive identifiers.
+/// The rows of a run may lie on several pages, so callers go from row to row by identifier.
 ///
-/// Invariant: below m_highest_start every row is in a run that was handed out or in a free chunk; from there on m_free_tail
-/// rows are unused.
+/// Invariant: below m_highest_start every row is in a run that was handed out or in a free chunk; from there on
+/// m_free_tail rows are unused.
 template <class PAGE>
 class NYX_CHUNK_COLUMN : public NYX_COLUMN<PAGE> {
     using BASE = NYX_COLUMN<PAGE>;
@@ -206,20 +219,20 @@ public:
     using typename BASE::row_type;
 
     NYX_CHUNK_COLUMN(void *owner, NYX_SEGMENT_MANAGER *manager)
-        : BASE(owner, manager), m_free_chunks(std::less<int>(), manager) {}
+        : BASE(owner, manager)
+        , m_free_chunks(std::less<int>(), manager) {}
 
     /// The first row of a run of `size` rows: the smallest free chunk that holds it, else the rows behind all others.
-    /// `grew` tells whether pages were added. Rows of a chunk that is used again are as they were left.
+    /// `grew` tells whether pages were added. Rows of a chunk that is used again are as they were left. Failures as
+    /// those of grow, and only where pages have to be added; those that were are given back then. O(log free chunks)
+    /// and the pages.
     row_type *allocate_chunk(int size, bool &grew) {
         int start = try_chunk(size);
         grew = start < 0;
         if (grew) {
             const int grow_by = size - m_free_tail;
             NYX_CHECK(grow_by > 0);
-            // One past the last identifier must be an int too.
-            boost::numeric_cast<int>(static_cast<long long>(m_highest_start) + size);
-            for (int pages = (grow_by - 1) / static_cast<int>(PAGE::s_capacity) + 1; pages > 0; --pages)
-                grow();
+            grow_pages((grow_by - 1) / static_cast<int>(PAGE::s_capacity) + 1);
             start = try_chunk(size);
             NYX_CHECK(start >= 0);
         }
@@ -243,12 +256,8 @@ public:
     /// Rows in the pages from there on.
     int get_free_tail() const { return m_free_tail; }
 
-    void grow() {
-        const int free_tail =
-            boost::numeric_cast<int>(static_cast<long long>(m_free_tail) + static_cast<int>(PAGE::s_capacity));
-        BASE::append_page();
-        m_free_tail = free_tail;
-    }
+    /// Appends one page to the tail.
+    void grow() { grow_pages(1); }
 
     void clear() {
         m_free_chunks.clear();
@@ -258,6 +267,23 @@ public:
     }
 
 private:
+    // Appends `count` pages, or none.
+    void grow_pages(int count) {
+        // Identifiers are held as int here, and so is the one behind the last row.
+        const long long added = static_cast<long long>(count) * PAGE::s_capacity;
+        boost::numeric_cast<int>(m_highest_start + m_free_tail + added);
+        int appended = 0;
+        try {
+            for (; appended < count; ++appended)
+                BASE::append_page();
+        } catch (...) {
+            for (; appended > 0; --appended)
+                BASE::remove_last_page();
+            throw;
+        }
+        m_free_tail += static_cast<int>(added);
+    }
+
     // The start of a run of `size` rows, or -1.
     int try_chunk(int size) {
         NYX_CHECK_MSG(size > 0, "Allocation size is not greater than zero");
@@ -267,10 +293,15 @@ private:
             const int chunk_start = best->second;
             NYX_CHECK_AS(static_cast<long long>(chunk_start) + chunk_size <= m_highest_start,
                          "chunk_start + chunk_size <= m_highest_start", "Chunk higher than highest?");
-            // The remainder goes in before the chunk goes out: the segment may be full.
-            if (chunk_size > size)
-                m_free_chunks.emplace(chunk_size - size, chunk_start + size);
-            m_free_chunks.erase(best);
+            if (chunk_size == size) {
+                m_free_chunks.erase(best);
+                return chunk_start;
+            }
+            // The remainder goes on in the same node, so that a full segment still serves what it has.
+            auto remainder = m_free_chunks.extract(best);
+            remainder.key() = chunk_size - size;
+            remainder.mapped() = chunk_start + size;
+            m_free_chunks.insert(std::move(remainder));
             return chunk_start;
         }
         if (size > m_free_tail)

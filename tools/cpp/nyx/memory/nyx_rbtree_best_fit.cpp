@@ -32,8 +32,7 @@ NYX_VALLOC::header::header(void *self, size_type size, size_type extra_hdr_bytes
     , m_reserved() {}
 
 NYX_VALLOC_TEMPLATE
-NYX_VALLOC::rbtree_best_fit_valloc(size_type size, size_type extra_hdr_bytes)
-    : m_header(this, size, extra_hdr_bytes) {
+NYX_VALLOC::rbtree_best_fit_valloc(size_type size, size_type extra_hdr_bytes) : m_header(this, size, extra_hdr_bytes) {
     const size_type first_offset = get_first_block_offset();
     const size_type segment_size = size < first_offset ? 0 : size - first_offset;
     NYX_CHECK_AS(segment_size >= (BlockCtrlBytes + EndCtrlBlockBytes),
@@ -148,9 +147,11 @@ void NYX_VALLOC::mark_free(block_ctrl *block) {
     next->m_prev_size = block->m_size;
 }
 
+// Among blocks of its size a freed one comes first: it is the next to be taken while its surroundings are in the cache.
+// The hint makes the tree search for the lower bound.
 NYX_VALLOC_TEMPLATE
 void NYX_VALLOC::insert_free(block_ctrl *block) {
-    m_header.m_imultiset.insert(*block);
+    m_header.m_imultiset.insert(m_header.m_imultiset.begin(), *block);
 }
 
 NYX_VALLOC_TEMPLATE
@@ -173,8 +174,9 @@ void NYX_VALLOC::settle_shrunk(tree_iterator old_position, block_ctrl *block) {
             tree.replace_node(old_position, *block);
         return;
     }
-    const tree_iterator hint = tree.erase(old_position);
-    tree.insert(hint, *block);
+    // A search from the old position would start between larger blocks on either side and end where this one does.
+    tree.erase(old_position);
+    tree.insert(*block);
 }
 
 // Moves the node of a block that has grown, if its size overtook the successor's.
@@ -186,7 +188,7 @@ void NYX_VALLOC::settle_grown(block_ctrl *block) {
     if (successor == tree.end() || !(*successor < *block))
         return;
     tree.erase(position);
-    tree.insert(*block);
+    insert_free(block);
 }
 
 // Cuts an allocated block down to `units`; what is behind becomes an allocated block of its own, for the caller to
@@ -483,6 +485,7 @@ void *NYX_VALLOC::expand_backward(void *ptr, size_type needed, size_type held, s
     if (forward_too && !next->m_allocated)
         held += next->m_size * Alignment;
     const size_type step = std::lcm(multiple, Alignment);
+    NYX_CHECK(step != 0);
     const size_type distance = needed <= held ? 0 : (needed - held + step - 1) / step * step;
     const size_type prev_bytes = prev->m_size * Alignment;
     const bool split = prev_bytes >= distance + BlockCtrlBytes;

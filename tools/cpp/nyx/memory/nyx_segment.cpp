@@ -22,10 +22,7 @@ std::size_t copy_size(const NYX_SEGMENT &other, std::size_t extra) {
 
 } // namespace
 
-NYX_SEGMENT::NYX_SEGMENT(std::size_t size)
-    : m_size(size)
-    , m_data(nullptr)
-    , m_manager(nullptr) {
+NYX_SEGMENT::NYX_SEGMENT(std::size_t size) : m_size(size), m_data(nullptr), m_manager(nullptr) {
     if (size < segment_algorithm::MinSegmentBytes)
         NYX_RAISE_RUNTIME_ERROR("NYX_SEGMENT::NYX_SEGMENT", "Failed to create managed segment");
     m_data = NYX::VIRTUAL_MEMORY::reserve_and_commit(size, s_control_bytes);

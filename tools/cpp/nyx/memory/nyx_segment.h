@@ -65,12 +65,10 @@ public:
         using other = NYX_SEGMENT_ALLOCATOR<U>;
     };
 
-    NYX_SEGMENT_ALLOCATOR(NYX_SEGMENT_MANAGER *manager)
-        : BASE(manager) {}
+    NYX_SEGMENT_ALLOCATOR(NYX_SEGMENT_MANAGER *manager) : BASE(manager) {}
     NYX_SEGMENT_ALLOCATOR(const NYX_SEGMENT_ALLOCATOR &) = default;
     template <class U>
-    NYX_SEGMENT_ALLOCATOR(const NYX_SEGMENT_ALLOCATOR<U> &other)
-        : BASE(other.get_segment_manager()) {}
+    NYX_SEGMENT_ALLOCATOR(const NYX_SEGMENT_ALLOCATOR<U> &other) : BASE(other.get_segment_manager()) {}
 
     pointer allocate(size_type count, cvoid_pointer = nullptr) {
         const pointer result = BASE::allocate(count);

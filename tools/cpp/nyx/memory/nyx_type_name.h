@@ -3,11 +3,14 @@
 
 /// \file
 /// Names of types in the texts of failed checks, and the check of an identifier that carries one. No run-time type
-/// information is involved: identifiers are named by the list of object types, everything else as the compiler spells it.
+/// information is involved: identifiers are named by the list of object types, everything else as the compiler spells
+/// it.
 
 #include "nyx/nyx_defs.h"
 #include "nyx_report/nyx_report.h"
 
+#include <cstddef>
+#include <string>
 #include <string_view>
 
 template <class T>
@@ -15,7 +18,8 @@ constexpr std::string_view nyx_type_name() {
     // "... nyx_type_name() [with T = NAME; ...]" or "... nyx_type_name() [T = NAME]".
     constexpr std::string_view text = __PRETTY_FUNCTION__;
     constexpr std::size_t begin = text.find("T = ") + 4;
-    return text.substr(begin, text.find_first_of(";]", begin) - begin);
+    constexpr std::size_t end = text.find(';', begin);
+    return text.substr(begin, (end != text.npos ? end : text.size() - 1) - begin);
 }
 
 #define NYX_OBJECT_TYPE(type)                                                                                          \

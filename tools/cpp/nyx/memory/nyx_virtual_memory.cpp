@@ -15,6 +15,9 @@ namespace NYX::VIRTUAL_MEMORY {
 
 namespace {
 
+constexpr std::size_t s_huge_page_span = std::size_t(64) << 20;
+constexpr std::size_t s_small_page_head = std::size_t(4) << 20;
+
 // The length of the mapping behind a reservation, with its guard page; 0 when it can't be expressed.
 std::size_t mapping_length(std::size_t size) {
     const std::size_t page = page_size();
@@ -62,6 +65,11 @@ char *commit(void *address, std::size_t size) {
     const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(address) + size + page - 1) & ~(page - 1);
     if (mprotect(reinterpret_cast<void *>(begin), end - begin, PROT_READ | PROT_WRITE) != 0)
         throw std::bad_alloc();
+    // A large span is worth huge pages: fewer faults while it fills, fewer misses while it is walked. Its beginning
+    // keeps small ones, so that a segment of which little is ever used stays small. Advice may be ignored, and then it
+    // is.
+    if (end - begin >= s_huge_page_span)
+        madvise(reinterpret_cast<void *>(begin + s_small_page_head), end - begin - s_small_page_head, MADV_HUGEPAGE);
     return reinterpret_cast<char *>(end);
 }
 

@@ -4,10 +4,11 @@
 #include "names/nyx_name_mgr_impl.h"
 #include "nyx_report/nyx_report_exception.h"
 
-#include <boost/interprocess/exceptions.hpp>
-
+#include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <system_error>
 
 namespace {
 
@@ -24,9 +25,32 @@ const char *checked(const char *name) {
     return name;
 }
 
+// Whether the interned string is `text`, which holds no NUL. Compares words: a string's block is a whole number of
+// them, and a word that lies in it is read only after all words before it were equal, that is, not beyond the string's
+// NUL.
+bool is_string(const char *string, std::string_view text) {
+    const char *at = text.data();
+    std::size_t left = text.size();
+    std::uint64_t a;
+    std::uint64_t b;
+    for (; left >= sizeof(a); left -= sizeof(a), at += sizeof(a), string += sizeof(a)) {
+        std::memcpy(&a, at, sizeof(a));
+        std::memcpy(&b, string, sizeof(b));
+        if (a != b)
+            return false;
+    }
+    a = 0;
+    std::memcpy(&a, at, left);
+    std::memcpy(&b, string, sizeof(b));
+    // The NUL and what is in front of it.
+    return ((a ^ b) << (7 - left) * 8) == 0;
+}
+
 NYX_NAME_ID find_interned(const NAMESPACE &names, std::string_view text) {
-    const auto found = names.find(text, NYX_NAME_HASH(), NYX_NAME_EQUAL());
-    return found == names.end() ? NYX_NAME_ID::INVALID : found->second;
+    const auto *const found =
+        nyx_find_stored(names, NYX_NAME_HASH()(text),
+                        [text](const NAMESPACE::value_type &element) { return is_string(element.first.get(), text); });
+    return found == nullptr ? NYX_NAME_ID::INVALID : found->second;
 }
 
 // A string with its NUL in a block of its own.
@@ -50,14 +74,15 @@ void free_strings(NYX_SEGMENT_MANAGER *manager, STRINGS &strings) {
 
 // Adds a name that isn't there. Nothing of it is left when the segment is full.
 NYX_NAME_ID add_name(NYX_SEGMENT_MANAGER *manager, STRINGS &strings, NAMESPACE &names, std::string_view text) {
-    const NYX_NAME_ID id(static_cast<unsigned>(strings.size()));
-    strings.emplace_back();
+    const std::size_t index = strings.size();
+    const NYX_NAME_ID id(static_cast<unsigned>(index));
+    const NYX_NAME_STRING_PTR string = store_string(manager, text);
     try {
-        strings.back() = store_string(manager, text);
-        names.emplace(strings.back(), id);
+        strings.push_back(string);
+        names.emplace(string, id);
     } catch (...) {
-        free_string(manager, strings.back());
-        strings.pop_back();
+        strings.resize(index);
+        free_string(manager, string);
         throw;
     }
     return id;
@@ -74,13 +99,16 @@ void check_bus_name_index(NYX_NAME_ID id) {
                  "Bus id overflow");
 }
 
-bool is_bus_bit_id(NYX_NAME_ID id) { return id.fields.bus.is_bus; }
+bool is_bus_bit_id(NYX_NAME_ID id) {
+    return id.fields.bus.is_bus;
+}
 
 const COUNTS &counts_for(const NYX_NAME_MANAGER_IMPL &impl, NYX_NAME_ID id) {
     return is_bus_bit_id(id) ? impl.bus_id_count : impl.id_count;
 }
 
-// What a hash map takes of the segment: its buckets, with the one that heads the list, and a block a node.
+// What a hash map takes of the segment: its buckets, with the one that heads the list, and a block a node. A map has no
+// buckets before its first element; that it keeps them when it is emptied can't be seen from here and isn't counted.
 template <class MAP>
 long map_bytes(const MAP &map) {
     constexpr std::size_t node_bytes = 2 * sizeof(void *) + sizeof(typename MAP::value_type);
@@ -128,7 +156,9 @@ NYX_NAME_MANAGER_IMPL::NYX_NAME_MANAGER_IMPL(NYX_SEGMENT_MANAGER *manager)
     , bus_id_count(NYX_SEGMENT_INITIAL_BUCKETS, COUNTS::hasher(), COUNTS::key_equal(), manager)
     , segment(manager) {}
 
-NYX_NAME_MANAGER_IMPL::~NYX_NAME_MANAGER_IMPL() { clear(); }
+NYX_NAME_MANAGER_IMPL::~NYX_NAME_MANAGER_IMPL() {
+    clear();
+}
 
 void NYX_NAME_MANAGER_IMPL::clear() {
     // The maps refer to the strings, and neither reads them to be emptied.
@@ -147,10 +177,13 @@ const char *NYX_NAME_MANAGER_IMPL::find_string(NYX_NAME_ID id) const {
 }
 
 NYX_NAME_MANAGER::NYX_NAME_MANAGER(NYX_SEGMENT_MANAGER *segment_manager)
-    : m_impl(segment_manager->construct<NYX_NAME_MANAGER_IMPL>(boost::interprocess::anonymous_instance)(
-          segment_manager)) {}
+    : m_impl(
+          segment_manager->construct<NYX_NAME_MANAGER_IMPL>(boost::interprocess::anonymous_instance)(segment_manager)) {
+}
 
-NYX_NAME_MANAGER::~NYX_NAME_MANAGER() { m_impl->segment->destroy_ptr(m_impl.get()); }
+NYX_NAME_MANAGER::~NYX_NAME_MANAGER() {
+    m_impl->segment->destroy_ptr(m_impl.get());
+}
 
 NYX_NAME_ID NYX_NAME_MANAGER::get_id(const char *name) {
     NYX_NAME_MANAGER_IMPL &impl = *m_impl;
@@ -217,7 +250,9 @@ NYX_NAME_COUNT NYX_NAME_MANAGER::increase_id_count(NYX_NAME_ID id) {
     return old;
 }
 
-void NYX_NAME_MANAGER::clear() { m_impl->clear(); }
+void NYX_NAME_MANAGER::clear() {
+    m_impl->clear();
+}
 
 void NYX_NAME_MANAGER::shrink_to_fit() {
     m_impl->id_reverse_lookup.shrink_to_fit();
@@ -249,9 +284,12 @@ bool NYX_NAME_MANAGER::ascii_dump(const std::string &path) const {
     namespace fs = std::filesystem;
     const fs::path parent = fs::path(path).parent_path();
     std::error_code error;
-    if (!parent.empty() && !fs::exists(parent, error) && !fs::create_directory(parent, error)) {
-        NYX_REPORT::err("Couldn't create directory: %s\n", parent.c_str());
-        return false;
+    if (!parent.empty() && !fs::exists(parent, error)) {
+        fs::create_directory(parent, error);
+        if (error) {
+            NYX_REPORT::err("Couldn't create directory: %s\n", parent.c_str());
+            return false;
+        }
     }
     std::ofstream out(path);
     if (!out) {

@@ -2,52 +2,40 @@
 #define NYX_NAME_MGR_IMPL_H
 
 /// \file
-/// What a name manager keeps in the segment. The order of the members, the containers' types, the hash functions and the
-/// bucket counts are part of the file format.
+/// What a name manager keeps in the segment. The order of the members, the containers' types, the hash functions and
+/// the bucket counts are part of the file format.
 
 #include "memory/nyx_segment.h"
 #include "memory/nyx_serialization.h"
+#include "memory/nyx_stored_map.h"
 #include "names/nyx_name_mgr.h"
 
 #include <boost/container/vector.hpp>
-#include <boost/functional/hash.hpp>
-#include <boost/unordered_map.hpp>
-#include <boost/version.hpp>
-
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
-static_assert(BOOST_VERSION / 100 == 1074, "another version of Boost has another layout of the stored containers");
-
 using NYX_NAME_STRING_PTR = NYX_OFFSET_PTR<const char>;
 
-/// Hash of a name. boost::unordered_map mixes it further, since its keys are of class type.
+/// Hash of a name, before mixing.
 struct NYX_NAME_HASH {
     std::size_t operator()(std::string_view text) const {
         std::uint64_t h = 0;
+#pragma GCC unroll 8
         for (const char c : text)
-            h ^= h * 32 + (h >> 2) + static_cast<std::uint64_t>(static_cast<signed char>(c));
+            h ^= h * 32 + ((h >> 2) + static_cast<std::uint64_t>(static_cast<signed char>(c)));
         return h;
     }
-    std::size_t operator()(const NYX_NAME_STRING_PTR &text) const { return (*this)(std::string_view(text.get())); }
+    std::size_t operator()(const NYX_NAME_STRING_PTR &text) const {
+        return (*this)(std::string_view(text.get()));
+    }
 };
 
 struct NYX_NAME_EQUAL {
     bool operator()(const NYX_NAME_STRING_PTR &a, const NYX_NAME_STRING_PTR &b) const {
         return std::strcmp(a.get(), b.get()) == 0;
     }
-    bool operator()(std::string_view a, const NYX_NAME_STRING_PTR &b) const {
-        // Interned strings end in a NUL and `a` holds none, so the comparison stops inside both.
-        return std::strncmp(a.data(), b.get(), a.size()) == 0 && b.get()[a.size()] == '\0';
-    }
-    bool operator()(const NYX_NAME_STRING_PTR &a, std::string_view b) const { return (*this)(b, a); }
 };
-
-/// Hash map of a segment: starts with 16 buckets, holds at most one element a bucket on average.
-template <class KEY, class VALUE, class HASH = boost::hash<KEY>, class EQUAL = std::equal_to<KEY>>
-using NYX_SEGMENT_UNORDERED_MAP =
-    boost::unordered_map<KEY, VALUE, HASH, EQUAL, NYX_SEGMENT_ALLOCATOR<std::pair<const KEY, VALUE>>>;
-inline constexpr std::size_t NYX_SEGMENT_INITIAL_BUCKETS = 16;
 
 struct NYX_NAME_MANAGER_IMPL {
     using STRINGS = boost::container::vector<NYX_NAME_STRING_PTR, NYX_SEGMENT_ALLOCATOR<NYX_NAME_STRING_PTR>>;

@@ -1,0 +1,3 @@
+#ifdef NYX_MUST_NOT_COMPILE
+#error something else
+#endif

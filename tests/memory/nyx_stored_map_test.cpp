@@ -1,0 +1,95 @@
+#include "memory/nyx_stored_map.h"
+#include "memory/segment_image.h"
+#include "nyx/nyx_defs.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+
+namespace {
+
+/// A value of N bytes, so that elements have several widths.
+template <std::size_t N>
+struct WIDE_VALUE {
+    unsigned char bytes[N];
+};
+
+/// Everything in one of two buckets.
+struct COLLIDING_HASH {
+    std::size_t operator()(NYX_NET_ID id) const { return id.get() & 1; }
+};
+
+template <class VALUE, class HASH = boost::hash<NYX_NET_ID>>
+class MAP_IN_SEGMENT {
+public:
+    using MAP = NYX_SEGMENT_UNORDERED_MAP<NYX_NET_ID, VALUE, HASH>;
+
+    MAP_IN_SEGMENT()
+        : m_map(m_segment.get_segment_manager()->template construct<MAP>(boost::interprocess::anonymous_instance)(
+              NYX_SEGMENT_INITIAL_BUCKETS, HASH(), std::equal_to<NYX_NET_ID>(), m_segment.get_segment_manager())) {}
+    MAP *operator->() { return m_map; }
+    NYX_SEGMENT &segment() { return m_segment; }
+    MAP &map() { return *m_map; }
+
+    /// Both ways to look an identifier up give the same element.
+    void expect_same(unsigned id) const { expect_same(*m_map, id); }
+    static void expect_same(const MAP &map, unsigned id) {
+        const auto found = map.find(NYX_NET_ID(id));
+        const auto *const stored = nyx_find_stored(map, HASH()(NYX_NET_ID(id)),
+                                                   [id](const auto &element) { return element.first.get() == id; });
+        if (found == map.end())
+            ASSERT_EQ(stored, nullptr) << id;
+        else
+            ASSERT_EQ(stored, &*found) << id;
+    }
+
+private:
+    NYX_SEGMENT m_segment{std::size_t(1) << 22};
+    MAP *m_map;
+};
+
+template <class MAP>
+class StoredMap : public testing::Test {};
+
+using MAPS = testing::Types<MAP_IN_SEGMENT<NYX_PORT_ID>, MAP_IN_SEGMENT<WIDE_VALUE<1>>, MAP_IN_SEGMENT<std::uint64_t>,
+                            MAP_IN_SEGMENT<WIDE_VALUE<33>>, MAP_IN_SEGMENT<NYX_PORT_ID, COLLIDING_HASH>>;
+TYPED_TEST_SUITE(StoredMap, MAPS);
+
+TYPED_TEST(StoredMap, MixesAsTheMapDoes) {
+    TypeParam map;
+    for (unsigned id = 0; id < 40; ++id)
+        map->try_emplace(NYX_NET_ID(id));
+    for (unsigned id = 0; id < 40; ++id)
+        EXPECT_EQ(nyx_mix_hash(map->hash_function()(NYX_NET_ID(id))) & (map->bucket_count() - 1),
+                  map->bucket(NYX_NET_ID(id)));
+}
+
+TYPED_TEST(StoredMap, AMapWithoutElementsHasNone) {
+    TypeParam map;
+    map.expect_same(0);
+    map->try_emplace(NYX_NET_ID(0));
+    map->clear();
+    map.expect_same(0);
+}
+
+TYPED_TEST(StoredMap, FindsWhatTheMapFinds) {
+    std::mt19937 random(161803);
+    TypeParam map;
+    for (unsigned step = 0; step < 4000; ++step) {
+        const unsigned id = static_cast<unsigned>(random() % 400);
+        if (random() % 5 < 3)
+            map->try_emplace(NYX_NET_ID(id));
+        else
+            map->erase(NYX_NET_ID(id));
+        map.expect_same(id);
+        map.expect_same(static_cast<unsigned>(random() % 500));
+        if (step % 1500 == 1499)
+            map->clear();
+    }
+    const IMAGE_COPY copy(map.segment());
+    for (unsigned id = 0; id < 500; ++id)
+        TypeParam::expect_same(*copy.at(&map.map()), id);
+}
+
+} // namespace
