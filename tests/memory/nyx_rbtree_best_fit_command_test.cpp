@@ -1,5 +1,5 @@
 // Expanding and shrinking in place, and the order in which a command tries its ways.
-#include "nyx_segment_image.h"
+#include "reserved_segment.h"
 
 #include <gtest/gtest.h>
 

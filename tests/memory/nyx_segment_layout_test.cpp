@@ -1,5 +1,5 @@
 // The image is a file format: every stored offset, size and bit, read as raw words.
-#include "nyx_segment_image.h"
+#include "reserved_segment.h"
 
 #include <gtest/gtest.h>
 
