@@ -1,4 +1,5 @@
-// Shows what a segment does: names and rows go in, the image is copied to another address, and the copy answers the same.
+// Shows what a segment does: names and rows go in, the image is copied to another address, and the copy answers the
+// same.
 #include "memory/nyx_column.h"
 #include "memory/nyx_segment.h"
 #include "names/nyx_name_mgr.h"
@@ -38,7 +39,8 @@ void place_cells(CELL_TABLE &table) {
             const std::string name = "row_" + std::to_string(row) + "/cell_" + std::to_string(column / 64) + "[" +
                                      std::to_string(column % 64) + "]";
             cell->name_id = table.names.get_id(name.c_str());
-            cell->placement = NYX_TRANSFORM(column * 380, row * 2720, row % 2 ? NYX_ORIENTATION::FS : NYX_ORIENTATION::N);
+            cell->placement =
+                NYX_TRANSFORM(column * 380, row * 2720, row % 2 ? NYX_ORIENTATION::FS : NYX_ORIENTATION::N);
             cell->next = table.head;
             table.head = table.cells.get_id(cell);
         }
@@ -59,8 +61,8 @@ void print(const char *what, const CELL_TABLE &table, const NYX_SEGMENT &segment
     std::string name;
     table.names.find_name(table.cells.get(table.head)->name_id, name);
     const NYX_BOX box = bounding_box(table);
-    std::cout << what << ": last cell " << name << ", core area (" << box.get_left() << ", " << box.get_bottom() << ") to ("
-              << box.get_right() << ", " << box.get_top() << ")\n";
+    std::cout << what << ": last cell " << name << ", core area (" << box.get_left() << ", " << box.get_bottom()
+              << ") to (" << box.get_right() << ", " << box.get_top() << ")\n";
     NYX_TYPE_STATS cells("CELL_TABLE", -1, -1);
     cells.add_field_stats(NYX_FIELD_STATS("primary", long(table.cells.get_bytes()),
                                           int(decltype(table.cells)::page_type::s_capacity),
@@ -94,7 +96,8 @@ int main() {
         std::cout << '\n';
         print("Copied to another address", *reinterpret_cast<const CELL_TABLE *>(copy.data() + table_offset), copy);
 
-        std::cout << "\n" << s_rows * s_columns << " named and placed rows in " << ms(built - start)
+        std::cout << "\n"
+                  << s_rows * s_columns << " named and placed rows in " << ms(built - start)
                   << " ms, the image copied in " << ms(copied - before_copy) << " ms\n";
     } catch (const NYX_EXCEPTION &error) {
         std::cerr << "nyx_demo: " << error.what() << '\n';

@@ -23,8 +23,8 @@ constexpr std::size_t s_buffer_size = std::size_t(1) << 30;
 // In units of 8 bytes as ours, and as it comes, in units of 16: fewer sizes, so fewer splits and more waste.
 using STOCK = boost::interprocess::rbtree_best_fit<boost::interprocess::null_mutex_family,
                                                    boost::interprocess::offset_ptr<void>, 8>;
-using STOCK_16 = boost::interprocess::rbtree_best_fit<boost::interprocess::null_mutex_family,
-                                                      boost::interprocess::offset_ptr<void>>;
+using STOCK_16 =
+    boost::interprocess::rbtree_best_fit<boost::interprocess::null_mutex_family, boost::interprocess::offset_ptr<void>>;
 using OURS = NYX::MEM_ALGO::segment_algorithm;
 
 // One buffer for all, with every page in place before anything is timed.
@@ -78,8 +78,8 @@ constexpr unsigned s_rows = 1'000'000;
 
 struct ROWS {
     ROWS() : segment(std::size_t(1) << 28), array(s_rows), order(s_rows) {
-        column = segment.get_segment_manager()->construct<COLUMN>("rows")(segment.data(),
-                                                                          segment.get_segment_manager());
+        column =
+            segment.get_segment_manager()->construct<COLUMN>("rows")(segment.data(), segment.get_segment_manager());
         std::iota(order.begin(), order.end(), 0u);
         for (unsigned i = 0; i < s_rows; ++i) {
             bool fresh_page = false;

@@ -1,5 +1,5 @@
-// Interning names against a hash map of strings, in three populations: short local names, names with a hierarchy in front,
-// and bits of buses.
+// Interning names against a hash map of strings, in three populations: short local names, names with a hierarchy in
+// front, and bits of buses.
 #include "memory/nyx_segment.h"
 #include "names/nyx_name_mgr.h"
 #include "support/ratio_main.h"
@@ -18,7 +18,9 @@ namespace {
 
 constexpr std::size_t s_count = 1'000'000;
 
-std::string short_name(std::size_t i) { return "n_" + std::to_string(i); }
+std::string short_name(std::size_t i) {
+    return "n_" + std::to_string(i);
+}
 std::string hier_name(std::size_t i) {
     return "u_core_" + std::to_string(i / 250'000) + "/u_alu_" + std::to_string(i / 5'000 % 50) + "/n_" +
            std::to_string(i);
@@ -115,12 +117,18 @@ void find_map(benchmark::State &state) {
 }
 
 #define NYX_NAMES_BENCH(population)                                                                                    \
-    BENCHMARK(intern_ours<population>)->Name("intern_" #population "/nyx")->Iterations(1)->Unit(benchmark::kMillisecond);  \
-    BENCHMARK(intern_map<population>)->Name("intern_" #population "/map")->Iterations(1)->Unit(benchmark::kMillisecond);   \
-    BENCHMARK(find_ours<population>)->Name("find_" #population "/nyx")->Iterations(1)->Unit(benchmark::kMillisecond);      \
-    BENCHMARK(find_map<population>)->Name("find_" #population "/map")->Iterations(1)->Unit(benchmark::kMillisecond);       \
-    const NYX_BENCH::RATIO s_intern_##population("intern_" #population, "map", 1.3);                                       \
-    const NYX_BENCH::RATIO s_bytes_##population("intern_" #population, "map", 0.8, "bytes");                               \
+    BENCHMARK(intern_ours<population>)                                                                                 \
+        ->Name("intern_" #population "/nyx")                                                                           \
+        ->Iterations(1)                                                                                                \
+        ->Unit(benchmark::kMillisecond);                                                                               \
+    BENCHMARK(intern_map<population>)                                                                                  \
+        ->Name("intern_" #population "/map")                                                                           \
+        ->Iterations(1)                                                                                                \
+        ->Unit(benchmark::kMillisecond);                                                                               \
+    BENCHMARK(find_ours<population>)->Name("find_" #population "/nyx")->Iterations(1)->Unit(benchmark::kMillisecond);  \
+    BENCHMARK(find_map<population>)->Name("find_" #population "/map")->Iterations(1)->Unit(benchmark::kMillisecond);   \
+    const NYX_BENCH::RATIO s_intern_##population("intern_" #population, "map", 1.3);                                   \
+    const NYX_BENCH::RATIO s_bytes_##population("intern_" #population, "map", 0.8, "bytes");                           \
     const NYX_BENCH::RATIO s_find_##population("find_" #population, "map", 1.0)
 
 NYX_NAMES_BENCH(short_name);

@@ -4,9 +4,9 @@
     check_snippets.py DOCUMENT --library FILE... [--internal ARCHIVE HEADERS [DEFINITION...]] -- COMPILER FLAG...
 
 A program is a block that opens with "```cpp program"; it must end with 0. With "```cpp program internal" it sees the
-library's own headers, with the macros that they were compiled with, and links its objects in place of the shared library,
-the first of the libraries. A block "```text output" next after a program is what the program prints, to the letter. Other
-blocks are illustrations and not looked at.
+library's own headers, with the macros that they were compiled with, and links its objects in place of the shared
+library, the first of the libraries. A block "```text output" next after a program is what the program prints, to the
+letter. Other blocks are illustrations and not looked at.
 """
 import argparse
 import os

@@ -74,8 +74,7 @@ protected:
 
 class DEFAULT_LOCALE {
 public:
-    explicit DEFAULT_LOCALE(const std::locale &locale)
-        : m_previous(std::locale::global(locale)) {}
+    explicit DEFAULT_LOCALE(const std::locale &locale) : m_previous(std::locale::global(locale)) {}
     ~DEFAULT_LOCALE() { std::locale::global(m_previous); }
 
 private:

@@ -11,8 +11,7 @@ namespace {
 
 // A segment with blocks of all kinds and a tree of three levels, in memory that is committed in full.
 struct FindFault : testing::Test {
-    FindFault()
-        : segment(size_for_units(600)) {
+    FindFault() : segment(size_for_units(600)) {
         std::vector<void *> blocks;
         for (const std::size_t units : {10, 6, 12, 7, 10, 8, 14, 9, 10, 10, 5, 11, 10, 12, 20, 13, 10, 14, 10})
             blocks.push_back(segment.allocate_units(units));

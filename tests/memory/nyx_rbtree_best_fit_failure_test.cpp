@@ -53,9 +53,7 @@ std::string report(const std::string &expression, const std::string &text = "") 
 
 struct SegmentDeathTest : testing::Test {
     // Six blocks of ten units, the second and the fourth free, and a free tail.
-    SegmentDeathTest()
-        : segment(size_for_units(100))
-        , blocks(segment.allocate_all({10, 10, 10, 10, 10, 10})) {
+    SegmentDeathTest() : segment(size_for_units(100)), blocks(segment.allocate_all({10, 10, 10, 10, 10, 10})) {
         segment->deallocate(blocks[1]);
         segment->deallocate(blocks[3]);
     }

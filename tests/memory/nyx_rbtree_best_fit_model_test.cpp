@@ -234,7 +234,9 @@ private:
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(ptr) % alignment, 0u);
         EXPECT_GE((*m_segment)->size(ptr), nbytes);
         if (nbytes == 4088 && alignment == 4096) {
-            EXPECT_EQ(m_segment->units_of(ptr), 512u);
+            // A rest that is too short for a block stays with it.
+            EXPECT_GE(m_segment->units_of(ptr), 512u);
+            EXPECT_LT(m_segment->units_of(ptr), 512u + 5);
         }
         add(ptr, (*m_segment)->size(ptr));
     }
@@ -378,7 +380,7 @@ private:
         EXPECT_LE(shrunk, size);
         check();
         if (m_live.empty()) {
-            EXPECT_EQ(shrunk, 224u);
+            EXPECT_EQ(shrunk, size < 264 ? size : 224u) << "a block is cut off whole or not at all";
         } else {
             EXPECT_NE(m_segment->word(m_segment->end_offset() + 8) & s_prev_allocated_bit, 0u);
         }
@@ -490,7 +492,7 @@ INSTANTIATE_TEST_SUITE_P(Seeds, AllocatorModel,
                                          CASE{"small", 2, 30'000, 40'000, 3'000, 50'000},
                                          CASE{"medium", 3, 200'000, 300'000, 10'000, 30'000},
                                          CASE{"unaligned", 4, 20'005, 30'007, 3'000, 30'000},
-                                         CASE{"large", 5, 3 * GiB, 4 * GiB, GiB / 2, 5'000}),
+                                         CASE{"large", 5, 3 * GiB, 4 * GiB, GiB / 2, 2'000}),
                          [](const auto &param) { return param.param.name; });
 
 } // namespace

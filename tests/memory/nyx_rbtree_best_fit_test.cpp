@@ -106,12 +106,12 @@ TEST(SegmentAllocator, TakesTheSmallestBlockThatSuffices) {
 TEST(SegmentAllocator, TakesTheFirstInTreeOrderAmongEqualBlocks) {
     RESERVED_SEGMENT segment(size_for_units(200));
     const auto blocks = segment.allocate_all({5, 10, 5, 10, 5, 10, 5});
-    // Equal ones queue up behind each other as they are freed.
+    // A freed one goes ahead of its equals.
     for (const int i : {3, 5, 1})
         segment->deallocate(blocks[i]);
-    EXPECT_EQ(segment.allocate_units(10), blocks[3]);
-    EXPECT_EQ(segment.allocate_units(10), blocks[5]);
     EXPECT_EQ(segment.allocate_units(10), blocks[1]);
+    EXPECT_EQ(segment.allocate_units(10), blocks[5]);
+    EXPECT_EQ(segment.allocate_units(10), blocks[3]);
 }
 
 TEST(SegmentAllocator, GivesNullWhenNoBlockIsLargeEnough) {
@@ -153,7 +153,7 @@ TEST(SegmentAllocator, TakesTheLastInTreeOrderAmongTheLargest) {
     const auto blocks = segment.allocate_all({5, 30, 5, 30, 30});
     segment->deallocate(blocks[3]);
     segment->deallocate(blocks[1]);
-    EXPECT_EQ(segment.command(bi::allocate_new, 8, bytes_for_units(31)).ptr, blocks[1]);
+    EXPECT_EQ(segment.command(bi::allocate_new, 8, bytes_for_units(31)).ptr, blocks[3]);
 }
 
 TEST(SegmentAllocator, GivesNullWhenEvenTheLimitFitsNowhere) {
@@ -267,7 +267,7 @@ TEST(SegmentAllocator, BlockThatGrewBackwardsTakesTheFreeNextOnesPlace) {
     EXPECT_EQ(segment.allocate_units(10), blocks[0]);
 }
 
-TEST(SegmentAllocator, BlockThatOvertookItsSuccessorMovesBehindItsEquals) {
+TEST(SegmentAllocator, BlockThatOvertookItsSuccessorMovesAheadOfItsEquals) {
     RESERVED_SEGMENT segment(size_for_units(60));
     const auto blocks = segment.allocate_all({5, 7, 5, 12, 5, 8, 18});
     segment->deallocate(blocks[3]);
@@ -277,8 +277,8 @@ TEST(SegmentAllocator, BlockThatOvertookItsSuccessorMovesBehindItsEquals) {
     ASSERT_EQ(segment.layout(), "f12 a5 f12 a5 f8 a18");
     EXPECT_EQ(segment->find_fault(), "");
     EXPECT_EQ(segment.allocate_units(8), blocks[5]);
-    EXPECT_EQ(segment.allocate_units(12), blocks[3]);
     EXPECT_EQ(segment.allocate_units(12), blocks[0]);
+    EXPECT_EQ(segment.allocate_units(12), blocks[3]);
 }
 
 TEST(SegmentAllocator, FreeingEverythingLeavesOneFreeBlockAndTheCommittedSpan) {

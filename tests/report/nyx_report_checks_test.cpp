@@ -19,8 +19,7 @@ namespace {
 template <class F>
 class ACTING_SINK final : public NYX_REPORT::SINK {
 public:
-    explicit ACTING_SINK(F act)
-        : m_act(act) {}
+    explicit ACTING_SINK(F act) : m_act(act) {}
     void write(SEVERITY severity, std::string_view text) override { m_act(severity, text); }
 
 private:

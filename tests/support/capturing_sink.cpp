@@ -24,9 +24,7 @@ private:
     std::vector<LINE> m_lines;
 };
 
-CAPTURING_SINK::CAPTURING_SINK()
-    : m_sink(std::make_shared<SINK>())
-    , m_previous(NYX_REPORT::set_sink(m_sink)) {}
+CAPTURING_SINK::CAPTURING_SINK() : m_sink(std::make_shared<SINK>()), m_previous(NYX_REPORT::set_sink(m_sink)) {}
 
 CAPTURING_SINK::~CAPTURING_SINK() {
     NYX_REPORT::set_sink(std::move(m_previous));

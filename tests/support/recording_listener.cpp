@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-RECORDING_LISTENER::RECORDING_LISTENER()
-    : m_previous(NYX_BAREBONES_NOTIFIER::set_listener(this)) {}
+RECORDING_LISTENER::RECORDING_LISTENER() : m_previous(NYX_BAREBONES_NOTIFIER::set_listener(this)) {}
 
 RECORDING_LISTENER::~RECORDING_LISTENER() {
     NYX_BAREBONES_NOTIFIER::set_listener(m_previous);

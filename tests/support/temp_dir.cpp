@@ -19,8 +19,7 @@ fs::path make_directory() {
 
 } // namespace
 
-TEMP_DIR::TEMP_DIR()
-    : m_path(make_directory()) {}
+TEMP_DIR::TEMP_DIR() : m_path(make_directory()) {}
 
 TEMP_DIR::~TEMP_DIR() {
     std::error_code ignored; // a test may have taken the permission away: that is its own failure

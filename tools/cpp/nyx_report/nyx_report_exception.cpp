@@ -39,8 +39,7 @@ NYX_FILE_IO_EXCEPTION::~NYX_FILE_IO_EXCEPTION() = default;
 NYX_DATABASE_CORRUPTED_EXCEPTION::~NYX_DATABASE_CORRUPTED_EXCEPTION() = default;
 NYX_DATABASE_OLD_VERSION_EXCEPTION::~NYX_DATABASE_OLD_VERSION_EXCEPTION() = default;
 
-NYX_BASIC_EXCEPTION::NYX_BASIC_EXCEPTION(std::string message)
-    : m_message(std::move(message)) {}
+NYX_BASIC_EXCEPTION::NYX_BASIC_EXCEPTION(std::string message) : m_message(std::move(message)) {}
 
 const char *NYX_BASIC_EXCEPTION::what() const noexcept {
     return m_message.c_str();

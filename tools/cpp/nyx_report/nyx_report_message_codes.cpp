@@ -51,8 +51,7 @@ struct NYX_REPORT_MESSAGE_CODE_DB::IMPL {
     MESSAGES unknown; ///< codes that were asked for in vain, kept apart so that load() does not meet them
 };
 
-NYX_REPORT_MESSAGE_CODE_DB::NYX_REPORT_MESSAGE_CODE_DB()
-    : m_impl(std::make_unique<IMPL>()) {}
+NYX_REPORT_MESSAGE_CODE_DB::NYX_REPORT_MESSAGE_CODE_DB() : m_impl(std::make_unique<IMPL>()) {}
 
 NYX_REPORT_MESSAGE_CODE_DB::~NYX_REPORT_MESSAGE_CODE_DB() = default;
 

@@ -103,9 +103,7 @@ void append_event(std::string &out, const EVENT &event, long long trace_start_ns
 
 } // namespace
 
-NYX_REPORT_PROFILE::NYX_REPORT_PROFILE(const char *name)
-    : m_name(name)
-    , m_start_ns(-1) {
+NYX_REPORT_PROFILE::NYX_REPORT_PROFILE(const char *name) : m_name(name), m_start_ns(-1) {
     [[maybe_unused]] static const bool s_started = start_trace_from_environment();
     if (trace().recording.load(std::memory_order_relaxed)) {
         m_start_ns = now_ns();

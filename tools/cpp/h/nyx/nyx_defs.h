@@ -2,7 +2,8 @@
 #define NYX_DEFS_H
 
 /// \file
-/// Row identifiers, the typed 32-bit numbers by which the rows of a database refer to one another, and what goes with them.
+/// Row identifiers, the typed 32-bit numbers by which the rows of a database refer to one another, and what goes with
+/// them.
 
 #include "nyx/nyx_api.h"
 #include "nyx/nyx_fwd.h"
@@ -15,8 +16,8 @@
 #include <string>
 #include <type_traits>
 
-/// The identifier of a row: row N of the table for T has identifier N. T is a tag that keeps the identifiers of different
-/// tables from mixing; it is never instantiated. Stored in rows, so its width is part of the file format.
+/// The identifier of a row: row N of the table for T has identifier N. T is a tag that keeps the identifiers of
+/// different tables from mixing; it is never instantiated. Stored in rows, so its width is part of the file format.
 ///
 /// An identifier means something in its own database only, and outlives neither the row (a freed row's number is handed
 /// out again) nor a row move. It does outlive a save and a load.
@@ -47,8 +48,9 @@ private:
     U m_value;
 };
 
-/// The identifier of an interned name. Two namespaces share its 32 bits: a plain name is an index into one table; a bus-bit
-/// name such as `data[7]` is the index of its base `data` in another table, together with the bit. Stored in rows.
+/// The identifier of an interned name. Two namespaces share its 32 bits: a plain name is an index into one table; a
+/// bus-bit name such as `data[7]` is the index of its base `data` in another table, together with the bit. Stored in
+/// rows.
 template <>
 class NYX_API NYX_ID<NYX_NAME, unsigned int> {
 public:

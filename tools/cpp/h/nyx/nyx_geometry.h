@@ -23,9 +23,7 @@ class NYX_API NYX_POINT {
 public:
     /// The origin.
     constexpr NYX_POINT() noexcept = default;
-    constexpr NYX_POINT(int x, int y) noexcept
-        : m_x(x)
-        , m_y(y) {}
+    constexpr NYX_POINT(int x, int y) noexcept : m_x(x), m_y(y) {}
 
     constexpr int get_x() const noexcept { return m_x; }
     constexpr int get_y() const noexcept { return m_y; }
@@ -185,8 +183,7 @@ public:
 
     /// N.
     constexpr NYX_ORIENTATION() noexcept = default;
-    constexpr NYX_ORIENTATION(VALUE value) noexcept
-        : m_value(value) {}
+    constexpr NYX_ORIENTATION(VALUE value) noexcept : m_value(value) {}
 
     constexpr VALUE as_value() const noexcept { return m_value; }
     constexpr operator VALUE() const noexcept { return m_value; }
@@ -236,10 +233,8 @@ public:
         : m_offset(x_offset, y_offset)
         , m_orientation(orientation) {}
     /// An orientation alone is a transform, too: with zero offset.
-    constexpr NYX_TRANSFORM(NYX_ORIENTATION orientation) noexcept
-        : m_orientation(orientation) {}
-    constexpr NYX_TRANSFORM(NYX_ORIENTATION::VALUE orientation) noexcept
-        : m_orientation(orientation) {}
+    constexpr NYX_TRANSFORM(NYX_ORIENTATION orientation) noexcept : m_orientation(orientation) {}
+    constexpr NYX_TRANSFORM(NYX_ORIENTATION::VALUE orientation) noexcept : m_orientation(orientation) {}
 
     constexpr NYX_POINT get_offset() const noexcept { return m_offset; }
     constexpr int get_x_offset() const noexcept { return m_offset.get_x(); }

@@ -76,8 +76,7 @@ NYX_REPORT_API void debug(const char *format, ...) NYX_REPORT_PRINTF(1, 2);
 class PREFIX_VIEW {
 public:
     constexpr PREFIX_VIEW() noexcept = default;
-    explicit constexpr PREFIX_VIEW(std::string_view text) noexcept
-        : m_text(text) {}
+    explicit constexpr PREFIX_VIEW(std::string_view text) noexcept : m_text(text) {}
     constexpr std::string_view text() const noexcept { return m_text; }
 
 private:

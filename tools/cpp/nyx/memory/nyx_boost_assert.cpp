@@ -1,5 +1,5 @@
-// Boost's own checks, such as those on the colour bit of a tree node, are checks like any other. The library's sources are
-// compiled with BOOST_ENABLE_ASSERT_HANDLER; the handlers are hidden, so a program keeps its own.
+// Boost's own checks, such as those on the colour bit of a tree node, are checks like any other. The library's sources
+// are compiled with BOOST_ENABLE_ASSERT_HANDLER; the handlers are hidden, so a program keeps its own.
 #include "nyx_report/nyx_report.h"
 
 namespace boost {

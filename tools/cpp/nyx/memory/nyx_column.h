@@ -3,8 +3,8 @@
 
 /// \file
 /// The pages of one field of one table, in identifier order: page i holds the identifiers i * s_capacity to
-/// (i + 1) * s_capacity - 1. A column lives in the segment as part of its table and is found again in a loaded image as it
-/// is. Three forms:
+/// (i + 1) * s_capacity - 1. A column lives in the segment as part of its table and is found again in a loaded image as
+/// it is. Three forms:
 ///
 ///   NYX_COLUMN            rows are there as soon as their page is: a secondary column, one field of another object
 ///   NYX_FREE_LIST_COLUMN  rows are allocated and freed one at a time
@@ -42,8 +42,8 @@ public:
     row_type *get(id_type id) {
         const std::uint32_t page_index = PAGE::page_number_of(id);
         NYX_CHECK(page_index < m_pages.size());
-        // The page's first row index is page_index * s_capacity by construction; computing it saves reading the head, and
-        // leaves a slot below s_capacity.
+        // The page's first row index is page_index * s_capacity by construction; computing it saves reading the head,
+        // and leaves a slot below s_capacity.
         const std::uint32_t slot = id.get() - page_index * PAGE::s_capacity;
         return first_page_pointer()[page_index]->get_unchecked(slot);
     }
@@ -55,8 +55,8 @@ public:
     /// The identifier of a row, from its address alone; ends the run for an address outside a page's rows. O(1).
     static id_type get_id(const row_type *row) { return PAGE::from_row(row)->get_id(row); }
 
-    /// Appends one page. boost::interprocess::bad_alloc when the segment is full, boost::numeric::positive_overflow when
-    /// the identifiers run out; the column is unchanged then.
+    /// Appends one page. boost::interprocess::bad_alloc when the segment is full, boost::numeric::positive_overflow
+    /// when the identifiers run out; the column is unchanged then.
     void grow() { append_page(); }
 
     /// Returns every page to the segment. Rows and links to them are gone.
@@ -78,8 +78,8 @@ public:
     void *owner() const { return m_owner.get(); }
     NYX_SEGMENT_MANAGER *get_segment_manager() const { return m_manager.get(); }
 
-    /// Identifier of row 0 of a page. Page counts are held as int by some callers and row identifiers end before INVALID;
-    /// what doesn't fit raises boost::numeric::positive_overflow.
+    /// Identifier of row 0 of a page. Page counts are held as int by some callers and row identifiers end before
+    /// INVALID; what doesn't fit raises boost::numeric::positive_overflow.
     static std::uint32_t first_row_index_of(std::uint64_t page_number) {
         boost::numeric_cast<int>(page_number + 1);
         boost::numeric_cast<std::uint32_t>((page_number + 1) * PAGE::s_capacity);
@@ -148,10 +148,11 @@ public:
     using typename BASE::row_type;
 
     NYX_FREE_LIST_COLUMN(void *owner, NYX_SEGMENT_MANAGER *manager)
-        : BASE(owner, manager), m_free_pages(std::less<page_pointer>(), manager) {}
+        : BASE(owner, manager)
+        , m_free_pages(std::less<page_pointer>(), manager) {}
 
-    /// A row in T's initial state, from the page with the lowest address that has one, so that the used part of the segment
-    /// stays dense. `fresh_page` tells whether the column grew by a page. Failures as those of grow.
+    /// A row in T's initial state, from the page with the lowest address that has one, so that the used part of the
+    /// segment stays dense. `fresh_page` tells whether the column grew by a page. Failures as those of grow.
     row_type *allocate(bool &fresh_page) {
         fresh_page = free_list_empty();
         if (fresh_page)
@@ -170,8 +171,8 @@ public:
         return row;
     }
 
-    /// Frees a row; its identifier is handed out again. May throw boost::interprocess::bad_alloc when the segment is full
-    /// and the row's page had no free row; nothing has changed then.
+    /// Frees a row; its identifier is handed out again. May throw boost::interprocess::bad_alloc when the segment is
+    /// full and the row's page had no free row; nothing has changed then.
     void deallocate(row_type *row) {
         page_type *const page = BASE::get_page_from_row(row);
         page->get_index(row);
@@ -203,11 +204,11 @@ private:
     boost::container::set<page_pointer, std::less<page_pointer>, NYX_SEGMENT_ALLOCATOR<page_pointer>> m_free_pages;
 };
 
-/// Primary column of objects that are allocated in runs: a module's ports and their like have consecutive identifiers. The
-/// rows of a run may lie on several pages, so callers go from row to row by identifier.
+/// Primary column of objects that are allocated in runs: a module's ports and their like have consecutive identifiers.
+/// The rows of a run may lie on several pages, so callers go from row to row by identifier.
 ///
-/// Invariant: below m_highest_start every row is in a run that was handed out or in a free chunk; from there on m_free_tail
-/// rows are unused.
+/// Invariant: below m_highest_start every row is in a run that was handed out or in a free chunk; from there on
+/// m_free_tail rows are unused.
 template <class PAGE>
 class NYX_CHUNK_COLUMN : public NYX_COLUMN<PAGE> {
     using BASE = NYX_COLUMN<PAGE>;
@@ -218,11 +219,13 @@ public:
     using typename BASE::row_type;
 
     NYX_CHUNK_COLUMN(void *owner, NYX_SEGMENT_MANAGER *manager)
-        : BASE(owner, manager), m_free_chunks(std::less<int>(), manager) {}
+        : BASE(owner, manager)
+        , m_free_chunks(std::less<int>(), manager) {}
 
     /// The first row of a run of `size` rows: the smallest free chunk that holds it, else the rows behind all others.
-    /// `grew` tells whether pages were added. Rows of a chunk that is used again are as they were left. Failures as those
-    /// of grow, and only where pages have to be added; those that were are given back then. O(log free chunks), and pages.
+    /// `grew` tells whether pages were added. Rows of a chunk that is used again are as they were left. Failures as
+    /// those of grow, and only where pages have to be added; those that were are given back then. O(log free chunks)
+    /// and the pages.
     row_type *allocate_chunk(int size, bool &grew) {
         int start = try_chunk(size);
         grew = start < 0;

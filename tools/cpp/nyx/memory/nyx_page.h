@@ -2,16 +2,16 @@
 #define NYX_PAGE_H
 
 /// \file
-/// One page of rows. A page is 4096-aligned in memory, so the low 12 bits of a row's address tell its place in the page and
-/// the rest tells the page: a handle that is nothing but a row's address still knows its identifier and its table.
+/// One page of rows. A page is 4096-aligned in memory, so the low 12 bits of a row's address tell its place in the page
+/// and the rest tells the page: a handle that is nothing but a row's address still knows its identifier and its table.
 ///
 ///      0   8  link to the table that owns the column
 ///      8   4  identifier of row 0
 ///     12   4  slot of the first free row; s_capacity: none. Zero and unused on a page without a free list
 ///     16      rows
 ///
-/// 4088 bytes are asked of the segment, since a block of that size takes exactly 4096: consecutive pages stack, and a page's
-/// last word is the first one of the next block's header.
+/// 4088 bytes are asked of the segment, since a block of that size takes exactly 4096: consecutive pages stack, and a
+/// page's last word is the first one of the next block's header.
 ///
 /// While a row of a page with a free list is free, its first two bytes are the slot of the next free row; it carries no
 /// other mark. Bytes of the image are accessed as two types here, so links go through memcpy.
@@ -28,8 +28,8 @@
 #include <new>
 #include <string>
 
-/// A page of rows of type T, numbered by ID. FLAG 1: rows are allocated and freed one at a time; FLAG 0: they are there from
-/// the page's creation on. A page owns its rows but never runs their destructors.
+/// A page of rows of type T, numbered by ID. FLAG 1: rows are allocated and freed one at a time; FLAG 0: they are there
+/// from the page's creation on. A page owns its rows but never runs their destructors.
 template <class T, class ID, bool FLAG>
 class NYX_PAGE {
 public:
@@ -47,17 +47,17 @@ public:
     static_assert(!FLAG || sizeof(T) >= sizeof(std::uint16_t), "a free row holds a link");
     static_assert(s_capacity > 1);
 
-    /// Number of the page in its column that holds an identifier: id / s_capacity, as one multiplication by the reciprocal
-    /// in units of 2^-64, which is exact for 32-bit identifiers. A compiler's division by a constant takes seven steps for
-    /// some capacities, and this stands on the way to every row.
+    /// Number of the page in its column that holds an identifier: id / s_capacity, as one multiplication by the
+    /// reciprocal in units of 2^-64, which is exact for 32-bit identifiers. A compiler's division by a constant takes
+    /// seven steps for some capacities, and this stands on the way to every row.
     static constexpr std::uint32_t page_number_of(ID id) {
         __extension__ using uint128 = unsigned __int128;
         constexpr std::uint64_t reciprocal = ~std::uint64_t(0) / s_capacity + 1;
         return static_cast<std::uint32_t>((static_cast<uint128>(reciprocal) * id.get()) >> 64);
     }
 
-    /// Builds a page in 4088 bytes at a multiple of 4096. All rows are in T's initial state, and free where the page has a
-    /// free list.
+    /// Builds a page in 4088 bytes at a multiple of 4096. All rows are in T's initial state, and free where the page
+    /// has a free list.
     static NYX_PAGE *construct(void *storage, const NYX_FAST_OFFSET_PTR<void> &owner, unsigned first_row_index) {
         NYX_CHECK((intptr_t)storage % s_alignment == 0);
         std::memset(storage, 0, s_storage_size);
@@ -77,9 +77,7 @@ public:
     static const NYX_PAGE *from_row(const T *row) { return from_row(const_cast<T *>(row)); }
 
     /// Pops the first free row and puts it in T's initial state.
-    T *allocate()
-        requires FLAG
-    {
+    T *allocate() requires FLAG {
         NYX_CHECK(m_first_free < s_capacity);
         T *const row = &m_data[m_first_free];
         m_first_free = load_link(row);
@@ -89,9 +87,7 @@ public:
     }
 
     /// Pushes a row on the free list; it is the next one that allocate gives.
-    void deallocate(T *row)
-        requires FLAG
-    {
+    void deallocate(T *row) requires FLAG {
         const unsigned slot = get_index(row);
         store_link(row, m_first_free);
         m_first_free = slot;
@@ -129,7 +125,9 @@ public:
 
 private:
     NYX_PAGE(const NYX_FAST_OFFSET_PTR<void> &owner, unsigned first_row_index)
-        : m_owner(owner), m_first_row_index(first_row_index), m_first_free(0) {}
+        : m_owner(owner)
+        , m_first_row_index(first_row_index)
+        , m_first_free(0) {}
     ~NYX_PAGE() {}
 
     static void store_link(T *row, unsigned slot) {
@@ -143,11 +141,11 @@ private:
     }
 
     [[noreturn, gnu::cold, gnu::noinline]] static void fail_out_of_bounds() {
-        NYX_REPORT::detail::assert_at_line(
-            "(intptr_t)this->m_data <= (const intptr_t) data && (const intptr_t) data < "
-            "(intptr_t)(&this->m_data[s_capacity])",
-            __FILE__, __LINE__, "Indexing data out of bounds in NYX_PAGE<%s,%s>",
-            std::string(nyx_type_name<T>()).c_str(), std::string(nyx_type_name<ID>()).c_str());
+        NYX_REPORT::detail::assert_at_line("(intptr_t)this->m_data <= (const intptr_t) data && (const intptr_t) data < "
+                                           "(intptr_t)(&this->m_data[s_capacity])",
+                                           __FILE__, __LINE__, "Indexing data out of bounds in NYX_PAGE<%s,%s>",
+                                           std::string(nyx_type_name<T>()).c_str(),
+                                           std::string(nyx_type_name<ID>()).c_str());
     }
 
     NYX_FAST_OFFSET_PTR<void> m_owner;

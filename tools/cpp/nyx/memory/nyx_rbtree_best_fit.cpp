@@ -32,8 +32,7 @@ NYX_VALLOC::header::header(void *self, size_type size, size_type extra_hdr_bytes
     , m_reserved() {}
 
 NYX_VALLOC_TEMPLATE
-NYX_VALLOC::rbtree_best_fit_valloc(size_type size, size_type extra_hdr_bytes)
-    : m_header(this, size, extra_hdr_bytes) {
+NYX_VALLOC::rbtree_best_fit_valloc(size_type size, size_type extra_hdr_bytes) : m_header(this, size, extra_hdr_bytes) {
     const size_type first_offset = get_first_block_offset();
     const size_type segment_size = size < first_offset ? 0 : size - first_offset;
     NYX_CHECK_AS(segment_size >= (BlockCtrlBytes + EndCtrlBlockBytes),
@@ -97,8 +96,8 @@ void NYX_VALLOC::commit_span(const void *ptr) {
     m_header.m_committed = next_uncommitted_addr - this_ptr;
 }
 
-// Commits what a block that ends at `block_end` holds. With the last block that is all of the segment, the bytes behind the
-// end block too, so that a full segment can be read as a whole.
+// Commits what a block that ends at `block_end` holds. With the last block that is all of the segment, the bytes behind
+// the end block too, so that a full segment can be read as a whole.
 NYX_VALLOC_TEMPLATE
 void NYX_VALLOC::commit_through(const block_ctrl *block_end) {
     commit_span(block_end == end_block() ? base() + m_header.m_size : reinterpret_cast<const char *>(block_end));
@@ -148,13 +147,17 @@ void NYX_VALLOC::mark_free(block_ctrl *block) {
     next->m_prev_size = block->m_size;
 }
 
-// Among blocks of its size a freed one comes first: it is the next to be taken while its surroundings are in the cache. The
-// hint makes the tree search for the lower bound.
+// Among blocks of its size a freed one comes first: it is the next to be taken while its surroundings are in the cache.
+// The hint makes the tree search for the lower bound.
 NYX_VALLOC_TEMPLATE
-void NYX_VALLOC::insert_free(block_ctrl *block) { m_header.m_imultiset.insert(m_header.m_imultiset.begin(), *block); }
+void NYX_VALLOC::insert_free(block_ctrl *block) {
+    m_header.m_imultiset.insert(m_header.m_imultiset.begin(), *block);
+}
 
 NYX_VALLOC_TEMPLATE
-void NYX_VALLOC::erase_free(block_ctrl *block) { m_header.m_imultiset.erase(free_tree::s_iterator_to(*block)); }
+void NYX_VALLOC::erase_free(block_ctrl *block) {
+    m_header.m_imultiset.erase(free_tree::s_iterator_to(*block));
+}
 
 NYX_VALLOC_TEMPLATE
 void NYX_VALLOC::replace_free(block_ctrl *old_block, block_ctrl *new_block) {
@@ -188,7 +191,8 @@ void NYX_VALLOC::settle_grown(block_ctrl *block) {
     insert_free(block);
 }
 
-// Cuts an allocated block down to `units`; what is behind becomes an allocated block of its own, for the caller to free.
+// Cuts an allocated block down to `units`; what is behind becomes an allocated block of its own, for the caller to
+// free.
 NYX_VALLOC_TEMPLATE
 auto NYX_VALLOC::cut(block_ctrl *block, size_type units) -> block_ctrl * {
     NYX_CHECK_MSG(block->m_size >= units + BlockCtrlUnits, "block is too small");
@@ -466,8 +470,8 @@ bool NYX_VALLOC::expand_forward(void *ptr, size_type min_size, size_type preferr
     return true;
 }
 
-// Takes the end of the free block in front, or all of it, so that the block holds `needed` bytes; `held` is what it holds
-// now. The start moves down by a multiple of `multiple` bytes, and the caller moves its elements there.
+// Takes the end of the free block in front, or all of it, so that the block holds `needed` bytes; `held` is what it
+// holds now. The start moves down by a multiple of `multiple` bytes, and the caller moves its elements there.
 NYX_VALLOC_TEMPLATE
 void *NYX_VALLOC::expand_backward(void *ptr, size_type needed, size_type held, size_type &received, size_type multiple,
                                   bool forward_too) {
@@ -511,8 +515,8 @@ void *NYX_VALLOC::expand_backward(void *ptr, size_type needed, size_type held, s
     return user_of(grown);
 }
 
-// `preferred` is the size to cut down to. `limit` bounds it from either side, as callers differ in which one they mean; the
-// block may stay larger than asked by what rounding and the least block cost.
+// `preferred` is the size to cut down to. `limit` bounds it from either side, as callers differ in which one they mean;
+// the block may stay larger than asked by what rounding and the least block cost.
 NYX_VALLOC_TEMPLATE
 bool NYX_VALLOC::shrink(void *ptr, size_type limit, size_type preferred, size_type &received) {
     check_pointer(ptr);
@@ -552,7 +556,8 @@ void NYX_VALLOC::allocate_each(size_type count, BYTES_OF bytes_of, multiallocati
 
 NYX_VALLOC_TEMPLATE
 void NYX_VALLOC::allocate_many(size_type elem_bytes, size_type num_elements, multiallocation_chain &chain) {
-    allocate_each(num_elements, [elem_bytes](size_type) { return elem_bytes; }, chain);
+    allocate_each(
+        num_elements, [elem_bytes](size_type) { return elem_bytes; }, chain);
 }
 
 NYX_VALLOC_TEMPLATE

@@ -2,8 +2,8 @@
 #define NYX_RBTREE_BEST_FIT_H
 
 /// \file
-/// The segment's allocator: best fit over blocks whose free ones hang in a red-black tree ordered by size. All of its state
-/// lies in the segment in self-relative form, so an image copied byte by byte goes on at another address.
+/// The segment's allocator: best fit over blocks whose free ones hang in a red-black tree ordered by size. All of its
+/// state lies in the segment in self-relative form, so an image copied byte by byte goes on at another address.
 ///
 /// The image (offsets from the segment's start, 64-bit little-endian words; docs/segment.md has the whole picture):
 ///
@@ -16,12 +16,15 @@
 ///
 /// What a reader can't guess:
 ///
-///  - A block's first word, `m_prev_size`, belongs to the block before it as long as that one is allocated: it is the last
+///  - A block's first word, `m_prev_size`, belongs to the block before it as long as that one is allocated: it is the
+///  last
 ///    word of its user area. Hence a block of n units holds n * 8 - 8 bytes at 16 bytes behind its address.
-///  - The end block is a sentinel of two units that is always allocated; its `m_size` is the distance from the first block
-///    to it. The first block's `m_prev_size` is the same number and its `m_prev_allocated` is always set, so a step back
-///    never leaves the segment.
-///  - Below `m_committed` all is committed, and so is the end block on its own page. A free block may reach beyond, its 40
+///  - The end block is a sentinel of two units that is always allocated; its `m_size` is the distance from the first
+///  block
+///    to it. The first block's `m_prev_size` is the same number and its `m_prev_allocated` is always set, so a step
+///    back never leaves the segment.
+///  - Below `m_committed` all is committed, and so is the end block on its own page. A free block may reach beyond, its
+///  40
 ///    control bytes may not; everything between is reserved address space that would fault.
 ///  - Two free blocks never stand side by side.
 
@@ -68,8 +71,8 @@ public:
     static constexpr size_type MinSegmentBytes = 224;
     static constexpr size_type CommitStep = size_type(1) << 30;
 
-    /// Builds a segment over `size` bytes of address space that start at this object. `extra_hdr_bytes` is what the segment
-    /// manager keeps behind the allocator: 64. Commits what it touches.
+    /// Builds a segment over `size` bytes of address space that start at this object. `extra_hdr_bytes` is what the
+    /// segment manager keeps behind the allocator: 64. Commits what it touches.
     rbtree_best_fit_valloc(size_type size, size_type extra_hdr_bytes);
     ~rbtree_best_fit_valloc() = default;
     rbtree_best_fit_valloc(const rbtree_best_fit_valloc &) = delete;
@@ -88,7 +91,8 @@ public:
     void deallocate(void *ptr);
 
     /// Boost's command interface: allocates, expands in place or shrinks in place, sizes counted in objects of T.
-    /// `prefer_in_recvd_out_size` comes back as what the block holds. `reuse` comes back null if the result is a new block.
+    /// `prefer_in_recvd_out_size` comes back as what the block holds. `reuse` comes back null if the result is a new
+    /// block.
     template <class T>
     T *allocation_command(boost::interprocess::allocation_type command, size_type limit_size,
                           size_type &prefer_in_recvd_out_size, T *&reuse) {
@@ -139,8 +143,8 @@ public:
     /// Cuts a free last block off the segment. It may be given back with grow.
     void shrink_to_fit();
 
-    /// Copies the image to the start of a reserved, uncommitted range, leaving out a free last block's content. Returns the
-    /// copy, which can be used at once.
+    /// Copies the image to the start of a reserved, uncommitted range, leaving out a free last block's content. Returns
+    /// the copy, which can be used at once.
     rbtree_best_fit_valloc *clone(std::span<char> valloc_buffer) const;
 
     /// Takes over an image that has been read into a range which is committed up to get_size(): tells the allocation
@@ -164,8 +168,8 @@ public:
     /// \{
 
     struct BLOCK {
-        size_type offset;  ///< of the block from the segment's start; the user area is 16 bytes further
-        size_type units;   ///< size in units of 8 bytes
+        size_type offset; ///< of the block from the segment's start; the user area is 16 bytes further
+        size_type units;  ///< size in units of 8 bytes
         bool allocated;
     };
 
@@ -176,8 +180,8 @@ public:
             visit(BLOCK{offset_of(block), block->m_size, block->m_allocated != 0});
     }
 
-    /// A sanitizer build poisons free blocks. This lifts it from all but a free last one, for code that copies or writes the
-    /// image as a whole, until poison_free_blocks. Nothing in other builds. O(blocks).
+    /// A sanitizer build poisons free blocks. This lifts it from all but a free last one, for code that copies or
+    /// writes the image as a whole, until poison_free_blocks. Nothing in other builds. O(blocks).
     void unpoison_free_blocks() const;
     void poison_free_blocks() const;
 
@@ -276,8 +280,8 @@ private:
     void give_back(block_ctrl *block);
     template <class BYTES_OF>
     void allocate_each(size_type count, BYTES_OF bytes_of, multiallocation_chain &chain);
-    void *allocate_command(boost::interprocess::allocation_type command, size_type limit, size_type &prefer_in_recvd_out,
-                           void *&reuse_ptr, size_type backwards_multiple);
+    void *allocate_command(boost::interprocess::allocation_type command, size_type limit,
+                           size_type &prefer_in_recvd_out, void *&reuse_ptr, size_type backwards_multiple);
     void *allocate_new(size_type limit, size_type preferred, size_type &received);
     void *take(block_ctrl *block, size_type nunits, size_type &received);
     void *expand(boost::interprocess::allocation_type command, size_type min_size, size_type preferred,

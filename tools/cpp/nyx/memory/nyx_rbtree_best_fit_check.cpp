@@ -1,8 +1,10 @@
-// The walk over a segment that says in words what is wrong with it. It is meant for damaged images too, so every link is
-// compared with the blocks that the walk has found before it is followed.
+// The walk over a segment that says in words what is wrong with it. It is meant for damaged images too, so every link
+// is compared with the blocks that the walk has found before it is followed.
 #include "memory/nyx_rbtree_best_fit.h"
 
 #include <algorithm>
+#include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <vector>
 
@@ -10,15 +12,13 @@ namespace NYX::MEM_ALGO {
 
 namespace {
 
-template <class... ARGS>
-std::string fault(const char *format, ARGS... args) {
-    if constexpr (sizeof...(args) == 0) {
-        return format;
-    } else {
-        char text[256];
-        std::snprintf(text, sizeof(text), format, args...);
-        return text;
-    }
+__attribute__((format(printf, 1, 2))) std::string fault(const char *format, ...) {
+    char text[256];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof(text), format, arguments);
+    va_end(arguments);
+    return text;
 }
 
 } // namespace
@@ -115,9 +115,9 @@ std::string rbtree_best_fit_valloc<MutexFamily, VoidPointer, MemAlignment>::find
         if (step.node != nullptr) {
             const block_ctrl *const block = block_of_node(step.node);
             if (block == nullptr)
-                return fault("the tree of free blocks leads to offset %lld, where no free block is",
-                             (long long)(reinterpret_cast<std::uintptr_t>(step.node) -
-                                         reinterpret_cast<std::uintptr_t>(this)));
+                return fault(
+                    "the tree of free blocks leads to offset %lld, where no free block is",
+                    (long long)(reinterpret_cast<std::uintptr_t>(step.node) - reinterpret_cast<std::uintptr_t>(this)));
             if (parent(step.node) != step.parent)
                 return fault("the free block at offset %llu has another parent in the tree", ull(offset_of(block)));
             if (path.size() + in_order.size() >= free_blocks.size())
@@ -149,10 +149,9 @@ std::string rbtree_best_fit_valloc<MutexFamily, VoidPointer, MemAlignment>::find
     }
     if (in_order.size() != free_blocks.size())
         return fault("%zu of %zu free blocks hang in the tree", in_order.size(), free_blocks.size());
-    const bool ends_right = in_order.empty()
-                                ? left(head) == head && right(head) == head
-                                : block_of_node(left(head)) == in_order.front() &&
-                                      block_of_node(right(head)) == in_order.back();
+    const bool ends_right = in_order.empty() ? left(head) == head && right(head) == head
+                                             : block_of_node(left(head)) == in_order.front() &&
+                                                   block_of_node(right(head)) == in_order.back();
     if (!ends_right)
         return fault("the head of the tree of free blocks does not point at its smallest and largest block");
     return {};

@@ -2,7 +2,8 @@
 #define NYX_SANITIZER_H
 
 /// \file
-/// Teaches AddressSanitizer the segment's allocator: what is free is poisoned. Without the sanitizer all of it is nothing.
+/// Teaches AddressSanitizer the segment's allocator: what is free is poisoned. Without the sanitizer all of it is
+/// nothing.
 
 #include <cstddef>
 
@@ -26,11 +27,15 @@ namespace NYX::SANITIZER {
 
 #ifdef NYX_ADDRESS_SANITIZER
 inline constexpr bool s_enabled = true;
-inline void poison(const void *begin, std::size_t size) { __asan_poison_memory_region(begin, size); }
-inline void unpoison(const void *begin, std::size_t size) { __asan_unpoison_memory_region(begin, size); }
+inline void poison(const void *begin, std::size_t size) {
+    __asan_poison_memory_region(begin, size);
+}
+inline void unpoison(const void *begin, std::size_t size) {
+    __asan_unpoison_memory_region(begin, size);
+}
 
-/// Unpoisons a large range of which little may ever have been poisoned: its shadow pages go back to the system instead of
-/// being written.
+/// Unpoisons a large range of which little may ever have been poisoned: its shadow pages go back to the system instead
+/// of being written.
 inline void forget(const void *begin, std::size_t size) {
     std::size_t scale = 0, shadow_offset = 0;
     __asan_get_shadow_mapping(&scale, &shadow_offset);

@@ -12,8 +12,8 @@ namespace {
 constexpr std::size_t s_control_bytes = sizeof(NYX_SEGMENT_MANAGER);
 static_assert(sizeof(segment_algorithm) == 104);
 
-// The size of a copy of `other` that is `extra` bytes larger: those count if a block fits in them. What can't be expressed
-// is passed on as a size that the system refuses.
+// The size of a copy of `other` that is `extra` bytes larger: those count if a block fits in them. What can't be
+// expressed is passed on as a size that the system refuses.
 std::size_t copy_size(const NYX_SEGMENT &other, std::size_t extra) {
     const std::size_t size = other.algorithm().get_size();
     constexpr std::size_t s_max = std::numeric_limits<std::size_t>::max();
@@ -35,7 +35,9 @@ NYX_SEGMENT::NYX_SEGMENT(std::size_t size) : m_size(size), m_data(nullptr), m_ma
 }
 
 NYX_SEGMENT::NYX_SEGMENT(const NYX_SEGMENT &other, std::size_t extra)
-    : m_size(copy_size(other, extra)), m_data(nullptr), m_manager(nullptr) {
+    : m_size(copy_size(other, extra))
+    , m_data(nullptr)
+    , m_manager(nullptr) {
     m_data = NYX::VIRTUAL_MEMORY::reserve_and_commit(m_size, 0);
     m_manager = reinterpret_cast<NYX_SEGMENT_MANAGER *>(m_data);
     try {

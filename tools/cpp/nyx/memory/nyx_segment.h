@@ -2,7 +2,8 @@
 #define NYX_SEGMENT_H
 
 /// \file
-/// The segment manager, the typed allocator of the containers that live in a segment, and a segment with its address range.
+/// The segment manager, the typed allocator of the containers that live in a segment, and a segment with its address
+/// range.
 
 #include "memory/nyx_rbtree_best_fit.h"
 #include "memory/nyx_serialization.h"
@@ -45,8 +46,8 @@ inline void nyx_notify_deallocated(const NYX_SEGMENT_MANAGER &manager, const voi
 }
 /// \}
 
-/// Allocator of everything in a segment: one offset pointer to the segment manager, boost::interprocess::bad_alloc when the
-/// segment is full, and the notices.
+/// Allocator of everything in a segment: one offset pointer to the segment manager, boost::interprocess::bad_alloc when
+/// the segment is full, and the notices.
 template <class T>
 class NYX_SEGMENT_ALLOCATOR : public boost::interprocess::allocator<T, NYX_SEGMENT_MANAGER> {
     using BASE = boost::interprocess::allocator<T, NYX_SEGMENT_MANAGER>;
@@ -55,8 +56,8 @@ public:
     using typename BASE::multiallocation_chain;
     using typename BASE::pointer;
     using typename BASE::size_type;
-    using cvoid_pointer =
-        typename boost::intrusive::pointer_traits<typename BASE::void_pointer>::template rebind_pointer<const void>::type;
+    using cvoid_pointer = typename boost::intrusive::pointer_traits<
+        typename BASE::void_pointer>::template rebind_pointer<const void>::type;
     using version = boost::interprocess::version_type<NYX_SEGMENT_ALLOCATOR, 2>;
 
     template <class U>
@@ -87,8 +88,8 @@ public:
         const size_type old_usable = old != nullptr ? this->get_segment_manager()->size(old) : 0;
         const pointer result = BASE::allocation_command(command, limit_size, prefer_in_recvd_out_size, reuse);
         const T *const now = result.get();
-        // A block that kept its start was resized and not moved. One that starts elsewhere is new, and the container gives
-        // the old one back itself, unless `reuse` says that it is still the old one, expanded backwards.
+        // A block that kept its start was resized and not moved. One that starts elsewhere is new, and the container
+        // gives the old one back itself, unless `reuse` says that it is still the old one, expanded backwards.
         if (now == nullptr || now == old)
             return result;
         if (reuse != nullptr)
@@ -136,7 +137,8 @@ public:
     /// Reserves `size` bytes and builds an empty segment in them. Throws NYX_RUNTIME_ERROR, "Failed to create managed
     /// segment", when `size` is below 224; a refused reservation ends the run.
     explicit NYX_SEGMENT(std::size_t size);
-    /// The segment of `other` at another address, `extra` bytes larger. 1 to 39 extra bytes hold no block and are left out.
+    /// The segment of `other` at another address, `extra` bytes larger. 1 to 39 extra bytes hold no block and are left
+    /// out.
     NYX_SEGMENT(const NYX_SEGMENT &other, std::size_t extra);
     NYX_SEGMENT(const NYX_SEGMENT &) = delete;
     NYX_SEGMENT &operator=(const NYX_SEGMENT &) = delete;

@@ -2,8 +2,8 @@
 #define NYX_SERIALIZATION_H
 
 /// \file
-/// The two self-relative pointers that a segment may hold. Both store the distance from themselves to their target, so a
-/// copy of a whole segment at another address needs no fix-up; a byte copy of a single pointer would miss its target.
+/// The two self-relative pointers that a segment may hold. Both store the distance from themselves to their target, so
+/// a copy of a whole segment at another address needs no fix-up; a byte copy of a single pointer would miss its target.
 
 #include "nyx_report/nyx_report.h"
 
@@ -14,16 +14,16 @@
 #include <functional>
 #include <type_traits>
 
-/// Nullable. Stored as one signed 64-bit distance, where 1 is null: everything in a segment is 8-aligned, so no target is
-/// one byte away. Costs a test at every read.
+/// Nullable. Stored as one signed 64-bit distance, where 1 is null: everything in a segment is 8-aligned, so no target
+/// is one byte away. Costs a test at every read.
 template <class T>
 using NYX_OFFSET_PTR = boost::interprocess::offset_ptr<T, long long, unsigned long long, 0>;
 
 /// Not nullable: for what its holder can't live without, on paths where a test at every read would show. Stored as one
 /// signed 64-bit distance, where 0 was never assigned; neither null nor the pointer itself can be a target.
 ///
-/// The copy members are user-provided on purpose: a container that takes the type for trivially copyable would move it by
-/// its bytes.
+/// The copy members are user-provided on purpose: a container that takes the type for trivially copyable would move it
+/// by its bytes.
 template <class T>
 class NYX_FAST_OFFSET_PTR {
 public:
@@ -66,8 +66,8 @@ private:
 
     void set(T *ptr) {
         NYX_CHECK_MSG(ptr != nullptr, "This pointer should never be null");
-        m_offset = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(ptr) -
-                                             reinterpret_cast<std::uintptr_t>(this));
+        m_offset =
+            static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(ptr) - reinterpret_cast<std::uintptr_t>(this));
         NYX_CHECK_MSG(m_offset != 0, "This pointer should never self-point");
     }
     void rebase(const NYX_FAST_OFFSET_PTR &other) {

@@ -18,7 +18,10 @@ void report(const STATS &stats) {
 } // namespace
 
 NYX_FIELD_STATS::NYX_FIELD_STATS(std::string type, long bytes, int page_capacity, int num_pages)
-    : m_type(std::move(type)), m_bytes(bytes), m_page_capacity(page_capacity), m_num_pages(num_pages) {}
+    : m_type(std::move(type))
+    , m_bytes(bytes)
+    , m_page_capacity(page_capacity)
+    , m_num_pages(num_pages) {}
 
 void NYX_FIELD_STATS::accumulate(const NYX_FIELD_STATS &stat) {
     NYX_CHECK_MSG(m_page_capacity == stat.m_page_capacity, "Can't accumulate stats across different page capacities");
@@ -26,10 +29,14 @@ void NYX_FIELD_STATS::accumulate(const NYX_FIELD_STATS &stat) {
     m_num_pages += stat.m_num_pages;
 }
 
-void NYX_FIELD_STATS::dump() const { report(*this); }
+void NYX_FIELD_STATS::dump() const {
+    report(*this);
+}
 
 NYX_TYPE_STATS::NYX_TYPE_STATS(const std::string &type, int num_free, int num_allocated)
-    : m_type(type), m_num_free(num_free), m_num_allocated(num_allocated) {}
+    : m_type(type)
+    , m_num_free(num_free)
+    , m_num_allocated(num_allocated) {}
 
 std::vector<NYX_FIELD_STATS> NYX_TYPE_STATS::get_field_stats() const {
     std::vector<NYX_FIELD_STATS> result;
@@ -57,7 +64,9 @@ void NYX_TYPE_STATS::accumulate(const NYX_TYPE_STATS &stats) {
         add_field_stats(field);
 }
 
-void NYX_TYPE_STATS::dump() const { report(*this); }
+void NYX_TYPE_STATS::dump() const {
+    report(*this);
+}
 
 NYX_STATS::NYX_STATS(unsigned long long size, unsigned long long free) : m_size(size), m_free(free) {}
 
@@ -66,9 +75,13 @@ unsigned long long NYX_STATS::get_used() const {
     return m_size - m_free;
 }
 
-void NYX_STATS::add_type_stats(const NYX_TYPE_STATS &stats) { m_types.push_back(stats); }
+void NYX_STATS::add_type_stats(const NYX_TYPE_STATS &stats) {
+    m_types.push_back(stats);
+}
 
-void NYX_STATS::dump() const { report(*this); }
+void NYX_STATS::dump() const {
+    report(*this);
+}
 
 std::ostream &operator<<(std::ostream &out, const NYX_FIELD_STATS &stat) {
     out << "bytes: " << stat.get_bytes();

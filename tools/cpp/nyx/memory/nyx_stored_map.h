@@ -4,17 +4,18 @@
 /// \file
 /// The hash maps of a segment, and a look-up in their stored form.
 ///
-/// The maps are Boost's, so that one mechanism fills, grows and relocates them; the price is a test for null, or two, at
-/// each of the pointers that a look-up follows, and a comparison with one element beyond the bucket where the key isn't
-/// there. nyx_find_stored reads the same bytes without either. The layout is the file's, and pinned:
+/// The maps are Boost's, so that one mechanism fills, grows and relocates them; the price is a test for null, or two,
+/// at each of the pointers that a look-up follows, and a comparison with one element beyond the bucket where the key
+/// isn't there. nyx_find_stored reads the same bytes without either. The layout is the file's, and pinned:
 ///
-///     map      24  number of buckets, a power of two        bucket   0  link to the node before the first one in the bucket
+///     map      24  number of buckets, a power of two        bucket   0  link to the node before the first one in the
+///     bucket
 ///              32  number of elements                       node     0  element
 ///              56  link to the buckets                               +  link to the next node
 ///                                                                    +  number of the bucket; bit 63 is not part of it
 ///
-/// A link is the distance from itself to its target, 1 is none. An element's bucket is its mixed hash modulo the number of
-/// buckets.
+/// A link is the distance from itself to its target, 1 is none. An element's bucket is its mixed hash modulo the number
+/// of buckets.
 
 #include "memory/nyx_segment.h"
 
@@ -30,8 +31,8 @@
 
 static_assert(BOOST_VERSION / 100 == 1074, "another version of Boost has another layout of the stored containers");
 
-/// Hash map of a segment. Made with NYX_SEGMENT_INITIAL_BUCKETS; holds at most one element a bucket on average. Keys are of
-/// class type, for which Boost mixes the hash and counts buckets in powers of two.
+/// Hash map of a segment. Made with NYX_SEGMENT_INITIAL_BUCKETS; holds at most one element a bucket on average. Keys
+/// are of class type, for which Boost mixes the hash and counts buckets in powers of two.
 template <class KEY, class VALUE, class HASH = boost::hash<KEY>, class EQUAL = std::equal_to<KEY>>
 using NYX_SEGMENT_UNORDERED_MAP =
     boost::unordered_map<KEY, VALUE, HASH, EQUAL, NYX_SEGMENT_ALLOCATOR<std::pair<const KEY, VALUE>>>;
@@ -61,10 +62,11 @@ inline const char *follow_link(const char *at) {
 
 } // namespace NYX::detail
 
-/// The element for which `matches(element)` holds among those whose hash, before mixing, is `hash`; null if there is none.
+/// The element for which `matches(element)` holds among those whose hash, before mixing, is `hash`; null if there is
+/// none.
 template <class KEY, class VALUE, class HASH, class EQUAL, class MATCHES>
-const std::pair<const KEY, VALUE> *
-nyx_find_stored(const NYX_SEGMENT_UNORDERED_MAP<KEY, VALUE, HASH, EQUAL> &map, std::uint64_t hash, MATCHES &&matches) {
+const std::pair<const KEY, VALUE> *nyx_find_stored(const NYX_SEGMENT_UNORDERED_MAP<KEY, VALUE, HASH, EQUAL> &map,
+                                                   std::uint64_t hash, MATCHES &&matches) {
     using ELEMENT = std::pair<const KEY, VALUE>;
     using NYX::detail::follow_link;
     using NYX::detail::load_word;

@@ -3,7 +3,8 @@
 
 /// \file
 /// Names of types in the texts of failed checks, and the check of an identifier that carries one. No run-time type
-/// information is involved: identifiers are named by the list of object types, everything else as the compiler spells it.
+/// information is involved: identifiers are named by the list of object types, everything else as the compiler spells
+/// it.
 
 #include "nyx/nyx_defs.h"
 #include "nyx_report/nyx_report.h"

@@ -46,8 +46,8 @@ char *reserve_and_commit(std::size_t size, std::size_t commit_size) {
     NYX_CHECK_AS(commit_size <= size, "commit <= size", "Committed must be less or equal to size");
     // A length that doesn't fit is passed on as one that the system refuses, so that there is one place of failure.
     const std::size_t length = mapping_length(size);
-    void *result = mmap(nullptr, length != 0 ? length : size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE,
-                        -1, 0);
+    void *result =
+        mmap(nullptr, length != 0 ? length : size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (result == MAP_FAILED)
         result = nullptr;
     NYX_CHECK_MSG(result != nullptr, "Failed to reserve %zu bytes (%u)", size, static_cast<unsigned>(errno));
@@ -65,8 +65,9 @@ char *commit(void *address, std::size_t size) {
     const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(address) + size + page - 1) & ~(page - 1);
     if (mprotect(reinterpret_cast<void *>(begin), end - begin, PROT_READ | PROT_WRITE) != 0)
         throw std::bad_alloc();
-    // A large span is worth huge pages: fewer faults while it fills, fewer misses while it is walked. Its beginning keeps
-    // small ones, so that a segment of which little is ever used stays small. Advice may be ignored, and then it is.
+    // A large span is worth huge pages: fewer faults while it fills, fewer misses while it is walked. Its beginning
+    // keeps small ones, so that a segment of which little is ever used stays small. Advice may be ignored, and then it
+    // is.
     if (end - begin >= s_huge_page_span)
         madvise(reinterpret_cast<void *>(begin + s_small_page_head), end - begin - s_small_page_head, MADV_HUGEPAGE);
     return reinterpret_cast<char *>(end);
@@ -83,8 +84,7 @@ bool release(void *base, std::size_t size) {
 }
 
 void protect(void *base, std::size_t size, bool writable) {
-    const bool result =
-        mprotect(base, round_up_to_pages(size), writable ? PROT_READ | PROT_WRITE : PROT_READ) == 0;
+    const bool result = mprotect(base, round_up_to_pages(size), writable ? PROT_READ | PROT_WRITE : PROT_READ) == 0;
     NYX_CHECK_MSG(result, "Failed to change memory permissions on %zu bytes (%u)", size, static_cast<unsigned>(errno));
 }
 
@@ -92,7 +92,8 @@ void zero(void *address, std::size_t size) {
     char *const begin = static_cast<char *>(address);
     char *const end = begin + size;
     const std::uintptr_t page = page_size();
-    char *const first_page = reinterpret_cast<char *>((reinterpret_cast<std::uintptr_t>(begin) + page - 1) & ~(page - 1));
+    char *const first_page =
+        reinterpret_cast<char *>((reinterpret_cast<std::uintptr_t>(begin) + page - 1) & ~(page - 1));
     char *const last_page = reinterpret_cast<char *>(reinterpret_cast<std::uintptr_t>(end) & ~(page - 1));
     if (first_page >= last_page || madvise(first_page, last_page - first_page, MADV_DONTNEED) != 0) {
         std::memset(begin, 0, size);

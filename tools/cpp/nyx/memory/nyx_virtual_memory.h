@@ -11,13 +11,13 @@
 
 namespace NYX::VIRTUAL_MEMORY {
 
-/// Reserves `size` bytes of address space, page-aligned, and commits the first `commit` of them. The range ends in a page
-/// that is never accessible, so that a stray write doesn't reach the neighbouring reservation. A refusal ends the run:
-/// "Failed to reserve %zu bytes (%u)", with errno; a commit that is larger than the range does too.
+/// Reserves `size` bytes of address space, page-aligned, and commits the first `commit` of them. The range ends in a
+/// page that is never accessible, so that a stray write doesn't reach the neighbouring reservation. A refusal ends the
+/// run: "Failed to reserve %zu bytes (%u)", with errno; a commit that is larger than the range does too.
 NYX_API char *reserve_and_commit(std::size_t size, std::size_t commit);
 
-/// Makes the pages that `size` bytes at `address` lie on readable and writable, and returns the end of the last of them.
-/// Pages that are committed already keep their content. Throws std::bad_alloc when the system refuses.
+/// Makes the pages that `size` bytes at `address` lie on readable and writable, and returns the end of the last of
+/// them. Pages that are committed already keep their content. Throws std::bad_alloc when the system refuses.
 NYX_API char *commit(void *address, std::size_t size);
 
 /// Gives back the whole range of a reservation of `size` bytes. A refusal is only warned of, and gives false.

@@ -25,8 +25,9 @@ const char *checked(const char *name) {
     return name;
 }
 
-// Whether the interned string is `text`, which holds no NUL. Compares words: a string's block is a whole number of them, and
-// a word that lies in it is read only after all words before it were equal, that is, not beyond the string's NUL.
+// Whether the interned string is `text`, which holds no NUL. Compares words: a string's block is a whole number of
+// them, and a word that lies in it is read only after all words before it were equal, that is, not beyond the string's
+// NUL.
 bool is_string(const char *string, std::string_view text) {
     const char *at = text.data();
     std::size_t left = text.size();
@@ -46,9 +47,9 @@ bool is_string(const char *string, std::string_view text) {
 }
 
 NYX_NAME_ID find_interned(const NAMESPACE &names, std::string_view text) {
-    const auto *const found = nyx_find_stored(names, NYX_NAME_HASH()(text), [text](const NAMESPACE::value_type &element) {
-        return is_string(element.first.get(), text);
-    });
+    const auto *const found =
+        nyx_find_stored(names, NYX_NAME_HASH()(text),
+                        [text](const NAMESPACE::value_type &element) { return is_string(element.first.get(), text); });
     return found == nullptr ? NYX_NAME_ID::INVALID : found->second;
 }
 
@@ -98,7 +99,9 @@ void check_bus_name_index(NYX_NAME_ID id) {
                  "Bus id overflow");
 }
 
-bool is_bus_bit_id(NYX_NAME_ID id) { return id.fields.bus.is_bus; }
+bool is_bus_bit_id(NYX_NAME_ID id) {
+    return id.fields.bus.is_bus;
+}
 
 const COUNTS &counts_for(const NYX_NAME_MANAGER_IMPL &impl, NYX_NAME_ID id) {
     return is_bus_bit_id(id) ? impl.bus_id_count : impl.id_count;
@@ -153,7 +156,9 @@ NYX_NAME_MANAGER_IMPL::NYX_NAME_MANAGER_IMPL(NYX_SEGMENT_MANAGER *manager)
     , bus_id_count(NYX_SEGMENT_INITIAL_BUCKETS, COUNTS::hasher(), COUNTS::key_equal(), manager)
     , segment(manager) {}
 
-NYX_NAME_MANAGER_IMPL::~NYX_NAME_MANAGER_IMPL() { clear(); }
+NYX_NAME_MANAGER_IMPL::~NYX_NAME_MANAGER_IMPL() {
+    clear();
+}
 
 void NYX_NAME_MANAGER_IMPL::clear() {
     // The maps refer to the strings, and neither reads them to be emptied.
@@ -172,10 +177,13 @@ const char *NYX_NAME_MANAGER_IMPL::find_string(NYX_NAME_ID id) const {
 }
 
 NYX_NAME_MANAGER::NYX_NAME_MANAGER(NYX_SEGMENT_MANAGER *segment_manager)
-    : m_impl(segment_manager->construct<NYX_NAME_MANAGER_IMPL>(boost::interprocess::anonymous_instance)(
-          segment_manager)) {}
+    : m_impl(
+          segment_manager->construct<NYX_NAME_MANAGER_IMPL>(boost::interprocess::anonymous_instance)(segment_manager)) {
+}
 
-NYX_NAME_MANAGER::~NYX_NAME_MANAGER() { m_impl->segment->destroy_ptr(m_impl.get()); }
+NYX_NAME_MANAGER::~NYX_NAME_MANAGER() {
+    m_impl->segment->destroy_ptr(m_impl.get());
+}
 
 NYX_NAME_ID NYX_NAME_MANAGER::get_id(const char *name) {
     NYX_NAME_MANAGER_IMPL &impl = *m_impl;
@@ -242,7 +250,9 @@ NYX_NAME_COUNT NYX_NAME_MANAGER::increase_id_count(NYX_NAME_ID id) {
     return old;
 }
 
-void NYX_NAME_MANAGER::clear() { m_impl->clear(); }
+void NYX_NAME_MANAGER::clear() {
+    m_impl->clear();
+}
 
 void NYX_NAME_MANAGER::shrink_to_fit() {
     m_impl->id_reverse_lookup.shrink_to_fit();

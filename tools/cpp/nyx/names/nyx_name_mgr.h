@@ -4,9 +4,10 @@
 /// \file
 /// The interned names of one database. What a reader can't guess:
 ///
-///  - There are two namespaces with unrelated numbering. A name in the shape of a bus bit, `data[7]`, is not interned as a
-///    whole: its base `data` goes in the bus namespace and the bit goes in the identifier, so all bits of a bus share one
-///    string. Consequently `data[4]` is found as soon as any bit of `data` is, and `data[007]` is `data[7]`.
+///  - There are two namespaces with unrelated numbering. A name in the shape of a bus bit, `data[7]`, is not interned
+///  as a
+///    whole: its base `data` goes in the bus namespace and the bit goes in the identifier, so all bits of a bus share
+///    one string. Consequently `data[4]` is found as soon as any bit of `data` is, and `data[007]` is `data[7]`.
 ///  - NYX_NAME_ID::INVALID has the bus bit set: it is tested for before that bit is.
 ///  - Strings and identifiers are never given up one by one; clear() alone empties all.
 
@@ -38,9 +39,9 @@ public:
     NYX_NAME_MANAGER(const NYX_NAME_MANAGER &) = delete;
     NYX_NAME_MANAGER &operator=(const NYX_NAME_MANAGER &) = delete;
 
-    /// The identifier of a name, interning it if it is new. Names are NUL-terminated bytes, compared byte by byte; the empty
-    /// name is one. boost::interprocess::bad_alloc when the segment is full: the name isn't interned then. Ends the run with
-    /// "Bus id overflow" at the 8,388,608th bus base name. Amortised O(length).
+    /// The identifier of a name, interning it if it is new. Names are NUL-terminated bytes, compared byte by byte; the
+    /// empty name is one. boost::interprocess::bad_alloc when the segment is full: the name isn't interned then. Ends
+    /// the run with "Bus id overflow" at the 8,388,608th bus base name. Amortised O(length).
     NYX_NAME_ID get_id(const char *name);
 
     /// The identifier of a name, INVALID if it isn't interned. Writes nothing. O(length).
@@ -92,8 +93,8 @@ private:
 
 static_assert(sizeof(NYX_NAME_MANAGER) == 8);
 
-/// If `name` has the shape of a bus bit, BASE[DIGITS] with at least 4 characters and a value below 256, gives the base, which
-/// may be empty, and the bit. Everything else is a plain name.
+/// If `name` has the shape of a bus bit, BASE[DIGITS] with at least 4 characters and a value below 256, gives the base,
+/// which may be empty, and the bit. Everything else is a plain name.
 NYX_API bool nyx_split_bus_bit(std::string_view name, std::string_view &base, unsigned &bit);
 
 #endif

@@ -2,8 +2,8 @@
 #define NYX_NAME_MGR_IMPL_H
 
 /// \file
-/// What a name manager keeps in the segment. The order of the members, the containers' types, the hash functions and the
-/// bucket counts are part of the file format.
+/// What a name manager keeps in the segment. The order of the members, the containers' types, the hash functions and
+/// the bucket counts are part of the file format.
 
 #include "memory/nyx_segment.h"
 #include "memory/nyx_serialization.h"
@@ -26,7 +26,9 @@ struct NYX_NAME_HASH {
             h ^= h * 32 + ((h >> 2) + static_cast<std::uint64_t>(static_cast<signed char>(c)));
         return h;
     }
-    std::size_t operator()(const NYX_NAME_STRING_PTR &text) const { return (*this)(std::string_view(text.get())); }
+    std::size_t operator()(const NYX_NAME_STRING_PTR &text) const {
+        return (*this)(std::string_view(text.get()));
+    }
 };
 
 struct NYX_NAME_EQUAL {
