@@ -11,6 +11,7 @@
 #include "nyx/nyx_fwd.h"
 #include "nyx/nyx_geometry.h"
 #include "nyx/nyx_name_style.h"
+#include "nyx/nyx_observer.h"
 #include "nyx/nyx_stats.h"
 #include "nyx_barebones/nyx_barebones_notifier.h"
 #include "nyx_report/nyx_report.h"

@@ -44,6 +44,18 @@ class NYX_API NYX_BYTE1_TRAIT;
 class NYX_API NYX_BYTE4_TRAIT;
 class NYX_API NYX_BYTE8_TRAIT;
 
+// Observers of an object type.
+template <class T>
+class NYX_API NYX_OBSERVER_BASE;
+template <class T>
+class NYX_API NYX_ALLOCATE_OBSERVER;
+template <class T>
+class NYX_API NYX_CONNECTION_OBSERVER;
+template <class T>
+class NYX_API NYX_COPY_OBSERVER;
+template <class T>
+class NYX_API NYX_OBSERVER;
+
 // Names. NYX_NAME is a tag that is never defined: a name is known by its NYX_NAME_ID alone.
 class NYX_API NYX_NAME;
 
