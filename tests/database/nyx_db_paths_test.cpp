@@ -252,6 +252,17 @@ TEST_F(PathsReader, CircleThroughALinkEnds) {
     EXPECT_FALSE(load(dir / "self.paths", false)) << "the system follows so many links and no more";
 }
 
+// A file that is found under ever new names would include itself for ever.
+TEST_F(PathsReader, PathThatHoldsANulDoesNotOpen) {
+    TEMP_DIR dir;
+    const std::string nul(1, '\0');
+    write(dir / "self", "INCLUDE self" + nul + "x/y\n");
+    EXPECT_FALSE(load(dir / "self"));
+    EXPECT_EQ(m_reports.texts(ERROR),
+              TEXTS{"Cannot open INCLUDE paths file  " + (dir / "self").string() + nul + "x/y"});
+    EXPECT_FALSE(load((dir / "self").string() + nul));
+}
+
 // Nesting takes no stack: what ends it is the number of files that may be open.
 TEST_F(PathsReader, DeepNestingEndsInAnAnswer) {
     TEMP_DIR dir;

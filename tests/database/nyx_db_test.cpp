@@ -10,12 +10,17 @@
 #include <set>
 #include <stdexcept>
 #include <thread>
+#include <type_traits>
 
 namespace {
 
 namespace fs = std::filesystem;
 
 using enum NYX_DB_TYPE;
+
+// A handle comes from the library and goes back to it.
+static_assert(!std::is_default_constructible_v<NYX_DB> && !std::is_destructible_v<NYX_DB>);
+static_assert(!std::is_copy_constructible_v<NYX_DB> && !std::is_copy_assignable_v<NYX_DB>);
 
 // ---- Creating
 

@@ -139,8 +139,9 @@ bool NYX_DB_PATHS_READER::read_include(const std::string &path) {
 }
 
 std::unique_ptr<std::ifstream> nyx_open_paths_file(const std::string &path) {
+    // The system would look no further than to a NUL and open another file than the one that is named.
     std::error_code error;
-    if (std::filesystem::is_directory(path, error))
+    if (path.find('\0') != std::string::npos || std::filesystem::is_directory(path, error))
         return nullptr;
     auto file = std::make_unique<std::ifstream>(path);
     return file->is_open() ? std::move(file) : nullptr;

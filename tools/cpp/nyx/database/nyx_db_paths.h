@@ -54,7 +54,7 @@ private:
     std::unordered_set<std::string> m_included;
 };
 
-/// `path` open for reading; null if it does not open or is a directory.
+/// `path` open for reading; null if it does not open, is a directory, or is no path because it holds a NUL.
 std::unique_ptr<std::ifstream> nyx_open_paths_file(const std::string &path);
 
 #endif
