@@ -1,6 +1,6 @@
 // The walk that tells what is wrong with a segment names a fault for every damaged word that matters, and never follows
 // one out of the segment.
-#include "nyx_segment_image.h"
+#include "reserved_segment.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Expanding and shrinking in place, and the order in which a command tries its ways.
-#include "nyx_segment_image.h"
+#include "reserved_segment.h"
 
 #include <gtest/gtest.h>
 
@@ -302,14 +302,22 @@ TEST(AllocationCommand, AllocatesWhenItCannotExpand) {
 
 TEST(AllocationCommand, AllocatesBeforeItExpandsBackwardsToLessThanPreferred) {
     RESERVED_SEGMENT segment(size_for_units(100));
-    const auto blocks = segment.allocate_all({10, 10, 30, 50});
+    const auto blocks = segment.allocate_all({10, 10, 10, 30, 40});
     segment->deallocate(blocks[0]);
-    segment->deallocate(blocks[2]);
-    segment.allocate_units(30);
-    // Only 20 units can be had backwards, and nowhere are there 25.
+    segment->deallocate(blocks[3]);
+    const auto result = segment.command(allocate_new | expand_bwd, bytes_for_units(12), bytes_for_units(25), blocks[1]);
+    EXPECT_EQ(result.ptr, blocks[3]);
+    EXPECT_EQ(result.reuse, nullptr);
+    EXPECT_EQ(segment.layout(), "f10 a10 a10 a25 f5 a40");
+}
+
+TEST(AllocationCommand, ExpandsBackwardsToTheLimitWhenNothingCanBeAllocated) {
+    RESERVED_SEGMENT segment(size_for_units(100));
+    const auto blocks = segment.allocate_all({10, 10, 80});
+    segment->deallocate(blocks[0]);
     const auto result = segment.command(allocate_new | expand_bwd, bytes_for_units(12), bytes_for_units(25), blocks[1]);
     EXPECT_EQ(result.ptr, static_cast<char *>(blocks[1]) - 2 * 8);
-    EXPECT_EQ(segment.layout(), "f8 a12 a30 a50");
+    EXPECT_EQ(segment.layout(), "f8 a12 a80");
 }
 
 TEST(AllocationCommand, NullReuseIsNotExpanded) {

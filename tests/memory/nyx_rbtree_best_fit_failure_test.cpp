@@ -1,6 +1,6 @@
 // The allocator's checks end the run, each with its own text. Those that no public member can trip are reached through
 // the guarded members themselves.
-#include "nyx_segment_image.h"
+#include "reserved_segment.h"
 
 #include <gtest/gtest.h>
 

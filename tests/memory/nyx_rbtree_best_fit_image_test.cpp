@@ -1,5 +1,5 @@
 // Committed memory, copies of the image, and what a system that refuses memory leaves behind.
-#include "nyx_segment_image.h"
+#include "reserved_segment.h"
 
 #include "support/recording_listener.h"
 

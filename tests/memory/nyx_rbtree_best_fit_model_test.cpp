@@ -5,7 +5,7 @@
 //
 // runs that many steps of each case in place of the usual ones. A failure shows the case's seed and the step, which
 // come back at any number of steps: a run depends on nothing else.
-#include "nyx_segment_image.h"
+#include "reserved_segment.h"
 
 #include "support/recording_listener.h"
 

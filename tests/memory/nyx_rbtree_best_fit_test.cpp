@@ -1,4 +1,4 @@
-#include "nyx_segment_image.h"
+#include "reserved_segment.h"
 
 #include <gtest/gtest.h>
 
@@ -345,6 +345,13 @@ TEST(AlignedAllocation, CutsABlockThatIsAlignedAlready) {
     void *const ptr = segment->allocate_aligned(4088, 4096);
     EXPECT_EQ(segment.offset_of(ptr), 4096u);
     EXPECT_EQ(segment.layout(), "a489 a512 f" + std::to_string(((1 << 16) - 168) / 8 - 2 - 489 - 512));
+}
+
+TEST(AlignedAllocation, CutsASmallSurplusOfABlockThatIsAlignedAlready) {
+    RESERVED_SEGMENT segment(size_for_units(600));
+    segment->allocate(1);
+    EXPECT_EQ(segment.offset_of(segment->allocate_aligned(100, 16)), 224u);
+    EXPECT_EQ(segment.layout(), "a5 a14 f581");
 }
 
 // How far in front of the aligned place the plain block starts decides how it is cut.

@@ -1,5 +1,5 @@
 // The image is a file format: every stored offset, size and bit, read as raw words.
-#include "nyx_segment_image.h"
+#include "reserved_segment.h"
 
 #include <gtest/gtest.h>
 
@@ -148,6 +148,22 @@ TEST(SegmentLayout, TreeOfThreeFreeBlocks) {
         EXPECT_EQ(segment.word(leaf + 8), s_null);
         EXPECT_EQ(segment.word(leaf + 16), s_null);
     }
+}
+
+TEST(SegmentLayout, RemainderReplacesItsBlocksNodeInPlace) {
+    RESERVED_SEGMENT segment(size_for_units(163));
+    const auto blocks = segment.allocate_all({10, 5, 30, 5, 40, 5, 8, 5, 50, 5});
+    for (const int i : {2, 0, 4, 6, 8})
+        segment->deallocate(blocks[i]);
+    ASSERT_EQ(segment.word(8), link(8, segment.offset_of(blocks[2]))) << "the block of 30 is the root";
+    segment.allocate_units(20);
+    ASSERT_EQ(segment.layout(), "f10 a5 a20 f10 a5 f40 a5 f8 a5 f50 a5");
+    // As large as the one before it, it is still the root.
+    const std::size_t root = segment.offset_of(blocks[2]) + 8 * 20;
+    EXPECT_EQ(segment.word(8), link(8, root));
+    EXPECT_EQ(segment.word(root), link(root, 8) | s_black);
+    EXPECT_EQ(segment.word(root + 8), link(root + 8, segment.offset_of(blocks[0])));
+    EXPECT_EQ(segment.word(root + 16), link(root + 16, segment.offset_of(blocks[4])));
 }
 
 TEST(SegmentLayout, NamedObjectsHangInTheFirstIndex) {

@@ -1,4 +1,4 @@
-#include "nyx_segment_image.h"
+#include "reserved_segment.h"
 
 #include "nyx_report/nyx_report_exception.h"
 #include "support/recording_listener.h"

@@ -38,7 +38,7 @@ TEST(TypeName, EveryObjectTypeIsListedOnce) {
     names.insert(#type);                                                                                               \
     ++count;
 #include "memory/nyx_object_types.def"
-    EXPECT_EQ(count, 24u);
+    EXPECT_EQ(count, 23u);
     EXPECT_EQ(names, (std::set<std::string>{"NYX_MODULE",
                                             "NYX_PORT",
                                             "NYX_NET",
@@ -61,8 +61,7 @@ TEST(TypeName, EveryObjectTypeIsListedOnce) {
                                             "NYX_HIER_PORT",
                                             "NYX_BYTE1_TRAIT",
                                             "NYX_BYTE4_TRAIT",
-                                            "NYX_BYTE8_TRAIT",
-                                            "NYX_NAME"}));
+                                            "NYX_BYTE8_TRAIT"}));
 }
 
 // ---- Identifiers
@@ -134,6 +133,7 @@ TEST(CheckIdDeathTest, InvalidEndsTheRunWithTheTypeOfTheIdentifier) {
 #define NYX_OBJECT_TYPE(type)                                                                                          \
     EXPECT_DEATH(nyx_check_id(type##_ID::INVALID), failed_check("id != " #type "_ID::INVALID"));
 #include "memory/nyx_object_types.def"
+    EXPECT_DEATH(nyx_check_id(NYX_NAME_ID::INVALID), failed_check("id != NYX_NAME_ID::INVALID"));
 }
 
 TEST(CheckIdDeathTest, NamesTheVariable) {

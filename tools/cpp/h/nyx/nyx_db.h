@@ -6,15 +6,19 @@
 /// name.
 
 #include "nyx/nyx_api.h"
+#include "nyx/nyx_defs.h"
 #include "nyx/nyx_fwd.h"
+#include "nyx/nyx_stats.h"
 
 #include <boost/iterator/iterator_facade.hpp>
 #include <boost/range/iterator_range_core.hpp>
 
 #include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <set>
 #include <string>
+#include <vector>
 
 class NYX_DB_GROUP;
 class NYX_DB_IMPL;
@@ -176,6 +180,14 @@ public:
     std::size_t get_size() const;
     /// Where that range begins. It stays there while the database is open.
     const void *get_starting_address() const;
+
+    /// How the memory is spent: every table with its columns, the names and the maps, in bytes and pages. Warns through
+    /// the reporting library when they don't account for what is used. Takes time in proportion to what is stored.
+    NYX_STATS get_internal_stats() const;
+
+    /// The number of the stored layout of a database; a file with another one can't be loaded. The same for all types.
+    /// The parts that went into it are appended to `members` when that is given.
+    static std::uint64_t get_schema_id(NYX_DB_TYPE type, std::vector<NYX_SCHEMA_MEMBER> *members);
 
     bool is_user() const;
     bool is_component() const;

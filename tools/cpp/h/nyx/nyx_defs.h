@@ -116,6 +116,28 @@ using NYX_BYTE4_TRAIT_ID = NYX_ID<NYX_BYTE4_TRAIT, unsigned int>;
 using NYX_BYTE8_TRAIT_ID = NYX_ID<NYX_BYTE8_TRAIT, unsigned int>;
 using NYX_NAME_ID = NYX_ID<NYX_NAME, unsigned int>;
 
+/// The type of objects that a trait stands on. Stored in a byte, and by its text in the stored names of traits.
+enum class NYX_TRAIT_OBJ_TYPE : unsigned char {
+    MODULE_SPARSE = 0,
+    PORT_SPARSE = 1,
+    NET_SPARSE = 2,
+    INSTANCE_SPARSE = 3,
+    INSTANCE_BUS_SPARSE = 4,
+    INST_PORT_SPARSE = 5,
+    PORT_BUS_SPARSE = 6,
+    NET_BUS_SPARSE = 7,
+    RELATIVE_OBJECT_SPARSE = 8,
+    DB_SPARSE = 9,
+    CONSTRAINT_STMT_SPARSE = 10,
+    SOURCE_FILE_SPARSE = 11,
+    ENTITY_SPARSE = 12,
+    SDC_CLOCK_SPARSE = 13,
+    INST_HEADER_SPARSE = 14,
+    HIER_MODULE_SPARSE = 15,
+    INTERFACE_SPARSE = 16,
+    ALL_SPARSE = 17 ///< no type: every one, for walks over traits
+};
+
 /// One part of a stored layout: the number of its version, or a hash of them, and its name.
 struct NYX_API NYX_SCHEMA_MEMBER {
     std::uint64_t id;

@@ -6,6 +6,7 @@
 #include "database/nyx_db_lock.h"
 #include "database/nyx_db_paths.h"
 #include "netlist/nyx_db_observer.h"
+#include "netlist/nyx_schema.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
 
@@ -324,6 +325,18 @@ std::size_t NYX_DB::get_size() const {
 
 const void *NYX_DB::get_starting_address() const {
     return get_impl().m_file->get_starting_address();
+}
+
+NYX_STATS NYX_DB::get_internal_stats() const {
+    return get_db_persistent()->get_stats();
+}
+
+std::uint64_t NYX_DB::get_schema_id(NYX_DB_TYPE, std::vector<NYX_SCHEMA_MEMBER> *members) {
+    constexpr std::uint64_t s_builtin_traits_version = 1;
+    const std::uint64_t schema = NYX_DB_PERSISTENT::get_schema_id(members);
+    if (members != nullptr)
+        members->push_back(NYX_SCHEMA_MEMBER{s_builtin_traits_version, "NYX_BUILTIN_TRAITS"});
+    return nyx_hash_combine(schema, s_builtin_traits_version);
 }
 
 bool NYX_DB::is_user() const {

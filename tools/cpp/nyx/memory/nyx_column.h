@@ -239,6 +239,14 @@ public:
         return BASE::get(id_type(static_cast<unsigned>(start)));
     }
 
+    /// Rows that the pages have once a run of `size` rows is allocated: more than now if that adds pages.
+    std::uint64_t get_num_rows_after(int size) const {
+        if (size <= m_free_tail || m_free_chunks.lower_bound(size) != m_free_chunks.end())
+            return BASE::get_num_rows();
+        const std::uint64_t missing = static_cast<std::uint64_t>(size) - static_cast<std::uint64_t>(m_free_tail);
+        return BASE::get_num_rows() + (missing + PAGE::s_capacity - 1) / PAGE::s_capacity * PAGE::s_capacity;
+    }
+
     /// Gives a run, or a part of one, back. Neighbouring chunks are not merged: runs tend to be asked for again in the
     /// sizes they had.
     void deallocate_chunk(int start, int size) { m_free_chunks.emplace(size, start); }

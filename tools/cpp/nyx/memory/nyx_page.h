@@ -86,9 +86,12 @@ public:
         return ::new (static_cast<void *>(row)) T();
     }
 
-    /// Pushes a row on the free list; it is the next one that allocate gives.
+    /// Pushes a row on the free list; it is the next one that allocate gives. Behind the link it is left in T's initial
+    /// state, so that who looks at it by mistake follows nothing.
     void deallocate(T *row) requires FLAG {
         const unsigned slot = get_index(row);
+        std::memset(static_cast<void *>(row), 0, sizeof(T));
+        ::new (static_cast<void *>(row)) T();
         store_link(row, m_first_free);
         m_first_free = slot;
     }

@@ -316,7 +316,7 @@ void *NYX_VALLOC::allocate_aligned(size_type nbytes, size_type alignment) {
     NYX_CHECK_MSG((alignment & (alignment - size_type(1u))) == 0, "Alignment check failed");
     if (alignment <= Alignment)
         return allocate(nbytes);
-    if (nbytes > m_header.m_size || alignment > m_header.m_size)
+    if (nbytes > m_header.m_size) // nor does the sum below wrap then
         return nullptr;
     // The user area's last word is the next block's, which the plain request below need not count.
     const size_type n = nbytes >= 9 ? nbytes - 8 : nbytes;

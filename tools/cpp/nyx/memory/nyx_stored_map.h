@@ -89,4 +89,12 @@ const std::pair<const KEY, VALUE> *nyx_find_stored(const NYX_SEGMENT_UNORDERED_M
     return nullptr;
 }
 
+/// Bytes that a map takes of the segment: its buckets, one more that heads the list, and a node an element.
+template <class KEY, class VALUE, class HASH, class EQUAL>
+long nyx_stored_map_bytes(const NYX_SEGMENT_UNORDERED_MAP<KEY, VALUE, HASH, EQUAL> &map) {
+    constexpr std::size_t node_bytes = (sizeof(std::pair<const KEY, VALUE>) + 7) / 8 * 8 + 2 * sizeof(void *);
+    const std::size_t buckets = map.empty() ? 0 : map.bucket_count() + 1;
+    return static_cast<long>(map.size() * node_bytes + buckets * sizeof(void *));
+}
+
 #endif

@@ -22,12 +22,22 @@ constexpr std::string_view nyx_type_name() {
     return text.substr(begin, (end != text.npos ? end : text.size() - 1) - begin);
 }
 
+// A row is named by its stored part; the handle in front of it has no bytes.
 #define NYX_OBJECT_TYPE(type)                                                                                          \
+    class type##_IMPL;                                                                                                 \
     template <>                                                                                                        \
     constexpr std::string_view nyx_type_name<type##_ID>() {                                                            \
         return #type "_ID";                                                                                            \
+    }                                                                                                                  \
+    template <>                                                                                                        \
+    constexpr std::string_view nyx_type_name<type##_IMPL>() {                                                          \
+        return #type "_PRIMARY";                                                                                       \
     }
 #include "memory/nyx_object_types.def"
+template <>
+constexpr std::string_view nyx_type_name<NYX_NAME_ID>() {
+    return "NYX_NAME_ID";
+}
 
 /// Ends the run with "id != NYX_X_ID::INVALID" if `id` refers to no row. Every accessor by identifier starts with it.
 template <class ID>

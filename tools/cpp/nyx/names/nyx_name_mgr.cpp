@@ -107,15 +107,6 @@ const COUNTS &counts_for(const NYX_NAME_MANAGER_IMPL &impl, NYX_NAME_ID id) {
     return is_bus_bit_id(id) ? impl.bus_id_count : impl.id_count;
 }
 
-// What a hash map takes of the segment: its buckets, with the one that heads the list, and a block a node. A map has no
-// buckets before its first element; that it keeps them when it is emptied can't be seen from here and isn't counted.
-template <class MAP>
-long map_bytes(const MAP &map) {
-    constexpr std::size_t node_bytes = 2 * sizeof(void *) + sizeof(typename MAP::value_type);
-    const std::size_t bucket_bytes = map.empty() ? 0 : (map.bucket_count() + 1) * sizeof(void *);
-    return static_cast<long>(map.size() * node_bytes + bucket_bytes);
-}
-
 long vector_bytes(const STRINGS &strings) {
     return static_cast<long>(strings.capacity() * sizeof(NYX_NAME_STRING_PTR));
 }
@@ -265,12 +256,12 @@ NYX_TYPE_STATS NYX_NAME_MANAGER::get_stats() const {
     const auto add = [&stats](const char *field, long bytes) {
         stats.add_field_stats(NYX_FIELD_STATS(field, bytes, -1, 0));
     };
-    add("id_namespace", map_bytes(impl.id_namespace));
+    add("id_namespace", nyx_stored_map_bytes(impl.id_namespace));
     add("id_reverse_lookup", vector_bytes(impl.id_reverse_lookup));
-    add("id_count", map_bytes(impl.id_count));
-    add("bus_id_namespace", map_bytes(impl.bus_id_namespace));
+    add("id_count", nyx_stored_map_bytes(impl.id_count));
+    add("bus_id_namespace", nyx_stored_map_bytes(impl.bus_id_namespace));
     add("bus_id_reverse_lookup", vector_bytes(impl.bus_id_reverse_lookup));
-    add("bus_id_count", map_bytes(impl.bus_id_count));
+    add("bus_id_count", nyx_stored_map_bytes(impl.bus_id_count));
     add("name strings", string_bytes(impl.id_reverse_lookup));
     add("bus name strings", string_bytes(impl.bus_id_reverse_lookup));
     return stats;

@@ -1,10 +1,11 @@
-#ifndef NYX_TEST_SEGMENT_IMAGE_H
-#define NYX_TEST_SEGMENT_IMAGE_H
+#ifndef NYX_TEST_RESERVED_SEGMENT_H
+#define NYX_TEST_RESERVED_SEGMENT_H
 
 #include "memory/nyx_sanitizer.h"
 #include "memory/nyx_segment.h"
 #include "memory/nyx_virtual_memory.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -101,8 +102,7 @@ public:
 
     void *allocate_units(std::size_t units) { return algorithm().allocate(bytes_for_units(units)); }
 
-    /// Blocks of these sizes from the segment's start; each odd one is kept, the even ones (the 2nd, 4th ...) are to be
-    /// freed by the caller.
+    /// Blocks of these sizes, one behind the other in a fresh segment.
     std::vector<void *> allocate_all(const std::vector<std::size_t> &units) {
         std::vector<void *> blocks;
         for (const std::size_t n : units)

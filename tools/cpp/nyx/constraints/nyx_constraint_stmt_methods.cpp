@@ -1,0 +1,11 @@
+#include "constraints/nyx_constraint_stmt_table.h"
+#include "netlist/nyx_object_impl.h"
+
+NYX_CONSTRAINT_STMT_IMPL *NYX_CONSTRAINT_STMT::get_impl() {
+    return static_cast<NYX_CONSTRAINT_STMT_IMPL *>(this);
+}
+const NYX_CONSTRAINT_STMT_IMPL *NYX_CONSTRAINT_STMT::get_impl() const {
+    return static_cast<const NYX_CONSTRAINT_STMT_IMPL *>(this);
+}
+
+template class NYX_OBJECT<NYX_CONSTRAINT_STMT>;

@@ -1,0 +1,10 @@
+#include "hierarchy/nyx_hier_port_table.h"
+
+#include "netlist/nyx_table_impl.h"
+
+NYX_HIER_PORT_TABLE::NYX_HIER_PORT_TABLE(NYX_DB_PERSISTENT *persistent, NYX_SEGMENT_MANAGER *manager)
+    : m_persistent(persistent)
+    , m_primary(this, manager) {}
+
+template class NYX_TABLE<NYX_HIER_PORT_TABLE, NYX_HIER_PORT_IMPL, NYX_HIER_PORT_ID>;
+template class NYX_RANGE_TABLE<NYX_HIER_PORT_TABLE, NYX_HIER_PORT_IMPL, NYX_HIER_PORT_ID>;

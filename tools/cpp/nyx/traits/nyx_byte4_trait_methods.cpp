@@ -1,0 +1,11 @@
+#include "netlist/nyx_object_impl.h"
+#include "traits/nyx_byte4_trait_table.h"
+
+NYX_BYTE4_TRAIT_IMPL *NYX_BYTE4_TRAIT::get_impl() {
+    return static_cast<NYX_BYTE4_TRAIT_IMPL *>(this);
+}
+const NYX_BYTE4_TRAIT_IMPL *NYX_BYTE4_TRAIT::get_impl() const {
+    return static_cast<const NYX_BYTE4_TRAIT_IMPL *>(this);
+}
+
+template class NYX_OBJECT<NYX_BYTE4_TRAIT>;
