@@ -1,4 +1,5 @@
 #include "database_test_support.h"
+#include "nyx/nyx_observer.h"
 
 #include "support/scoped_env.h"
 #include "support/temp_dir.h"
@@ -233,6 +234,112 @@ TEST(PurgeDb, SilentWhenNobodyUsesIt) {
     CAPTURING_SINK reports;
     db->purge();
     EXPECT_TRUE(reports.lines().empty());
+}
+
+// ---- Observers
+
+class RECORDER : public NYX_OBSERVER<NYX_DB> {
+public:
+    RECORDER(unsigned int priority, const char *name, TEXTS &events)
+        : NYX_OBSERVER(priority)
+        , m_name(name)
+        , m_events(events) {}
+
+    bool m_throws_at_opened = false, m_throws_at_closing = false;
+
+private:
+    void opened(NYX_DB *db) override { tell("opened", db, m_throws_at_opened); }
+    void closing(NYX_DB *db) override { tell("closing", db, m_throws_at_closing); }
+    void tell(const char *event, const NYX_DB *db, bool throws) {
+        const bool registered = NYX_DB_LINKER::get().db_for_persistent(root_of(const_cast<NYX_DB *>(db))) == db;
+        m_events.push_back(m_name + " " + event + " " + db->get_name() + (registered ? "" : ", which is not open"));
+        if (throws)
+            throw std::runtime_error(m_name);
+    }
+
+    std::string m_name;
+    TEXTS &m_events;
+};
+
+class DbObservers : public testing::Test {
+protected:
+    DbObservers() { NYX_OBSERVER<NYX_DB>::set_enabled(true); }
+    ~DbObservers() override { NYX_OBSERVER<NYX_DB>::set_enabled(false); }
+
+    TEXTS m_events;
+    RECORDER m_second{1, "second", m_events};
+    RECORDER m_first{2, "first", m_events};
+};
+
+TEST_F(DbObservers, AreToldOnceEachInTheirOrder) {
+    NYX_DB *const db = create_db("frame_a");
+    EXPECT_EQ(m_events, (TEXTS{"first opened frame_a", "second opened frame_a"}));
+    m_events.clear();
+    NYX_DB_LINKER::get().change_use_count("frame_a", +1, nullptr);
+    db->close();
+    EXPECT_EQ(m_events, TEXTS()) << "not before the last close";
+    db->close();
+    EXPECT_EQ(m_events, (TEXTS{"first closing frame_a", "second closing frame_a"}));
+}
+
+TEST_F(DbObservers, HearNothingWhileDisabled) {
+    NYX_OBSERVER<NYX_DB>::set_enabled(false);
+    create_db("frame_a")->close();
+    EXPECT_EQ(m_events, TEXTS());
+    NYX_OBSERVER<NYX_DB>::set_enabled(true);
+}
+
+TEST_F(DbObservers, HearOfSubDbsBehindTheirParent) {
+    NYX_DB *const parent = create_db("frame_parent");
+    NYX_DB *const child = create_db("frame_child");
+    link_dbs(parent, child);
+    child->close();
+    m_events.clear();
+    parent->purge();
+    EXPECT_EQ(m_events, (TEXTS{"first closing frame_parent", "second closing frame_parent", "first closing frame_child",
+                               "second closing frame_child"}));
+}
+
+TEST_F(DbObservers, HearOfARefusedClose) {
+    SCOPED_DB parent("frame_parent"), child("frame_child");
+    NYX_DB_LINKER::get().add_sub_db(parent, child);
+    m_events.clear();
+    EXPECT_THROW(child->close(), NYX_RUNTIME_ERROR);
+    EXPECT_EQ(m_events, (TEXTS{"first closing frame_child", "second closing frame_child"}));
+}
+
+TEST_F(DbObservers, OneThatThrowsAtOpenedLeavesNoDatabase) {
+    m_second.m_throws_at_opened = true;
+    EXPECT_THROW(create_db("frame_a"), std::runtime_error);
+    EXPECT_EQ(m_events, (TEXTS{"first opened frame_a", "second opened frame_a", "first closing frame_a",
+                               "second closing frame_a"}));
+    EXPECT_TRUE(NYX_DB::iter_open_dbs().empty());
+    m_second.m_throws_at_closing = true;
+    EXPECT_THROW(create_db("frame_a"), std::runtime_error);
+    EXPECT_TRUE(NYX_DB::iter_open_dbs().empty());
+    EXPECT_EQ(NYX_DB::get_num_users("frame_a", ""), 0);
+}
+
+TEST_F(DbObservers, OneThatThrowsAtClosingKeepsTheDatabaseOpen) {
+    NYX_DB *const db = create_db("frame_a");
+    m_first.m_throws_at_closing = true;
+    EXPECT_THROW(db->close(), std::runtime_error);
+    EXPECT_THROW(db->purge(), std::runtime_error);
+    EXPECT_EQ(NYX_DB::get_num_users("frame_a", ""), 1);
+    m_first.m_throws_at_closing = false;
+    EXPECT_EQ(db->close(), 0);
+}
+
+TEST_F(DbObservers, AreToldOutsideTheLockOfAnOpening) {
+    // An observer may wait for another thread that uses databases.
+    class WAITING : public NYX_OBSERVER<NYX_DB> {
+    public:
+        WAITING() : NYX_OBSERVER(3) {}
+        void opened(NYX_DB *) override {
+            std::thread([] { EXPECT_EQ(NYX_DB::get_num_users("frame_a", ""), 1); }).join();
+        }
+    } waiting;
+    create_db("frame_a")->close();
 }
 
 // ---- What a database is

@@ -220,6 +220,11 @@ protected:
 private:
     friend class NYX_DB_IMPL;
 
+    static NYX_DB *register_non_persistent(std::size_t size, NYX_DB_TYPE type, const std::string &db_name,
+                                           const std::string &group_name);
+    /// Takes an open database out of all tables and releases it, without telling anybody.
+    static void discard(NYX_DB *db);
+
     int close(bool purge);
     NYX_DB_IMPL &get_impl() const;
     NYX_DB_GROUP *get_db_group() const;

@@ -9,7 +9,6 @@
 
 // Databases.
 class NYX_API NYX_DB;
-
 class NYX_API NYX_DB_OPEN_DB_ITER;
 class NYX_API NYX_DB_SUB_DB_ITER;
 enum class NYX_DB_TYPE : unsigned char;

@@ -5,6 +5,7 @@
 #include "database/nyx_db_linker.h"
 #include "database/nyx_db_lock.h"
 #include "database/nyx_db_paths.h"
+#include "netlist/nyx_db_observer.h"
 #include "netlist/nyx_schema.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
@@ -118,20 +119,36 @@ void NYX_DB::set_initial_working_library_size(unsigned long long size_MiB) {
 
 NYX_DB *NYX_DB::create_non_persistent(unsigned long long size_MiB, NYX_DB_TYPE type, const std::string &db_name,
                                       const std::string &group_name) {
-    constexpr const char *function = "NYX_DB::create_non_persistent";
-    const NYX_REPORT::NYX_REPORT_PROFILE profile(function);
+    const NYX_REPORT::NYX_REPORT_PROFILE profile("NYX_DB::create_non_persistent");
     NYX_CHECK_MSG(type >= NYX_DB_TYPE::DEVICE && type <= NYX_DB_TYPE::WORKING_LIBRARY, "Unknown DB_TYPE");
+    NYX_DB *const db = register_non_persistent(bytes_of(size_MiB), type, db_name, group_name);
+    try {
+        nyx_notify<NYX_DB>([db](NYX_OBSERVER<NYX_DB> &observer) { observer.opened(db); });
+    } catch (...) {
+        // Those that were told of it are told of its end.
+        try {
+            db->close();
+        } catch (...) {
+            discard(db);
+        }
+        throw;
+    }
+    return db;
+}
+
+NYX_DB *NYX_DB::register_non_persistent(std::size_t size, NYX_DB_TYPE type, const std::string &db_name,
+                                        const std::string &group_name) {
     NYX_DB_LINKER &linker = NYX_DB_LINKER::get();
     const NYX_DB_LOCK lock;
-
     // An unknown group is not the default one: it has no databases yet.
     const NYX_DB_GROUP *const known_group = db_name.empty() ? nullptr : linker.find_group(group_name);
     if (known_group != nullptr && known_group->find_db_persistent(db_name) != nullptr)
-        NYX_RAISE_RUNTIME_ERROR(function, "DB " + db_name + (group_name.empty() ? "" : " from group " + group_name) +
-                                              " is already open or being created. Cannot create.");
+        NYX_RAISE_RUNTIME_ERROR("NYX_DB::create_non_persistent",
+                                "DB " + db_name + (group_name.empty() ? "" : " from group " + group_name) +
+                                    " is already open or being created. Cannot create.");
 
     auto record = std::make_unique<NYX_DB_IMPL>();
-    record->m_file = std::make_unique<NYX_MANAGED_SERIALISED_FILE>(bytes_of(size_MiB), type, std::string());
+    record->m_file = std::make_unique<NYX_MANAGED_SERIALISED_FILE>(size, type, std::string());
     NYX_SEGMENT_MANAGER *const manager = record->m_file->get_segment_manager();
     record->m_persistent = manager->construct<NYX_DB_PERSISTENT>("NYX")(manager, type);
     record->m_name = db_name;
@@ -146,6 +163,14 @@ NYX_DB *NYX_DB::create_non_persistent(unsigned long long size_MiB, NYX_DB_TYPE t
         throw;
     }
     return db;
+}
+
+void NYX_DB::discard(NYX_DB *db) {
+    const NYX_DB_LOCK lock;
+    if (NYX_DB_IMPL::is_closed(*db))
+        return;
+    NYX_DB_LINKER::get().unregister_db(db->get_impl().m_name, db, true);
+    NYX_DB_IMPL::detach(db);
 }
 
 int NYX_DB::close() {
@@ -175,6 +200,7 @@ int NYX_DB::close(bool purge) {
 
     std::vector<NYX_DB *> sub_dbs;
     try {
+        nyx_notify<NYX_DB>([this](NYX_OBSERVER<NYX_DB> &observer) { observer.closing(this); });
         sub_dbs = linker.get_sub_dbs(this, true);
         linker.unregister_db(name, this, purge);
     } catch (...) {
