@@ -11,18 +11,6 @@ using namespace observer_test;
 
 namespace {
 
-/// An internal observer that can be told to enter and leave.
-template <class T>
-struct INTERNAL_RECORDER : RECORDER<T, NYX_DB_OBSERVER<T>> {
-    using BASE = RECORDER<T, NYX_DB_OBSERVER<T>>;
-    using BASE::BASE, BASE::enter, BASE::leave;
-};
-
-template <class T>
-void tell_move() {
-    nyx_notify<T>([](NYX_OBSERVER<T> &observer) { observer.moved(object<T>(1), object<T>(2)); });
-}
-
 template <class T>
 concept INTERNALLY_OBSERVABLE = requires {
     typename NYX_DB_OBSERVER<T>;
@@ -38,171 +26,139 @@ concept SWITCHABLE = requires {
 static_assert(INTERNALLY_OBSERVABLE<NYX_NET>);
 static_assert(!INTERNALLY_OBSERVABLE<NYX_DB>);
 
-template <class TYPE>
-class DbObserver : public testing::Test {
+#define NYX_CHECK_DB_OBSERVER(T)                                                                                       \
+    static_assert(std::is_base_of_v<NYX_OBSERVER<T>, NYX_DB_OBSERVER<T>>);                                             \
+    static_assert(SWITCHABLE<NYX_OBSERVER<T>> && !SWITCHABLE<NYX_DB_OBSERVER<T>>);
+NYX_FOR_EACH_OBSERVED_OBJECT_TYPE(NYX_CHECK_DB_OBSERVER)
+
+class DbObserver : public FOR_EACH_TYPE {
 protected:
-    void SetUp() override { disable<typename TYPE::type>(1); }
-
-    LOG log;
+    void SetUp() override { type.disable(1); }
 };
-TYPED_TEST_SUITE(DbObserver, OBJECT_TYPES);
+INSTANTIATE_TEST_SUITE_P(Of, DbObserver, testing::ValuesIn(object_types()), name_of);
 
-TYPED_TEST(DbObserver, IsAnObserverOfItsTypeThatNobodyElseSwitches) {
-    using T = typename TypeParam::type;
-    static_assert(std::is_base_of_v<NYX_OBSERVER<T>, NYX_DB_OBSERVER<T>>);
-    static_assert(!SWITCHABLE<NYX_DB_OBSERVER<T>> && SWITCHABLE<NYX_OBSERVER<T>>);
-    EXPECT_FALSE(NYX_DB_OBSERVER<T>::is_enabled());
+TEST_P(DbObserver, IsInNeitherListBeforeItEnters) {
+    const auto observer = make_internal("internal");
+    EXPECT_FALSE(type.is_internally_enabled());
+    EXPECT_FALSE(type.is_observed());
+    type.set_enabled(true);
+    type.notify();
+    EXPECT_EQ(log, LOG{});
 }
 
-TYPED_TEST(DbObserver, IsInNeitherListBeforeItEnters) {
-    using T = typename TypeParam::type;
-    INTERNAL_RECORDER<T> observer(this->log, "internal");
-    EXPECT_FALSE(NYX_DB_OBSERVER<T>::is_enabled());
-    EXPECT_FALSE(nyx_is_observed<T>());
-    NYX_OBSERVER<T>::set_enabled(true);
-    tell_move<T>();
-    EXPECT_EQ(this->log, LOG{});
+TEST_P(DbObserver, EntersTheInternalListOnly) {
+    const auto observer = make_internal("internal");
+    observer->enter();
+    EXPECT_TRUE(type.is_internally_enabled());
+    EXPECT_TRUE(type.is_observed());
+    EXPECT_EQ(type.listed(), LOG{});
+    type.set_enabled(true);
+    EXPECT_EQ(log, LOG{}) << "a change of enabling is the business of the public list";
 }
 
-TYPED_TEST(DbObserver, EntersTheInternalListOnly) {
-    using T = typename TypeParam::type;
-    INTERNAL_RECORDER<T> observer(this->log, "internal");
-    observer.enter();
-    EXPECT_TRUE(NYX_DB_OBSERVER<T>::is_enabled());
-    EXPECT_TRUE(listed<T>().empty());
-    NYX_OBSERVER<T>::set_enabled(true);
-    EXPECT_EQ(this->log, LOG{}) << "a change of enabling is the business of the public list";
+TEST_P(DbObserver, HearsWhilePublicObserversAreDisabled) {
+    const auto visible = make("public", 1);
+    const auto observer = make_internal("internal");
+    observer->enter();
+    type.notify();
+    EXPECT_EQ(log, (LOG{"internal moved 1 to 2"}));
 }
 
-TYPED_TEST(DbObserver, HearsWhilePublicObserversAreDisabled) {
-    using T = typename TypeParam::type;
-    RECORDER<T> visible(this->log, "public", 1);
-    INTERNAL_RECORDER<T> observer(this->log, "internal");
-    observer.enter();
-    tell_move<T>();
-    EXPECT_EQ(this->log, (LOG{"internal moved 1 to 2"}));
+TEST_P(DbObserver, HearsBeforeEveryPublicObserver) {
+    const auto low = make("low", 0), high = make("high", 0xfffffffe);
+    const auto observer = make_internal("internal");
+    observer->enter();
+    type.set_enabled(true);
+    log.clear();
+    type.notify();
+    EXPECT_EQ(log, (LOG{"internal moved 1 to 2", "high moved 1 to 2", "low moved 1 to 2"}));
 }
 
-TYPED_TEST(DbObserver, HearsBeforeEveryPublicObserver) {
-    using T = typename TypeParam::type;
-    RECORDER<T> low(this->log, "low", 0), high(this->log, "high", 0xfffffffe);
-    INTERNAL_RECORDER<T> observer(this->log, "internal");
-    observer.enter();
-    NYX_OBSERVER<T>::set_enabled(true);
-    this->log.clear();
-    tell_move<T>();
-    EXPECT_EQ(this->log, (LOG{"internal moved 1 to 2", "high moved 1 to 2", "low moved 1 to 2"}));
+TEST_P(DbObserver, HearsInTheOrderOfEntering) {
+    const auto a = make_internal("a"), b = make_internal("b"), c = make_internal("c");
+    c->enter();
+    a->enter();
+    b->enter();
+    type.notify();
+    EXPECT_EQ(log, (LOG{"c moved 1 to 2", "a moved 1 to 2", "b moved 1 to 2"}));
 }
 
-TYPED_TEST(DbObserver, HearsInTheOrderOfEntering) {
-    using T = typename TypeParam::type;
-    INTERNAL_RECORDER<T> a(this->log, "a"), b(this->log, "b"), c(this->log, "c");
-    c.enter();
-    a.enter();
-    b.enter();
-    tell_move<T>();
-    EXPECT_EQ(this->log, (LOG{"c moved 1 to 2", "a moved 1 to 2", "b moved 1 to 2"}));
+TEST_P(DbObserver, HearsNothingAfterItHasLeft) {
+    const auto a = make_internal("a"), b = make_internal("b"), c = make_internal("c");
+    a->enter();
+    b->enter();
+    c->enter();
+    b->leave();
+    type.notify();
+    EXPECT_EQ(log, (LOG{"a moved 1 to 2", "c moved 1 to 2"}));
+    a->leave();
+    c->leave();
+    EXPECT_FALSE(type.is_internally_enabled());
 }
 
-TYPED_TEST(DbObserver, HearsNothingAfterItHasLeft) {
-    using T = typename TypeParam::type;
-    INTERNAL_RECORDER<T> a(this->log, "a"), b(this->log, "b"), c(this->log, "c");
-    a.enter();
-    b.enter();
-    c.enter();
-    b.leave();
-    tell_move<T>();
-    EXPECT_EQ(this->log, (LOG{"a moved 1 to 2", "c moved 1 to 2"}));
-    a.leave();
-    c.leave();
-    EXPECT_FALSE(NYX_DB_OBSERVER<T>::is_enabled());
+TEST_P(DbObserver, EntersAtTheEndAgainAfterItHasLeft) {
+    const auto a = make_internal("a"), b = make_internal("b");
+    a->enter();
+    b->enter();
+    a->leave();
+    a->leave();
+    a->enter();
+    type.notify();
+    EXPECT_EQ(log, (LOG{"b moved 1 to 2", "a moved 1 to 2"}));
 }
 
-TYPED_TEST(DbObserver, CanEnterAgainAfterItHasLeft) {
-    using T = typename TypeParam::type;
-    INTERNAL_RECORDER<T> a(this->log, "a"), b(this->log, "b");
-    a.enter();
-    b.enter();
-    a.leave();
-    a.leave();
-    a.enter();
-    tell_move<T>();
-    EXPECT_EQ(this->log, (LOG{"b moved 1 to 2", "a moved 1 to 2"}));
+TEST_P(DbObserver, LeavesWhenItIsDestroyed) {
+    const auto visible = make("public", 1);
+    const auto a = make_internal("a");
+    auto b = make_internal("b");
+    a->enter();
+    b->enter();
+    b.reset();
+    type.notify();
+    EXPECT_EQ(log, (LOG{"a moved 1 to 2"}));
+    EXPECT_EQ(type.listed(), (LOG{"public"}));
 }
 
-TYPED_TEST(DbObserver, LeavesWhenItIsDestroyed) {
-    using T = typename TypeParam::type;
-    INTERNAL_RECORDER<T> a(this->log, "a");
-    a.enter();
-    {
-        INTERNAL_RECORDER<T> b(this->log, "b");
-        b.enter();
-    }
-    tell_move<T>();
-    EXPECT_EQ(this->log, (LOG{"a moved 1 to 2"}));
-}
-
-TYPED_TEST(DbObserver, LeavesThePublicListAloneWhenItIsDestroyed) {
-    using T = typename TypeParam::type;
-    RECORDER<T> visible(this->log, "public", 1);
-    { INTERNAL_RECORDER<T>(this->log, "internal").enter(); }
-    EXPECT_EQ(listed<T>(), (std::vector<NYX_OBSERVER<T> *>{&visible}));
-    EXPECT_FALSE(NYX_DB_OBSERVER<T>::is_enabled());
-}
-
-template <class TYPE>
-class Notify : public testing::Test {
+class Notify : public FOR_EACH_TYPE {
 protected:
-    void SetUp() override { disable<typename TYPE::type>(1); }
-
-    LOG log;
+    void SetUp() override { type.disable(1); }
 };
-TYPED_TEST_SUITE(Notify, OBSERVED_TYPES);
+INSTANTIATE_TEST_SUITE_P(Of, Notify, testing::ValuesIn(all_types()), name_of);
 
-TYPED_TEST(Notify, TellsPublicObserversInOrderWhenTheyAreEnabled) {
-    using T = typename TypeParam::type;
-    RECORDER<T> one(this->log, "one", 1), two(this->log, "two", 2), too(this->log, "too", 2);
-    tell_move<T>();
-    EXPECT_EQ(this->log, LOG{});
-    NYX_OBSERVER<T>::set_enabled(true);
-    this->log.clear();
-    tell_move<T>();
-    EXPECT_EQ(this->log, (LOG{"two moved 1 to 2", "too moved 1 to 2", "one moved 1 to 2"}));
+TEST_P(Notify, TellsPublicObserversInOrderWhenTheyAreEnabled) {
+    const auto one = make("one", 1), two = make("two", 2), too = make("too", 2);
+    type.notify();
+    EXPECT_EQ(log, LOG{});
+    type.set_enabled(true);
+    log.clear();
+    type.notify();
+    EXPECT_EQ(log, (LOG{"two moved 1 to 2", "too moved 1 to 2", "one moved 1 to 2"}));
 }
 
-TYPED_TEST(Notify, IsEnabledWithNobodyInTheList) {
-    using T = typename TypeParam::type;
-    NYX_OBSERVER<T>::set_enabled(true);
-    EXPECT_TRUE(nyx_is_observed<T>());
-    int told = 0;
-    nyx_notify<T>([&](NYX_OBSERVER<T> &) { ++told; });
-    EXPECT_EQ(told, 0);
+TEST_P(Notify, KnowsWhetherAnyoneMayListen) {
+    EXPECT_FALSE(type.is_observed());
+    type.set_enabled(true);
+    EXPECT_TRUE(type.is_observed());
+    type.set_enabled(false);
+    EXPECT_FALSE(type.is_observed());
 }
 
-TYPED_TEST(Notify, FollowsThePublicFlag) {
-    using T = typename TypeParam::type;
-    EXPECT_FALSE(nyx_is_observed<T>());
-    NYX_OBSERVER<T>::set_enabled(true);
-    EXPECT_TRUE(nyx_is_observed<T>());
-    NYX_OBSERVER<T>::set_enabled(false);
-    EXPECT_FALSE(nyx_is_observed<T>());
-}
-
-TYPED_TEST(Notify, PassesOnWhatAnObserverThrows) {
-    using T = typename TypeParam::type;
-    struct THROWING : NYX_OBSERVER<T> {
-        using NYX_OBSERVER<T>::NYX_OBSERVER;
-        void moved(T *, T *) override { throw std::runtime_error("no"); }
+TEST(NotifyNets, PassesOnWhatAnObserverThrows) {
+    struct THROWING : NYX_OBSERVER<NYX_NET> {
+        using NYX_OBSERVER::NYX_OBSERVER;
+        void moved(NYX_NET *, NYX_NET *) override { throw std::runtime_error("no"); }
     } throwing(2);
-    RECORDER<T> before(this->log, "before", 3), behind(this->log, "behind", 1);
-    NYX_OBSERVER<T>::set_enabled(true);
-    this->log.clear();
-    EXPECT_THROW(tell_move<T>(), std::runtime_error);
-    EXPECT_EQ(this->log, (LOG{"before moved 1 to 2"}));
+    LOG log;
+    const RECORDER<NYX_NET> before(log, "before", 3), behind(log, "behind", 1);
+    while (!NYX_OBSERVER<NYX_NET>::is_enabled())
+        NYX_OBSERVER<NYX_NET>::set_enabled(true);
+    log.clear();
+    EXPECT_THROW(nyx_notify<NYX_NET>(&NYX_OBSERVER<NYX_NET>::moved, object<NYX_NET>(1), object<NYX_NET>(2)),
+                 std::runtime_error);
+    EXPECT_EQ(log, (LOG{"before moved 1 to 2"}));
 }
 
-TEST(Notify, HearsOfTypesApart) {
-    LOG log;
+TEST(NotifyInstances, ReachesNoObserverOfAnotherType) {
     struct BOTH : NYX_DB_OBSERVER<NYX_INSTANCE>, NYX_DB_OBSERVER<NYX_MODULE> {
         void allocated(NYX_INSTANCE *, NYX_MODULE *) override { ++instances; }
         void allocated(NYX_MODULE *) override { ++modules; }
@@ -210,13 +166,12 @@ TEST(Notify, HearsOfTypesApart) {
         int instances = 0, modules = 0;
     } both;
     both.enter();
-    disable<NYX_INSTANCE>(1);
-    disable<NYX_MODULE>(1);
+    for (const OBSERVED_TYPE &type : all_types())
+        type.disable(1);
     EXPECT_TRUE(nyx_is_observed<NYX_INSTANCE>());
     EXPECT_FALSE(nyx_is_observed<NYX_MODULE>());
-    nyx_notify<NYX_INSTANCE>(
-        [](auto &observer) { observer.allocated(object<NYX_INSTANCE>(0), object<NYX_MODULE>(1)); });
-    nyx_notify<NYX_MODULE>([](auto &observer) { observer.allocated(object<NYX_MODULE>(1)); });
+    nyx_notify<NYX_INSTANCE>(&NYX_OBSERVER<NYX_INSTANCE>::allocated, object<NYX_INSTANCE>(0), object<NYX_MODULE>(1));
+    nyx_notify<NYX_MODULE>(&NYX_OBSERVER<NYX_MODULE>::allocated, object<NYX_MODULE>(1));
     EXPECT_EQ(both.instances, 1);
     EXPECT_EQ(both.modules, 0);
 }

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 
 using namespace observer_test;
@@ -15,10 +17,14 @@ struct LATE {
     ~LATE() {
         if (!observer)
             return;
-        const auto count = listed<NYX_ENTITY>().size();
+        const auto before = count();
         observer.reset();
-        std::fprintf(stderr, "%zu listed, then %zu\n", count, listed<NYX_ENTITY>().size());
+        std::fprintf(stderr, "%td listed, then %td\n", before, count());
     }
+    static std::ptrdiff_t count() {
+        return std::distance(NYX_OBSERVER<NYX_ENTITY>::begin(), NYX_OBSERVER<NYX_ENTITY>::end());
+    }
+
     LOG log;
     std::unique_ptr<RECORDER<NYX_ENTITY>> observer;
 };
@@ -27,25 +33,22 @@ LATE s_late;
 
 } // namespace
 
-template <class TYPE>
-class ObserverDeathTest : public testing::Test {};
-TYPED_TEST_SUITE(ObserverDeathTest, OBSERVED_TYPES);
+class ObserverDeathTest : public FOR_EACH_TYPE {};
+INSTANTIATE_TEST_SUITE_P(Of, ObserverDeathTest, testing::ValuesIn(all_types()), name_of);
 
-TYPED_TEST(ObserverDeathTest, RefusesThePriorityOfInternalOnes) {
-    using T = typename TypeParam::type;
-    EXPECT_DEATH(NYX_OBSERVER<T>(0xffffffff),
+TEST_P(ObserverDeathTest, RefusesThePriorityOfInternalOnes) {
+    EXPECT_DEATH(make("one", 0xffffffff),
                  "check failed: priority != INTERNAL: Priority -1 is reserved for internal DB observer \\[");
 }
 
 // In a process of its own, where nobody has touched the type yet.
-TYPED_TEST(ObserverDeathTest, IsDisabledAtTheStartAndEnabledByOneCall) {
-    using T = typename TypeParam::type;
+TEST_P(ObserverDeathTest, IsDisabledAtTheStartAndEnabledByOneCall) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            const bool before = NYX_OBSERVER<T>::is_enabled();
-            NYX_OBSERVER<T>::set_enabled(true);
-            std::fprintf(stderr, "%d, then %d\n", before, NYX_OBSERVER<T>::is_enabled());
+            const bool before = type.is_enabled();
+            type.set_enabled(true);
+            std::fprintf(stderr, "%d, then %d\n", before, type.is_enabled());
             std::exit(0);
         },
         testing::ExitedWithCode(0), "^0, then 1\n");

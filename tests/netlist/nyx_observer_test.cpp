@@ -64,181 +64,129 @@ void tell_connections(NYX_CONNECTION_OBSERVER<T> &observer) {
     observer.post_disconnect(object<T>(0));
 }
 
-template <class T>
-concept OBSERVABLE = requires {
-    sizeof(NYX_OBSERVER<T>);
-};
-
 } // namespace
 
 static_assert(std::is_same_v<decltype(NYX_OBSERVER_BASE<NYX_NET>::INTERNAL), const unsigned int>);
 static_assert(NYX_OBSERVER_BASE<NYX_NET>::INTERNAL == 0xffffffff);
+static_assert(!std::is_constructible_v<NYX_OBSERVER_BASE<NYX_NET>, unsigned int>);
 
-template <class TYPE>
-class Observer : public testing::Test {
+#define NYX_CHECK_OBSERVER(T)                                                                                          \
+    static_assert(std::is_base_of_v<NYX_OBSERVER_BASE<T>, NYX_OBSERVER<T>>);                                           \
+    static_assert(std::has_virtual_destructor_v<NYX_OBSERVER<T>>);                                                     \
+    static_assert(!std::is_copy_constructible_v<NYX_OBSERVER<T>> && !std::is_copy_assignable_v<NYX_OBSERVER<T>>);
+NYX_FOR_EACH_OBSERVED_TYPE(NYX_CHECK_OBSERVER)
+
+class Observer : public FOR_EACH_TYPE {
 protected:
-    void SetUp() override { disable<typename TYPE::type>(0); }
-
-    LOG log;
+    void SetUp() override { type.disable(0); }
 };
-TYPED_TEST_SUITE(Observer, OBSERVED_TYPES);
+INSTANTIATE_TEST_SUITE_P(Of, Observer, testing::ValuesIn(all_types()), name_of);
 
-TYPED_TEST(Observer, IsAPolymorphicBaseThatIsNotCopied) {
-    using T = typename TypeParam::type;
-    using OBSERVER = NYX_OBSERVER<T>;
-    static_assert(std::is_base_of_v<NYX_OBSERVER_BASE<T>, OBSERVER>);
-    static_assert(std::has_virtual_destructor_v<OBSERVER>);
-    static_assert(!std::is_copy_constructible_v<OBSERVER> && !std::is_copy_assignable_v<OBSERVER>);
-    static_assert(!std::is_constructible_v<NYX_OBSERVER_BASE<T>, unsigned int>);
-    RECORDER<T> observer(this->log, "one", 1);
-    EXPECT_EQ(static_cast<void *>(static_cast<OBSERVER *>(&observer)),
-              static_cast<void *>(static_cast<NYX_OBSERVER_BASE<T> *>(&observer)))
-        << "the base comes first";
+TEST_P(Observer, OfTheHigherPriorityComesFirstWhicheverWasConstructedFirst) {
+    const auto one = make("one", 1), three = make("three", 3), two = make("two", 2);
+    EXPECT_EQ(type.listed(), (LOG{"three", "two", "one"}));
 }
 
-TYPED_TEST(Observer, OfTheHigherPriorityComesFirstWhicheverWasConstructedFirst) {
-    using T = typename TypeParam::type;
-    RECORDER<T> one(this->log, "one", 1), three(this->log, "three", 3), two(this->log, "two", 2);
-    EXPECT_EQ(listed<T>(), (std::vector<NYX_OBSERVER<T> *>{&three, &two, &one}));
+TEST_P(Observer, OfEqualPriorityComesInTheOrderOfConstruction) {
+    const auto a = make("a", 7), low = make("low", 6), b = make("b", 7), high = make("high", 8), c = make("c", 7);
+    EXPECT_EQ(type.listed(), (LOG{"high", "a", "b", "c", "low"}));
 }
 
-TYPED_TEST(Observer, OfEqualPriorityComesInTheOrderOfConstruction) {
-    using T = typename TypeParam::type;
-    RECORDER<T> a(this->log, "a", 7), low(this->log, "low", 6), b(this->log, "b", 7), high(this->log, "high", 8),
-        c(this->log, "c", 7);
-    EXPECT_EQ(listed<T>(), (std::vector<NYX_OBSERVER<T> *>{&high, &a, &b, &c, &low}));
+TEST_P(Observer, IsOrderedByAnUnsignedPriority) {
+    const auto zero = make("zero", 0), middle = make("middle", 0x7fffffff), high = make("high", 0x80000000),
+               highest = make("highest", 0xfffffffe);
+    EXPECT_EQ(type.listed(), (LOG{"highest", "high", "middle", "zero"}));
 }
 
-TYPED_TEST(Observer, IsOrderedByAnUnsignedPriority) {
-    using T = typename TypeParam::type;
-    RECORDER<T> zero(this->log, "zero", 0), middle(this->log, "middle", 0x7fffffff),
-        high(this->log, "high", 0x80000000), highest(this->log, "highest", 0xfffffffe);
-    EXPECT_EQ(listed<T>(), (std::vector<NYX_OBSERVER<T> *>{&highest, &high, &middle, &zero}));
-}
-
-TYPED_TEST(Observer, LeavesTheListAloneAmongEquals) {
-    using T = typename TypeParam::type;
-    RECORDER<T> a(this->log, "a", 4);
-    auto b = std::make_unique<RECORDER<T>>(this->log, "b", 4);
-    RECORDER<T> c(this->log, "c", 4);
+TEST_P(Observer, LeavesTheListAloneAmongEquals) {
+    const auto a = make("a", 4);
+    auto b = make("b", 4);
+    const auto c = make("c", 4);
     b.reset();
-    EXPECT_EQ(listed<T>(), (std::vector<NYX_OBSERVER<T> *>{&a, &c}));
+    EXPECT_EQ(type.listed(), (LOG{"a", "c"}));
 }
 
-TYPED_TEST(Observer, LeavesTheListThroughEachOfItsBases) {
-    using T = typename TypeParam::type;
-    auto *const observer = new RECORDER<T>(this->log, "one", 1);
-    delete static_cast<NYX_OBSERVER_BASE<T> *>(observer);
-    EXPECT_TRUE(listed<T>().empty());
+TEST_P(Observer, WithoutAPriorityIsInNoListAndLeavesNone) {
+    const auto listed = make("listed", 1);
+    auto unlisted = type.make_unlisted(log, "unlisted");
+    EXPECT_EQ(type.listed(), (LOG{"listed"}));
+    unlisted.reset();
+    EXPECT_EQ(type.listed(), (LOG{"listed"}));
 }
 
-TYPED_TEST(Observer, LeavesTheListWhenItsConstructionFails) {
-    using T = typename TypeParam::type;
-    struct FAILING : NYX_OBSERVER<T> {
-        FAILING() : NYX_OBSERVER<T>(9) { throw std::runtime_error("no"); }
+TEST_P(Observer, IsNeitherToldNorEnabledByItsConstruction) {
+    type.set_enabled(false);
+    const auto observer = make("one", 1);
+    EXPECT_FALSE(type.is_enabled());
+    EXPECT_EQ(log, LOG{});
+}
+
+TEST_P(Observer, HearsOfEventsWithTheirArguments) {
+    make("one", 1)->tell();
+    EXPECT_EQ(log, (LOG{"one moved 1 to 2", "one name_changed 3 from old", "one enabled"}));
+}
+
+TEST_P(Observer, HearsOfAChangeOfEnablingInTheOrderOfTheList) {
+    const auto one = make("one", 1), two = make("two", 2);
+    const auto unlisted = type.make_unlisted(log, "unlisted");
+    type.set_enabled(false);
+    EXPECT_EQ(log, (LOG{"two disabled", "one disabled"}));
+    log.clear();
+    type.set_enabled(true);
+    EXPECT_EQ(log, (LOG{"two enabled", "one enabled"}));
+}
+
+TEST_P(Observer, DisabledTwiceAndEnabledOnceStaysDisabledAndHearsOfTheFirstCallOnly) {
+    const auto observer = make("one", 1);
+    type.set_enabled(false);
+    type.set_enabled(false);
+    type.set_enabled(true);
+    EXPECT_FALSE(type.is_enabled());
+    EXPECT_EQ(log, (LOG{"one disabled"}));
+    type.set_enabled(true);
+    EXPECT_TRUE(type.is_enabled());
+    EXPECT_EQ(log, (LOG{"one disabled", "one enabled"}));
+}
+
+TEST_P(Observer, EnabledWhenItIsEnabledIsNotToldAndNotCounted) {
+    const auto observer = make("one", 1);
+    type.set_enabled(true);
+    type.set_enabled(true);
+    EXPECT_TRUE(type.is_enabled());
+    EXPECT_EQ(log, LOG{});
+    type.set_enabled(false);
+    EXPECT_FALSE(type.is_enabled()) << "one call disables, however many enabled";
+    type.set_enabled(true);
+    EXPECT_TRUE(type.is_enabled()) << "and one enables again";
+}
+
+TEST(ObserverBase, LeavesTheListWhenItsConstructionFails) {
+    struct FAILING : NYX_OBSERVER<NYX_NET> {
+        FAILING() : NYX_OBSERVER<NYX_NET>(9) { throw std::runtime_error("no"); }
     };
     EXPECT_THROW(FAILING(), std::runtime_error);
-    EXPECT_TRUE(listed<T>().empty());
-}
-
-TYPED_TEST(Observer, WithoutAPriorityIsInNoListAndLeavesNone) {
-    using T = typename TypeParam::type;
-    RECORDER<T> listed_one(this->log, "listed", 1);
-    {
-        RECORDER<T> unlisted(this->log, "unlisted");
-        EXPECT_EQ(listed<T>(), (std::vector<NYX_OBSERVER<T> *>{&listed_one}));
-    }
-    EXPECT_EQ(listed<T>(), (std::vector<NYX_OBSERVER<T> *>{&listed_one}));
-}
-
-TYPED_TEST(Observer, IsNeitherToldNorEnabledByItsConstruction) {
-    using T = typename TypeParam::type;
-    disable<T>(1);
-    RECORDER<T> observer(this->log, "one", 1);
-    EXPECT_FALSE(NYX_OBSERVER<T>::is_enabled());
-    EXPECT_EQ(this->log, LOG{});
-}
-
-TYPED_TEST(Observer, DefaultEventsDoNothing) {
-    using T = typename TypeParam::type;
-    NYX_OBSERVER<T> observer;
-    observer.moved(object<T>(1), object<T>(2));
-    observer.name_changed(object<T>(1), "old");
-    observer.enabled(true);
-    EXPECT_TRUE(listed<T>().empty());
-}
-
-TYPED_TEST(Observer, EventsReachTheSubclassWithTheirArguments) {
-    using T = typename TypeParam::type;
-    RECORDER<T> recorder(this->log, "one", 1);
-    NYX_OBSERVER_BASE<T> &observer = recorder;
-    observer.moved(object<T>(3), object<T>(4));
-    observer.name_changed(object<T>(5), "old");
-    observer.enabled(false);
-    EXPECT_EQ(this->log, (LOG{"one moved 3 to 4", "one name_changed 5 from old", "one disabled"}));
-}
-
-TYPED_TEST(Observer, ChangeOfEnablingIsToldInTheOrderOfTheList) {
-    using T = typename TypeParam::type;
-    RECORDER<T> one(this->log, "one", 1), two(this->log, "two", 2);
-    RECORDER<T> unlisted(this->log, "unlisted");
-    NYX_OBSERVER<T>::set_enabled(false);
-    EXPECT_EQ(this->log, (LOG{"two disabled", "one disabled"}));
-    this->log.clear();
-    NYX_OBSERVER<T>::set_enabled(true);
-    EXPECT_EQ(this->log, (LOG{"two enabled", "one enabled"}));
-}
-
-TYPED_TEST(Observer, SeesTheNewStateWhenAChangeOfEnablingIsTold) {
-    using T = typename TypeParam::type;
-    struct ASKING : NYX_OBSERVER<T> {
-        using NYX_OBSERVER<T>::NYX_OBSERVER;
-        void enabled(bool on) override { agreed.push_back(on == NYX_OBSERVER<T>::is_enabled()); }
-        std::vector<bool> agreed;
-    } asking(1);
-    NYX_OBSERVER<T>::set_enabled(false);
-    NYX_OBSERVER<T>::set_enabled(true);
-    EXPECT_EQ(asking.agreed, (std::vector<bool>{true, true}));
-}
-
-TYPED_TEST(Observer, DisabledTwiceAndEnabledOnceStaysDisabledAndHearsOfTheFirstCallOnly) {
-    using T = typename TypeParam::type;
-    RECORDER<T> observer(this->log, "one", 1);
-    NYX_OBSERVER<T>::set_enabled(false);
-    NYX_OBSERVER<T>::set_enabled(false);
-    NYX_OBSERVER<T>::set_enabled(true);
-    EXPECT_FALSE(NYX_OBSERVER<T>::is_enabled());
-    EXPECT_EQ(this->log, (LOG{"one disabled"}));
-    NYX_OBSERVER<T>::set_enabled(true);
-    EXPECT_TRUE(NYX_OBSERVER<T>::is_enabled());
-    EXPECT_EQ(this->log, (LOG{"one disabled", "one enabled"}));
-}
-
-TYPED_TEST(Observer, EnabledWhenItIsEnabledIsNotToldAndNotCounted) {
-    using T = typename TypeParam::type;
-    RECORDER<T> observer(this->log, "one", 1);
-    NYX_OBSERVER<T>::set_enabled(true);
-    NYX_OBSERVER<T>::set_enabled(true);
-    EXPECT_TRUE(NYX_OBSERVER<T>::is_enabled());
-    EXPECT_EQ(this->log, LOG{});
-    NYX_OBSERVER<T>::set_enabled(false);
-    EXPECT_FALSE(NYX_OBSERVER<T>::is_enabled()) << "one call disables, however many enabled";
-    NYX_OBSERVER<T>::set_enabled(true);
-    EXPECT_TRUE(NYX_OBSERVER<T>::is_enabled());
+    EXPECT_EQ(NYX_OBSERVER<NYX_NET>::begin(), NYX_OBSERVER<NYX_NET>::end());
 }
 
 TEST(ObserverTypes, AreEnabledApart) {
-    disable<NYX_NET>(0);
-    disable<NYX_NET_BUS>(1);
-    EXPECT_TRUE(NYX_OBSERVER<NYX_NET>::is_enabled());
-    EXPECT_FALSE(NYX_OBSERVER<NYX_NET_BUS>::is_enabled());
+    for (const OBSERVED_TYPE &type : all_types())
+        type.disable(0);
+    for (const OBSERVED_TYPE &type : all_types()) {
+        type.set_enabled(false);
+        for (const OBSERVED_TYPE &other : all_types())
+            EXPECT_EQ(other.is_enabled(), std::string(other.name) != type.name) << type.name << ' ' << other.name;
+        type.set_enabled(true);
+    }
 }
 
 TEST(ObserverTypes, AreListedApart) {
     LOG log;
-    RECORDER<NYX_NET> observer(log, "net", 1);
-    EXPECT_EQ(listed<NYX_NET>(), (std::vector<NYX_OBSERVER<NYX_NET> *>{&observer}));
-    EXPECT_TRUE(listed<NYX_NET_BUS>().empty());
+    for (const OBSERVED_TYPE &type : all_types()) {
+        const auto observer = type.make(log, "one", 1);
+        for (const OBSERVED_TYPE &other : all_types())
+            EXPECT_EQ(other.listed().size(), std::string(other.name) == type.name ? 1u : 0u)
+                << type.name << ' ' << other.name;
+    }
 }
 
 TEST(ObserverTypes, CanBeObservedByOneObject) {
@@ -248,12 +196,9 @@ TEST(ObserverTypes, CanBeObservedByOneObject) {
         void allocated(NYX_PORT *, NYX_MODULE *) override { ++ports; }
         int nets = 0, ports = 0;
     } both;
-    for (NYX_OBSERVER<NYX_NET> *observer : listed<NYX_NET>())
-        observer->allocated(object<NYX_NET>(0), object<NYX_MODULE>(1));
-    for (NYX_OBSERVER<NYX_PORT> *observer : listed<NYX_PORT>()) {
-        observer->allocated(object<NYX_PORT>(0), object<NYX_MODULE>(1));
-        observer->allocated(object<NYX_PORT>(0), object<NYX_MODULE>(1));
-    }
+    (*NYX_OBSERVER<NYX_NET>::begin())->allocated(object<NYX_NET>(0), object<NYX_MODULE>(1));
+    (*NYX_OBSERVER<NYX_PORT>::begin())->allocated(object<NYX_PORT>(0), object<NYX_MODULE>(1));
+    (*NYX_OBSERVER<NYX_PORT>::begin())->allocated(object<NYX_PORT>(0), object<NYX_MODULE>(1));
     EXPECT_EQ(both.nets, 1);
     EXPECT_EQ(both.ports, 2);
 }

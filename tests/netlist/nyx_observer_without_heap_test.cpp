@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <iterator>
 #include <new>
+#include <string>
 
 namespace {
 
@@ -13,19 +15,20 @@ bool s_heap_is_shut = false;
 
 struct COUNTER : NYX_OBSERVER<NYX_NET> {
     using NYX_OBSERVER::NYX_OBSERVER;
-    void moved(NYX_NET *, NYX_NET *) override { ++count; }
+    void name_changed(NYX_NET *, const std::string &) override { ++count; }
     int count = 0;
 };
 
 struct INTERNAL_COUNTER : NYX_DB_OBSERVER<NYX_NET> {
     using NYX_DB_OBSERVER::enter;
-    void moved(NYX_NET *, NYX_NET *) override { ++count; }
+    void name_changed(NYX_NET *, const std::string &) override { ++count; }
     int count = 0;
 };
 
 void tell_with_heap_shut() {
+    const std::string old_name = "a name that fits into no small string";
     s_heap_is_shut = true;
-    nyx_notify<NYX_NET>([](NYX_OBSERVER<NYX_NET> &observer) { observer.moved(nullptr, nullptr); });
+    nyx_notify<NYX_NET>(&NYX_OBSERVER<NYX_NET>::name_changed, nullptr, old_name);
     s_heap_is_shut = false;
 }
 

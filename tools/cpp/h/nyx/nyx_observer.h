@@ -71,8 +71,6 @@ private:
     static int s_disable_count; // calls of set_enabled(false) that none with true has undone
     static LIST &list();
 
-    NYX_OBSERVER<T> *self();
-
     std::uint32_t m_priority = INTERNAL;
 };
 

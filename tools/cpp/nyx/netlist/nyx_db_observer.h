@@ -7,6 +7,7 @@
 #include "nyx/nyx_observer.h"
 
 #include <concepts>
+#include <type_traits>
 
 /// An observer by which the library keeps data of its own in step: its objects hear of an event before any public
 /// observer does, and set_enabled of the public ones is nothing to them. They are told in the order in which they
@@ -24,6 +25,11 @@ public:
     static void begin() = delete;
     static void end() = delete;
 
+    /// The internal observers in the order in which they are told: the first, null if there is none, and the one
+    /// behind.
+    static NYX_DB_OBSERVER *first() { return s_first; }
+    NYX_DB_OBSERVER *next() const { return m_next; }
+
     /// Leaves the list.
     ~NYX_DB_OBSERVER() override { leave(); }
 
@@ -36,9 +42,6 @@ protected:
     void leave();
 
 private:
-    template <class U, std::invocable<NYX_OBSERVER<U> &> TELL>
-    friend void nyx_notify_observers(TELL &tell);
-
     static NYX_DB_OBSERVER *s_first; // null: nobody listens
     NYX_DB_OBSERVER *m_next = nullptr;
 };
@@ -56,30 +59,31 @@ bool nyx_is_observed() {
         return NYX_DB_OBSERVER<T>::is_enabled() || NYX_OBSERVER<T>::is_enabled();
 }
 
-/// The part of nyx_notify that is rarely needed, out of the way of the code that changes the object.
-template <class T, std::invocable<NYX_OBSERVER<T> &> TELL>
-[[gnu::cold, gnu::noinline]] void nyx_notify_observers(TELL &tell) {
+/// The part of nyx_notify that is rarely needed, out of the way of the code that changes objects.
+template <class T, class BASE, class... ARGUMENTS>
+[[gnu::cold, gnu::noinline]] void nyx_notify_observers(void (BASE::*event)(ARGUMENTS...),
+                                                       std::type_identity_t<ARGUMENTS>... arguments) {
     if constexpr (!std::same_as<T, NYX_DB>) {
-        for (NYX_DB_OBSERVER<T> *observer = NYX_DB_OBSERVER<T>::s_first; observer; observer = observer->m_next)
-            tell(*observer);
+        for (NYX_DB_OBSERVER<T> *observer = NYX_DB_OBSERVER<T>::first(); observer; observer = observer->next())
+            (observer->*event)(arguments...);
     }
     if (NYX_OBSERVER<T>::is_enabled()) {
         const auto end = NYX_OBSERVER<T>::end();
         for (auto observer = NYX_OBSERVER<T>::begin(); observer != end; ++observer)
-            tell(**observer);
+            ((*observer)->*event)(arguments...);
     }
 }
 
 /// Tells an event of T, to the internal observers first and then, if they are enabled, to the public ones:
 ///
-///     nyx_notify<NYX_NET>([&](NYX_OBSERVER<NYX_NET> &observer) { observer.allocated(net, parent); });
+///     nyx_notify<NYX_NET>(&NYX_OBSERVER<NYX_NET>::allocated, net, parent);
 ///
 /// Two tests if nobody listens. Allocates nothing. What an observer throws reaches the caller, and those behind it are
 /// not told.
-template <class T, std::invocable<NYX_OBSERVER<T> &> TELL>
-void nyx_notify(TELL &&tell) {
+template <class T, class BASE, class... ARGUMENTS>
+void nyx_notify(void (BASE::*event)(ARGUMENTS...), std::type_identity_t<ARGUMENTS>... arguments) {
     if (nyx_is_observed<T>()) [[unlikely]]
-        nyx_notify_observers<T>(tell);
+        nyx_notify_observers<T>(event, arguments...);
 }
 
 #endif

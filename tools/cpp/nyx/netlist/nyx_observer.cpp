@@ -6,9 +6,16 @@
 #include <algorithm>
 #include <utility>
 
-// An observer enters and leaves its list in the constructor and destructor of its base, where its dynamic type is that
-// of the base: what the sanitizer takes for a wrong cast.
-#define NYX_WHILE_CONSTRUCTED __attribute__((no_sanitize("vptr")))
+namespace {
+
+/// An observer enters and leaves its list in the constructor and destructor of its base. Its dynamic type is that of
+/// the base then, so that sanitizers would take this for a wrong cast.
+template <class T>
+__attribute__((no_sanitize("vptr"))) NYX_OBSERVER<T> *observer_of(NYX_OBSERVER_BASE<T> *base) {
+    return static_cast<NYX_OBSERVER<T> *>(base);
+}
+
+} // namespace
 
 template <class T>
 bool NYX_OBSERVER_BASE<T>::s_enabled = false;
@@ -17,10 +24,9 @@ template <class T>
 int NYX_OBSERVER_BASE<T>::s_disable_count = 0;
 
 template <class T>
-NYX_WHILE_CONSTRUCTED bool NYX_OBSERVER_BASE<T>::PRIORITY_COMPARE::operator()(const NYX_OBSERVER<T> *a,
-                                                                              const NYX_OBSERVER<T> *b) const {
-    const NYX_OBSERVER_BASE &a_base = *a, &b_base = *b;
-    return a_base.m_priority > b_base.m_priority;
+bool NYX_OBSERVER_BASE<T>::PRIORITY_COMPARE::operator()(const NYX_OBSERVER<T> *a, const NYX_OBSERVER<T> *b) const {
+    const NYX_OBSERVER_BASE *const a_base = a, *const b_base = b;
+    return a_base->m_priority > b_base->m_priority;
 }
 
 // Never destroyed: an observer with static storage may go after everything else.
@@ -31,22 +37,18 @@ auto NYX_OBSERVER_BASE<T>::list() -> LIST & {
 }
 
 template <class T>
-NYX_WHILE_CONSTRUCTED NYX_OBSERVER<T> *NYX_OBSERVER_BASE<T>::self() {
-    return static_cast<NYX_OBSERVER<T> *>(this);
-}
-
-template <class T>
 NYX_OBSERVER_BASE<T>::NYX_OBSERVER_BASE(unsigned int priority) : m_priority(priority) {
     NYX_CHECK_MSG(priority != INTERNAL, "Priority %d is reserved for internal DB observer", static_cast<int>(priority));
-    list().insert(self());
+    list().insert(observer_of(this));
 }
 
 template <class T>
 NYX_OBSERVER_BASE<T>::~NYX_OBSERVER_BASE() {
     if (m_priority == INTERNAL)
         return;
-    const auto [first, last] = list().equal_range(self());
-    const auto found = std::find(first, last, self());
+    NYX_OBSERVER<T> *const self = observer_of(this);
+    const auto [first, last] = list().equal_range(self);
+    const auto found = std::find(first, last, self);
     if (found != last)
         list().erase(found);
 }
