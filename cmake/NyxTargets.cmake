@@ -1,5 +1,6 @@
 # One function a kind of target. Everything that compiles NYX code links nyx_compile_options.
 
+file(RELATIVE_PATH nyx_source_from_build ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR})
 add_library(nyx_compile_options INTERFACE)
 target_compile_features(nyx_compile_options INTERFACE cxx_std_20)
 target_compile_options(nyx_compile_options INTERFACE
@@ -11,7 +12,9 @@ target_compile_options(nyx_compile_options INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-flifetime-dse=1>
   # Calls inside the library stay inside it, and may be inlined; nyx_report alone is meant to be replaced.
   # Texts of failures name a source below the project, whatever the folder it was built in.
-  -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
+  # A compiler cache may hand sources over by their path from the build's folder.
+  -fmacro-prefix-map=${nyx_source_from_build}/=)
 
 if(NYX_SANITIZE)
   set(nyx_sanitizers -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)

@@ -123,7 +123,7 @@ NYX_DB *NYX_DB::create_non_persistent(unsigned long long size_MiB, NYX_DB_TYPE t
     NYX_CHECK_MSG(type >= NYX_DB_TYPE::DEVICE && type <= NYX_DB_TYPE::WORKING_LIBRARY, "Unknown DB_TYPE");
     NYX_DB *const db = register_non_persistent(bytes_of(size_MiB), type, db_name, group_name);
     try {
-        nyx_notify<NYX_DB>([db](NYX_OBSERVER<NYX_DB> &observer) { observer.opened(db); });
+        nyx_notify<NYX_DB>(&NYX_OBSERVER<NYX_DB>::opened, db);
     } catch (...) {
         // Those that were told of it are told of its end.
         try {
@@ -200,7 +200,7 @@ int NYX_DB::close(bool purge) {
 
     std::vector<NYX_DB *> sub_dbs;
     try {
-        nyx_notify<NYX_DB>([this](NYX_OBSERVER<NYX_DB> &observer) { observer.closing(this); });
+        nyx_notify<NYX_DB>(&NYX_OBSERVER<NYX_DB>::closing, this);
         sub_dbs = linker.get_sub_dbs(this, true);
         linker.unregister_db(name, this, purge);
     } catch (...) {
