@@ -19,6 +19,7 @@
 #include "nyx/nyx_inst_port.h"
 #include "nyx/nyx_instance.h"
 #include "nyx/nyx_interface.h"
+#include "nyx/nyx_iters.h"
 #include "nyx/nyx_module.h"
 #include "nyx/nyx_name_style.h"
 #include "nyx/nyx_net.h"
