@@ -176,8 +176,8 @@ public:
     /// The interfaces of all modules, in the same manner.
     boost::iterator_range<NYX_DB_INTERFACE_ITER> iter_interfaces(bool this_db_only = true) const;
 
-    /// The module at the top of the design: the one that was set, or else the first. Null without modules. Only USER and
-    /// DEVICE databases have one, here and below: others raise NYX_RUNTIME_ERROR "Top module is defined for user
+    /// The module at the top of the design: the one that was set, or else the first. Null without modules. Only USER
+    /// and DEVICE databases have one, here and below: others raise NYX_RUNTIME_ERROR "Top module is defined for user
     /// databases only".
     NYX_MODULE *get_top_module() const;
     /// `module` must be one of this database; null ends the run.

@@ -16,8 +16,7 @@
 /// with the databases that it refers to itself. A step is O(1) but for free rows, which are passed over. Objects may be
 /// made and deleted during a walk, the present one included; those that are made during it may be missed.
 template <class ITER, class T>
-class NYX_API NYX_HIER_DB_TABLE_ITER
-    : public boost::iterator_facade<ITER, T *, boost::forward_traversal_tag, T *> {
+class NYX_API NYX_HIER_DB_TABLE_ITER : public boost::iterator_facade<ITER, T *, boost::forward_traversal_tag, T *> {
 public:
     virtual ~NYX_HIER_DB_TABLE_ITER() = default;
 

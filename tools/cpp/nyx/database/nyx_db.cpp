@@ -6,8 +6,8 @@
 #include "database/nyx_db_lock.h"
 #include "database/nyx_db_paths.h"
 #include "netlist/nyx_db_observer.h"
-#include "nyx/nyx_module.h"
 #include "netlist/nyx_schema.h"
+#include "nyx/nyx_module.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
 

@@ -16,8 +16,8 @@
 inline constexpr std::uint32_t NYX_NO_SUFFIX = ~std::uint32_t(0);
 
 /// The next number of a name for an object that is to be unique: name and number as it shows them are not a name of
-/// their own. 0 at first. NYX_RUNTIME_ERROR when the numbers are used up. O(length of the name), and of the numbers that
-/// are passed over.
+/// their own. 0 at first. NYX_RUNTIME_ERROR when the numbers are used up. O(length of the name), and of the numbers
+/// that are passed over.
 inline std::uint32_t nyx_next_suffix(NYX_NAME_MANAGER &names, const std::string &name, NYX_NAME_ID name_id) {
     for (;;) {
         const std::uint32_t suffix = names.increase_id_count(name_id).get();
