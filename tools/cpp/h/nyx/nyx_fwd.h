@@ -11,6 +11,7 @@
 class NYX_API NYX_DB;
 class NYX_API NYX_DB_OPEN_DB_ITER;
 class NYX_API NYX_DB_SUB_DB_ITER;
+class NYX_DB_PERSISTENT;
 enum class NYX_DB_TYPE : unsigned char;
 
 // Netlist.
@@ -92,5 +93,6 @@ class NYX_API NYX_TRANSFORM;
 class NYX_API NYX_FIELD_STATS;
 class NYX_API NYX_TYPE_STATS;
 class NYX_API NYX_STATS;
+class NYX_API NYX_PARAM_VALUES;
 
 #endif

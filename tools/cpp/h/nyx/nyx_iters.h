@@ -2,12 +2,12 @@
 #define NYX_ITERS_H
 
 /// \file
-/// Iterators over the objects that belong to another one. For each list there is a form that gives handles and a _CONST_
-/// form that gives const handles; the former converts to the latter, and the two compare.
+/// Iterators over the objects that belong to another one. For each list there is a form that gives handles and a
+/// _CONST_ form that gives const handles; the former converts to the latter, and the two compare.
 ///
 /// Iterators are forward iterators of a handle and an identifier. A default-constructed one is the end of any list of
-/// its kind. What an iterator stands on may not be deleted: a loop that deletes takes a fresh iterator each time. Making
-/// one for a null parent, and using one at its end, end the run.
+/// its kind. What an iterator stands on may not be deleted: a loop that deletes takes a fresh iterator each time.
+/// Making one for a null parent, and using one at its end, end the run.
 
 #include "nyx/nyx_api.h"
 #include "nyx/nyx_defs.h"
