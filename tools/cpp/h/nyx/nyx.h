@@ -9,6 +9,7 @@
 #include "nyx/nyx_byte_trait.h"
 #include "nyx/nyx_constraint.h"
 #include "nyx/nyx_db.h"
+#include "nyx/nyx_db_table_iters.h"
 #include "nyx/nyx_defs.h"
 #include "nyx/nyx_design_entry.h"
 #include "nyx/nyx_direction.h"

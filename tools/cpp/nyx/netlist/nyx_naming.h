@@ -15,6 +15,17 @@
 /// The unique suffix of an object that has none.
 inline constexpr std::uint32_t NYX_NO_SUFFIX = ~std::uint32_t(0);
 
+/// The next number of a name for an object that is to be unique: name and number as it shows them are not a name of
+/// their own. 0 at first. NYX_RUNTIME_ERROR when the numbers are used up. O(length of the name), and of the numbers
+/// that are passed over.
+inline std::uint32_t nyx_next_suffix(NYX_NAME_MANAGER &names, const std::string &name, NYX_NAME_ID name_id) {
+    for (;;) {
+        const std::uint32_t suffix = names.increase_id_count(name_id).get();
+        if (names.find_id((name + '_' + std::to_string(suffix)).c_str()) == NYX_NAME_ID::INVALID)
+            return suffix;
+    }
+}
+
 /// Appends a name, and behind it "_" and its number if it has one.
 inline void nyx_append_name(std::string &result, const NYX_NAME_MANAGER &names, NYX_NAME_ID name_id,
                             std::uint32_t suffix = NYX_NO_SUFFIX) {
