@@ -11,8 +11,8 @@
 
 /// One bit of a module's boundary. It has a place among the module's ports, may be on one net of the module, may be a
 /// member of one port bus, and may be in one interface. A handle is its row's address: it owns nothing, and is valid
-/// until the port is deleted, the module's ports are moved (NYX_MODULE::increase_num_ports and update_num_ports), or the
-/// database is closed.
+/// until the port is deleted, the module's ports are moved (NYX_MODULE::increase_num_ports and update_num_ports), or
+/// the database is closed.
 ///
 /// Exceptions are NYX_RUNTIME_ERROR and leave everything as it was. A full segment is boost::interprocess::bad_alloc.
 class NYX_API NYX_PORT : public NYX_OBJECT<NYX_PORT> {
@@ -30,8 +30,8 @@ public:
     /// \name Life
     /// \{
 
-    /// Fills the empty place `index` of `parent` and tells the observers of ports; the connection to `net`, which may be
-    /// null, is not told. Instances that the module has already get no inst port. Ends the run for an empty name, an
+    /// Fills the empty place `index` of `parent` and tells the observers of ports; the connection to `net`, which may
+    /// be null, is not told. Instances that the module has already get no inst port. Ends the run for an empty name, an
     /// index that is no place of the module, and a place that is taken. O(length of the name).
     static NYX_PORT *allocate(NYX_MODULE *parent, const std::string &name, unsigned int index, NYX_NET *net = nullptr);
 
