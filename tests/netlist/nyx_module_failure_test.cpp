@@ -29,8 +29,7 @@ TEST_F(ModuleDeathTest, OfATakenNameDies) {
 }
 
 TEST_F(ModuleDeathTest, TheTopModuleIsNotDeletedThoughNobodyRefersToIt) {
-    EXPECT_DEATH(top->deallocate(),
-                 check_text("this != db->get_top_module()", "Can't deallocate the top module"));
+    EXPECT_DEATH(top->deallocate(), check_text("this != db->get_top_module()", "Can't deallocate the top module"));
 }
 
 TEST_F(ModuleDeathTest, ABaseModuleIsNotDeleted) {
@@ -68,8 +67,8 @@ TEST_F(ModuleDeathTest, ARefusedDeletionHasBeenTold) {
 
 TEST_F(ModuleDeathTest, AnIndexOutOfRangeDies) {
     const NYX_MODULE *const module = make_module(db, "m", {"a", "b"});
-    EXPECT_DEATH(module->get_port_by_index(2), check_text("index < impl->get_num_ports()",
-                                                          "Port index 2 exceeds number of ports 2 in module m"));
+    EXPECT_DEATH(module->get_port_by_index(2),
+                 check_text("index < impl->get_num_ports()", "Port index 2 exceeds number of ports 2 in module m"));
     EXPECT_DEATH(top->get_port_by_index(0), "Port index 0 exceeds number of ports 0 in module top");
 }
 

@@ -264,8 +264,7 @@ bool matches_by_definition(const char *pattern, const char *text) {
     if (*pattern == '\0')
         return *text == '\0';
     if (*pattern == '*')
-        return matches_by_definition(pattern + 1, text) ||
-               (*text != '\0' && matches_by_definition(pattern, text + 1));
+        return matches_by_definition(pattern + 1, text) || (*text != '\0' && matches_by_definition(pattern, text + 1));
     return *text != '\0' && (*pattern == '?' || *pattern == *text) && matches_by_definition(pattern + 1, text + 1);
 }
 

@@ -247,6 +247,17 @@ TEST_P(MovedPorts, KeepTheirPropertiesAndLeaveNoneBehind) {
     EXPECT_EQ(boost::get<int>(found->second.at(name)), 42);
 }
 
+TEST_P(MovedPorts, StayInTheirInterfacesInTheirOrder) {
+    NYX_INTERFACE *const interface = NYX_INTERFACE::allocate(module, "itf");
+    for (const char *const name : {"d", "c", "a"})
+        interface->add_port(module->find_port(name));
+    move();
+    EXPECT_EQ(names_of(interface->iter_ports()), STRINGS({"d", "c", "a"}));
+    EXPECT_EQ(c->get_interface(), interface);
+    interface->remove_port(c);
+    EXPECT_EQ(names_of(interface->iter_ports()), STRINGS({"d", "a"}));
+}
+
 TEST_P(MovedPorts, AreToldWhenAllIsDone) {
     NYX_MODULE *const parent = make_module(db, "parent");
     NYX_INSTANCE *const u = NYX_INSTANCE::allocate(parent, "u", module);
@@ -270,8 +281,7 @@ TEST_P(MovedPorts, AreToldWhenAllIsDone) {
     const long stay = GetParam() ? 0 : 1;
     EXPECT_EQ(listener.froms, std::vector<NYX_PORT *>(old.begin() + stay, old.end()));
     EXPECT_EQ(listener.tos, std::vector<NYX_PORT *>(now.begin() + stay, now.end()));
-    EXPECT_EQ(listener.seen,
-              GetParam() ? STRINGS({"a 0 a", "c 1 c", "d 2 d"}) : STRINGS({"c 1 c", "d 2 d"}));
+    EXPECT_EQ(listener.seen, GetParam() ? STRINGS({"a 0 a", "c 1 c", "d 2 d"}) : STRINGS({"c 1 c", "d 2 d"}));
 }
 
 TEST_P(MovedPorts, AreFoundByTheirNames) {

@@ -302,8 +302,7 @@ TEST_F(ModuleLocation, ComesWithTheModule) {
 
 TEST_F(ModuleLocation, IsNoneWithoutAFile) {
     for (const char *const file_name : {static_cast<const char *>(nullptr), ""}) {
-        NYX_MODULE *const module =
-            NYX_MODULE::allocate(db, "m", 0, NYX_MODULE::TYPE::HIERARCHY, file_name, 12);
+        NYX_MODULE *const module = NYX_MODULE::allocate(db, "m", 0, NYX_MODULE::TYPE::HIERARCHY, file_name, 12);
         EXPECT_EQ(module->get_file_name(), "");
         EXPECT_EQ(module->get_file_lineno(), 12u);
         EXPECT_EQ(module->get_src_location(), "");

@@ -198,6 +198,37 @@ TEST_F(PortConnection, IsToldBeforeAndAfter) {
                                    "port p post_disconnect"}));
 }
 
+// ---- Interfaces
+
+TEST_F(Port, IsInTheInterfaceThatItWasAddedTo) {
+    EXPECT_EQ(port->get_interface(), nullptr);
+    NYX_INTERFACE *const interface = NYX_INTERFACE::allocate(module, "itf");
+    interface->add_port(port);
+    EXPECT_EQ(port->get_interface(), interface);
+    interface->remove_port(port);
+    EXPECT_EQ(port->get_interface(), nullptr);
+}
+
+TEST_F(Port, InABusIsInTheInterfaceOfTheBus) {
+    NYX_PORT_BUS *const bus = NYX_PORT_BUS::allocate(module, "b", 0, 1);
+    bus->set_port(1, port);
+    EXPECT_EQ(port->get_interface(), nullptr);
+    NYX_INTERFACE *const interface = NYX_INTERFACE::allocate(module, "itf");
+    interface->add_port_bus(bus);
+    EXPECT_EQ(port->get_interface(), interface);
+    bus->remove_port(port);
+    EXPECT_EQ(port->get_interface(), nullptr);
+}
+
+TEST_F(Port, InABusIsNotAddedToAnInterface) {
+    NYX_PORT_BUS::allocate(module, "b", 0, 1)->set_port(1, port);
+    NYX_INTERFACE *const interface = NYX_INTERFACE::allocate(module, "itf");
+    EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { interface->add_port(port); }),
+              RAISED("Cannot add a port in a bus to interface", "NYX_PORT::set_interface"));
+    EXPECT_TRUE(interface->iter_ports().empty());
+    EXPECT_EQ(port->get_interface(), nullptr);
+}
+
 // ---- Deletion
 
 TEST_F(PortDeletion, LeavesAnEmptyPlace) {
@@ -222,6 +253,23 @@ TEST_F(PortDeletion, TakesThePortOutOfEverything) {
     EXPECT_EQ(instance->get_inst_port_by_index(1), nullptr);
     EXPECT_NE(instance->get_inst_port_by_index(0), nullptr);
     EXPECT_TRUE(outside->iter_inst_ports().empty());
+}
+
+TEST_F(PortDeletion, TakesThePortOutOfItsInterface) {
+    NYX_INTERFACE *const interface = NYX_INTERFACE::allocate(module, "itf");
+    interface->add_port(module->get_port_by_index(0));
+    interface->add_port(port);
+    port->deallocate();
+    EXPECT_EQ(names_of(interface->iter_ports()), STRINGS({"a"}));
+    EXPECT_EQ(NYX_PORT::allocate(module, "again", 1)->get_interface(), nullptr);
+}
+
+TEST_F(PortDeletion, TakesAPortOutOfAnInterfaceThatItsBusHides) {
+    NYX_INTERFACE *const interface = NYX_INTERFACE::allocate(module, "itf");
+    interface->add_port(port);
+    NYX_PORT_BUS::allocate(module, "b", 0, 1)->set_port(1, port);
+    port->deallocate();
+    EXPECT_TRUE(interface->iter_ports().empty());
 }
 
 TEST_F(PortDeletion, HappensInAFixedOrder) {

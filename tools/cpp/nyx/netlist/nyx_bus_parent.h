@@ -24,8 +24,8 @@ inline NYX_MODULE_IMPL *nyx_known_parent(NYX_DB_PERSISTENT *persistent, const NY
     return nullptr;
 }
 
-/// The module whose list a bus is in, null for none. Only the head of the list has to be found: O(buses before it in the
-/// list + modules). Modules of other databases are not asked, for lists are made of identifiers of one.
+/// The module whose list a bus is in, null for none. Only the head of the list has to be found: O(buses before it in
+/// the list + modules). Modules of other databases are not asked, for lists are made of identifiers of one.
 template <class BUS>
 NYX_MODULE_IMPL *nyx_search_bus_parent(const typename NYX_OBJECT_TRAITS<BUS>::impl *bus) {
     using CHAIN = NYX_CHAIN<BUS, NYX_MODULE_IMPL>;
