@@ -4,6 +4,7 @@
 #include "database/nyx_db_group.h"
 #include "database/nyx_db_persistent.h"
 #include "nyx/nyx_db.h"
+#include "traits/nyx_trait_links.h"
 
 #include <cstddef>
 #include <iosfwd>
@@ -127,6 +128,19 @@ public:
     const std::vector<NYX_DB *> &get_parents(const NYX_DB *db) const;
     /// \}
 
+    /// \name Traits of several databases
+    /// \{
+
+    /// The trait of another open database, by its root, that corresponds to `trait`: same name, internal name, type of
+    /// objects and of values. Null if it has none. TRAIT is a width or a class of typed traits.
+    template <class TRAIT>
+    const TRAIT *find_corresponding_trait(const TRAIT *trait, const NYX_DB_PERSISTENT *root) {
+        // Both lead to the row's address, and the row decides what it is.
+        return static_cast<const TRAIT *>(find_corresponding(trait, root));
+    }
+    NYX_TRAIT_LINKS &trait_links() { return m_trait_links; }
+    /// \}
+
 private:
     /// The registration of a database by its name, with one use: taken back with this object unless it is kept.
     class DB_REG_BY_NAME;
@@ -141,6 +155,12 @@ private:
 
     NYX_DB_GROUP &group_or_default(NYX_DB_GROUP *group) { return group != nullptr ? *group : *this; }
     const NYX_DB_GROUP &group_or_default(const NYX_DB_GROUP *group) const { return group != nullptr ? *group : *this; }
+    const void *find_corresponding(const NYX_BYTE1_TRAIT *trait, const NYX_DB_PERSISTENT *root);
+    const void *find_corresponding(const NYX_BYTE4_TRAIT *trait, const NYX_DB_PERSISTENT *root);
+    const void *find_corresponding(const NYX_BYTE8_TRAIT *trait, const NYX_DB_PERSISTENT *root);
+    template <class WIDTH>
+    const void *find_corresponding_of_width(const WIDTH *trait, const NYX_DB_PERSISTENT *root);
+    bool is_registered(const NYX_DB_PERSISTENT *persistent) const;
     void erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, const std::string *file);
     std::vector<NYX_DB *> find_ancestors(const NYX_DB *db) const;
     NYX_DB_LIST collect_sub_dbs(const NYX_DB *db) const;
@@ -152,6 +172,7 @@ private:
     mutable std::shared_mutex m_persistent_to_db_mutex;
     std::unordered_map<std::string, NYX_DB *> m_file_to_db;
     std::unordered_map<const NYX_DB *, LINKS> m_links;
+    NYX_TRAIT_LINKS m_trait_links;
 };
 
 #endif
