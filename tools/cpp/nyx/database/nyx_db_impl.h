@@ -5,7 +5,7 @@
 /// What stands behind a handle, and where handles come from.
 
 #include "database/nyx_db_persistent.h"
-#include "memory/nyx_managed_serialised_file.h"
+#include "file/nyx_managed_serialised_file.h"
 #include "nyx/nyx_db.h"
 
 #include <memory>
