@@ -89,9 +89,9 @@ NYX_INST_HEADER *NYX_INST_HEADER::find_or_create(NYX_DB_PERSISTENT *db, NYX_MODU
             if (linker.add_sub_db(this_db, sub_db))
                 linker.change_use_count(db_name, +1, NYX_DB_IMPL::of(*sub_db).m_group);
         }
+        linker.link_header(header, module);
     }
     NYX_CHECK_MSG(header->get_num_ports() == num_ports, "number of ports mismatches");
-    linker.link_header(header, module);
     return header;
 }
 
