@@ -241,7 +241,7 @@ TEST_F(CHANGE, OfTheModulesPortsIsFollowed) {
     EXPECT_EQ(connections(u), (STRINGS{"a:a", "c:c"}));
     EXPECT_EQ(mark_of(u->find_inst_port("c")), 3);
     EXPECT_EQ(root_of(db)->table<NYX_INST_PORT>().num_allocated(), 2u);
-    EXPECT_EQ(top->find_net("c")->iter_inst_ports().begin()->get_inst(), u);
+    EXPECT_EQ((*top->find_net("c")->iter_inst_ports().begin())->get_inst(), u);
 }
 
 TEST_F(CHANGE, OfTheModulesPortsReachesInstancesInOtherDatabases) {
