@@ -99,7 +99,9 @@ private:
 
     NYX_INST_PORT *dereference() const;
     // The ports of an interface differ, and behind the last one is none.
-    bool equal(const NYX_INTERFACE_INSTANCE_INST_PORT_ITER &other) const { return m_ports.get() == other.m_ports.get(); }
+    bool equal(const NYX_INTERFACE_INSTANCE_INST_PORT_ITER &other) const {
+        return m_ports.get() == other.m_ports.get();
+    }
     void increment();
 
     const NYX_INSTANCE *m_instance = nullptr;

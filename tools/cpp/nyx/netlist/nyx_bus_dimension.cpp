@@ -24,8 +24,8 @@ long long NYX_BUS_DIMENSION_UTIL::index_to_array_loc(const std::vector<int> &ind
         if (loc < 0)
             NYX_RAISE_INVALID_ARGUMENT(function, "Input index[" + std::to_string(d) +
                                                      "] is out of bound in coressponidng bus dimension");
-        result = result * static_cast<unsigned long long>(dimensions[d].get_size()) +
-                 static_cast<unsigned long long>(loc);
+        result =
+            result * static_cast<unsigned long long>(dimensions[d].get_size()) + static_cast<unsigned long long>(loc);
     }
     return static_cast<long long>(result);
 }

@@ -272,8 +272,7 @@ template <class BUS, class MEMBER>
 std::vector<MEMBER *> NYX_BUS<BUS, MEMBER>::get_members(const std::vector<NYX_BUS_DIMENSION> &sub_dims) const {
     const std::vector<NYX_BUS_DIMENSION> dimensions = get_dimensions();
     if (sub_dims.size() > dimensions.size())
-        raise_invalid<BUS>("get_", true,
-                           "Input sub_dims's size should be greater or less than current bus dimension");
+        raise_invalid<BUS>("get_", true, "Input sub_dims's size should be greater or less than current bus dimension");
     // Of missing dimensions the whole.
     std::vector<NYX_BUS_DIMENSION> parts = dimensions;
     long long num_members = 1;

@@ -32,9 +32,8 @@ void nyx_store_value(typename NYX_OBJECT_TRAITS<T>::impl *row, const char *name,
     const NYX_NAME_ID name_id = persistent->names().get_id(name);
     auto values = table.m_properties.find(TABLE::get_id(row));
     if (values == table.m_properties.end())
-        values = table.m_properties
-                     .emplace(TABLE::get_id(row), NYX_ROW_PROPERTIES(persistent->get_segment_manager()))
-                     .first;
+        values =
+            table.m_properties.emplace(TABLE::get_id(row), NYX_ROW_PROPERTIES(persistent->get_segment_manager())).first;
     values->second.insert_or_assign(name_id, value);
 }
 template <class T>

@@ -35,8 +35,7 @@ NYX_INTERFACE_INSTANCE::NYX_INTERFACE_INSTANCE(const NYX_INSTANCE *instance, con
 void NYX_INTERFACE_INSTANCE::check_is_valid(const char *member) const {
     if (m_instance == nullptr) {
         const std::string function = std::string("NYX_INTERFACE_INSTANCE::") + member;
-        NYX_RAISE_RUNTIME_ERROR(function.c_str(),
-                                std::string(member) + " called on an invalid interface instance");
+        NYX_RAISE_RUNTIME_ERROR(function.c_str(), std::string(member) + " called on an invalid interface instance");
     }
 }
 

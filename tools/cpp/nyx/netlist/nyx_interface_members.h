@@ -16,8 +16,7 @@
 
 /// The members of type T.
 template <class T>
-using NYX_INTERFACE_MEMBERS =
-    boost::container::vector<NYX_OFFSET_PTR<T>, NYX_SEGMENT_ALLOCATOR<NYX_OFFSET_PTR<T>>>;
+using NYX_INTERFACE_MEMBERS = boost::container::vector<NYX_OFFSET_PTR<T>, NYX_SEGMENT_ALLOCATOR<NYX_OFFSET_PTR<T>>>;
 
 static_assert(sizeof(NYX_INTERFACE_MEMBERS<NYX_PORT>) == 32);
 

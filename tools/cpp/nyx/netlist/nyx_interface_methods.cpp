@@ -1,5 +1,5 @@
-#include "netlist/nyx_interface_members.h"
 #include "netlist/nyx_bus_values.h"
+#include "netlist/nyx_interface_members.h"
 #include "netlist/nyx_location_columns.h"
 #include "netlist/nyx_naming.h"
 #include "netlist/nyx_object_impl.h"
@@ -99,8 +99,8 @@ void NYX_INTERFACE::add_member(const char *function, T *obj) {
     if (obj == nullptr)
         NYX_RAISE_INVALID_ARGUMENT(function, std::string(noun(obj)) + " to add cannot be NULL");
     if (parent_of(obj) != get_parent())
-        NYX_RAISE_INVALID_ARGUMENT(function, noun(obj) +
-                                                 (" desn't belong to the same module as the interface " + get_name()));
+        NYX_RAISE_INVALID_ARGUMENT(function,
+                                   noun(obj) + (" desn't belong to the same module as the interface " + get_name()));
     NYX_CHECK_MSG(!obj->get_interface(), "Attempt to add already owned object");
     // The place in the list first: what it takes may not be there.
     auto &members = make_members<T>(get_impl());
