@@ -8,6 +8,7 @@
 #include "nyx/nyx_api.h"
 #include "nyx/nyx_defs.h"
 #include "nyx/nyx_fwd.h"
+#include "nyx/nyx_object.h"
 #include "nyx/nyx_stats.h"
 
 #include <boost/iterator/iterator_facade.hpp>
@@ -45,7 +46,7 @@ enum class NYX_DB_TYPE : unsigned char {
 ///
 /// A database is for one thread at a time. Databases of different threads are independent of one another: the static
 /// members and close() lock what they share.
-class NYX_API NYX_DB {
+class NYX_API NYX_DB : public NYX_TRAIT_BEARER<NYX_DB> {
 public:
     /// What a user may do with a database. The values appear in messages.
     enum class ACCESS_MODE : unsigned char {
@@ -262,6 +263,8 @@ private:
     /// Takes an open database out of all tables and releases it, without telling anybody.
     static void discard(NYX_DB *db);
 
+    /// Declares the traits that the library itself uses.
+    void init_builtin_traits();
     int close(bool purge);
     NYX_DB_IMPL &get_impl() const;
     NYX_DB_GROUP *get_db_group() const;

@@ -163,7 +163,18 @@ NYX_DB *NYX_DB::register_non_persistent(std::size_t size, NYX_DB_TYPE type, cons
         NYX_DB_IMPL::detach(db);
         throw;
     }
+    try {
+        db->init_builtin_traits();
+        db->get_impl().m_builtin_traits = std::make_unique<NYX_BUILTIN_TRAITS>(db);
+    } catch (...) {
+        discard(db);
+        throw;
+    }
     return db;
+}
+
+void NYX_DB::init_builtin_traits() {
+    NYX_BUILTIN_TRAITS::declare(this);
 }
 
 void NYX_DB::discard(NYX_DB *db) {
@@ -333,11 +344,8 @@ NYX_STATS NYX_DB::get_internal_stats() const {
 }
 
 std::uint64_t NYX_DB::get_schema_id(NYX_DB_TYPE, std::vector<NYX_SCHEMA_MEMBER> *members) {
-    constexpr std::uint64_t s_builtin_traits_version = 1;
     const std::uint64_t schema = NYX_DB_PERSISTENT::get_schema_id(members);
-    if (members != nullptr)
-        members->push_back(NYX_SCHEMA_MEMBER{s_builtin_traits_version, "NYX_BUILTIN_TRAITS"});
-    return nyx_hash_combine(schema, s_builtin_traits_version);
+    return nyx_hash_combine(schema, NYX_BUILTIN_TRAITS::get_schema_id(members));
 }
 
 bool NYX_DB::is_user() const {

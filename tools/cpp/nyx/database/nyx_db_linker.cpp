@@ -214,6 +214,7 @@ void NYX_DB_LINKER::erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, co
     if (file != nullptr)
         m_file_to_db.erase(*file);
     m_links.erase(db);
+    m_trait_links.purge(persistent);
     const std::unique_lock write(m_persistent_to_db_mutex);
     m_persistent_to_db.erase(persistent);
 }

@@ -4,6 +4,7 @@
 #include "database/nyx_db_group.h"
 #include "database/nyx_db_persistent.h"
 #include "nyx/nyx_db.h"
+#include "traits/nyx_trait_links.h"
 
 #include <atomic>
 #include <cstddef>
@@ -157,6 +158,19 @@ public:
                                         std::size_t &index) const;
     /// \}
 
+    /// \name Traits of several databases
+    /// \{
+
+    /// The trait of another open database, by its root, that corresponds to `trait`: same name, internal name, type of
+    /// objects and of values. Null if it has none. TRAIT is a width or a class of typed traits.
+    template <class TRAIT>
+    const TRAIT *find_corresponding_trait(const TRAIT *trait, const NYX_DB_PERSISTENT *root) {
+        // Both lead to the row's address, and the row decides what it is.
+        return static_cast<const TRAIT *>(find_corresponding(trait, root));
+    }
+    NYX_TRAIT_LINKS &trait_links() { return m_trait_links; }
+    /// \}
+
 private:
     /// The registration of a database by its name, with one use: taken back with this object unless it is kept.
     class DB_REG_BY_NAME;
@@ -177,6 +191,12 @@ private:
 
     NYX_DB_GROUP &group_or_default(NYX_DB_GROUP *group) { return group != nullptr ? *group : *this; }
     const NYX_DB_GROUP &group_or_default(const NYX_DB_GROUP *group) const { return group != nullptr ? *group : *this; }
+    const void *find_corresponding(const NYX_BYTE1_TRAIT *trait, const NYX_DB_PERSISTENT *root);
+    const void *find_corresponding(const NYX_BYTE4_TRAIT *trait, const NYX_DB_PERSISTENT *root);
+    const void *find_corresponding(const NYX_BYTE8_TRAIT *trait, const NYX_DB_PERSISTENT *root);
+    template <class WIDTH>
+    const void *find_corresponding_of_width(const WIDTH *trait, const NYX_DB_PERSISTENT *root);
+    bool is_registered(const NYX_DB_PERSISTENT *persistent) const;
     void erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, const std::string *file);
     std::vector<NYX_DB *> find_ancestors(const NYX_DB *db) const;
     NYX_DB_LIST collect_sub_dbs(const NYX_DB *db) const;
@@ -203,6 +223,7 @@ private:
     bool m_instances_of_module_initialized = false;
     std::map<NYX_MODULE *, std::set<NYX_INSTANCE *>> m_instances_of_module;
     OBSERVER *m_observer = nullptr; // as lasting as the linker
+    NYX_TRAIT_LINKS m_trait_links;
 };
 
 #endif
