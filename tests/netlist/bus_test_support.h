@@ -117,15 +117,9 @@ protected:
     NYX_MODULE *module = make_module(db, "m", STRINGS(16));
 };
 
-/// How a text of the library's raised exceptions starts, with the function it is from.
+/// What a statement raises: the text without its place, and the function that it names.
 #define EXPECT_RAISED(statement, EXCEPTION, text, function)                                                            \
-    try {                                                                                                              \
-        statement;                                                                                                     \
-        ADD_FAILURE() << "nothing was thrown";                                                                         \
-    } catch (const EXCEPTION &exception) {                                                                             \
-        const std::string expected = std::string(text) + " from function " + (function) + " in ";                      \
-        EXPECT_EQ(std::string(exception.what()).substr(0, expected.size()), expected);                                 \
-    }
+    EXPECT_EQ(raised<EXCEPTION>([&] { statement; }), (std::pair<std::string, std::string>((text), (function))))
 
 } // namespace bus_test
 

@@ -1,6 +1,8 @@
 // What buses refuse: indices of programs end the run, those of queries are raised.
 #include "bus_test_support.h"
 
+#include "netlist/nyx_bus_kind.h"
+
 using namespace bus_test;
 
 namespace {

@@ -1,10 +1,6 @@
 #include "bus_test_support.h"
 
-#include "netlist/nyx_instance_bus_table.h"
-#include "netlist/nyx_net_bus_table.h"
-#include "netlist/nyx_port_bus_table.h"
-
-#include <cstring>
+#include "temp_dir.h"
 
 using namespace bus_test;
 
@@ -207,32 +203,31 @@ TYPED_TEST(Bus, IsCountedWithItsArray) {
     EXPECT_EQ(bytes, 150 * 4);
 }
 
-TYPED_TEST(Bus, SurvivesInAnImageAtAnotherAddress) {
+TYPED_TEST(Bus, SurvivesASaveAndALoad) {
     using BUS = typename TypeParam::BUS;
-    BUS *const bus = this->make_full("a", 2, 0);
+    const TEMP_DIR dir;
+    const std::string path = (dir / "saved.nyx").string();
+    NYX_DB *const saved = NYX_DB::create(path.c_str(), 64, NYX_DB_TYPE::USER);
+    NYX_MODULE *const saved_module = make_module(saved, "s", STRINGS(4));
+    BUS *const bus = BUS::allocate(saved_module, "a", 1, 0);
+    TypeParam::set(bus, 1, TypeParam::make(saved_module, "x"));
     bus->set_src_location("a.v", 12);
-    BUS *const flat = BUS::allocate(this->module, "b", {{1, 0}, {0, 2}});
-    auto *const member = this->make("x");
-    TypeParam::set(flat, {0, 1}, member);
+    BUS *const grid = BUS::allocate(saved_module, "b", {{1, 0}, {0, 2}});
+    TypeParam::set(grid, {0, 1}, TypeParam::make(saved_module, "y"));
+    saved->close();
 
-    const auto id = NYX_OBJECT_TRAITS<BUS>::table::get_id(bus->get_impl());
-    const auto flat_id = NYX_OBJECT_TRAITS<BUS>::table::get_id(flat->get_impl());
-    NYX_DB_PERSISTENT *const root = root_of(this->db);
-    NYX_SEGMENT_MANAGER *const manager = root->get_segment_manager();
-    NYX_SEGMENT copy(manager->get_size());
-    std::memcpy(copy.data(), manager, manager->get_size() - manager->get_free_memory() > 0 ? manager->get_size() : 0);
-    auto *const copied_root = reinterpret_cast<NYX_DB_PERSISTENT *>(
-        copy.data() + (reinterpret_cast<char *>(root) - reinterpret_cast<char *>(manager)));
-
-    const BUS *const copied = copied_root->template table<BUS>().get(id);
-    EXPECT_NE(static_cast<const void *>(copied), bus);
-    EXPECT_EQ(copied->get_name(), "a");
-    EXPECT_EQ(names_of(TypeParam::const_iter(copied)), STRINGS({"a2", "a1", "a0"}));
-    EXPECT_EQ((*copied)[1]->get_bus(), copied);
-    EXPECT_EQ(copied->get_src_location(), "a.v:12");
-    const BUS *const copied_flat = copied_root->template table<BUS>().get(flat_id);
-    EXPECT_EQ(copied_flat->get_dimensions(), DIMENSIONS({{1, 0}, {0, 2}}));
-    EXPECT_EQ(TypeParam::get(copied_flat, {0, 1})->get_name(), "x");
+    NYX_DB *const loaded = NYX_DB::open(path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY);
+    NYX_MODULE *const loaded_module = loaded->find_local_module("s");
+    const BUS *const loaded_bus = TypeParam::find(loaded_module, "a");
+    EXPECT_EQ(names_of(TypeParam::const_iter(loaded_bus)), STRINGS({"x", "-"}));
+    EXPECT_EQ((*loaded_bus)[1]->get_bus(), loaded_bus);
+    EXPECT_EQ(loaded_bus->find_parent(), loaded_module);
+    EXPECT_EQ(loaded_bus->get_src_location(), "a.v:12");
+    const BUS *const loaded_grid = TypeParam::find(loaded_module, "b");
+    EXPECT_EQ(loaded_grid->get_dimensions(), DIMENSIONS({{1, 0}, {0, 2}}));
+    EXPECT_EQ(TypeParam::get(loaded_grid, {0, 1})->get_name(), "y");
+    this->expect_sound(loaded);
+    loaded->close();
 }
 
 } // namespace

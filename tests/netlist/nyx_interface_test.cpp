@@ -1,5 +1,7 @@
 #include "bus_test_support.h"
 
+#include "temp_dir.h"
+
 using namespace bus_test;
 
 namespace {
@@ -131,6 +133,30 @@ TEST_F(Interface, GoesWithItsModule) {
     module->deallocate();
     const STRINGS events = log.take();
     EXPECT_EQ(events.back(), "interface i deallocated in m");
+}
+
+TEST_F(Interface, SurvivesASaveAndALoad) {
+    const TEMP_DIR dir;
+    const std::string path = (dir / "saved.nyx").string();
+    NYX_DB *const saved = NYX_DB::create(path.c_str(), 64, NYX_DB_TYPE::USER);
+    NYX_MODULE *const saved_module = make_module(saved, "s", {"a", "b", "c"});
+    NYX_INTERFACE *const saved_interface = NYX_INTERFACE::allocate(saved_module, "i");
+    saved_interface->set_start();
+    saved_interface->add_port(saved_module->find_port("c"));
+    saved_interface->add_port(saved_module->find_port("a"));
+    NYX_PORT_BUS *const saved_bus = NYX_PORT_BUS::allocate(saved_module, "v", 0, 0);
+    saved_bus->set_port(0, saved_module->find_port("b"));
+    saved_interface->add_port_bus(saved_bus);
+    saved->close();
+
+    NYX_DB *const loaded = NYX_DB::open(path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY);
+    NYX_INTERFACE *const loaded_interface = loaded->find_local_module("s")->find_interface("i");
+    EXPECT_TRUE(loaded_interface->is_start());
+    EXPECT_EQ(names_of(loaded_interface->iter_ports()), STRINGS({"c", "a"}));
+    EXPECT_EQ(names_of(loaded_interface->iter_port_buses()), STRINGS({"v"}));
+    EXPECT_EQ((*loaded_interface->iter_ports().begin())->get_interface(), loaded_interface);
+    EXPECT_EQ((**loaded_interface->iter_port_buses().begin())[0]->get_interface(), loaded_interface);
+    loaded->close();
 }
 
 TEST_F(Interface, GivesItsMemoryBack) {

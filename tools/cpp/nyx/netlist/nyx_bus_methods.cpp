@@ -148,7 +148,6 @@ void NYX_BUS<BUS, MEMBER>::deallocate() {
     BUS *const bus = static_cast<BUS *>(this);
     auto *const row = bus->get_impl();
     NYX_MODULE *const parent = find_parent();
-    NYX_CHECK(parent);
     nyx_notify<BUS>(&NYX_OBSERVER<BUS>::deallocated, bus, parent);
     if constexpr (requires { bus->get_interface(); }) {
         if (NYX_INTERFACE *const interface = bus->get_interface())
