@@ -2,35 +2,30 @@
 #define NYX_OBJECT_VALUES_H
 
 /// \file
-/// What hangs on an object beside its row and cells: the values that are kept by its identifier. They go with the
-/// object, since its identifier is handed out again, and move with its row.
+/// What hangs on an object beside its row and cells: the values of traits and the properties, which are kept by its
+/// identifier. They go with the object, since its identifier is handed out again, and move with its row. T is the
+/// handle's class throughout, and its table must be known.
 
-#include "database/nyx_db_persistent.h"
-#include "netlist/nyx_object_traits.h"
-#include "netlist/nyx_table.h"
+#include "traits/nyx_attributes.h"
 
 /// Removes all values of an object.
 template <class T>
 void nyx_forget_values(T *object) {
-    using TABLE = typename NYX_OBJECT_TRAITS<T>::table;
-    auto *const row = object->get_impl();
-    TABLE *const table = TABLE::get_table(row);
-    if (!table->m_properties.empty())
-        table->m_properties.erase(TABLE::get_id(row));
+    static_assert(nyx_bearer_class<T>.name != nullptr, "the class of the handle, not that of the row");
+    nyx_clear_traits<T>(object);
 }
 
-/// Moves all values of an identifier to another one of the same table, which has none.
-template <class TABLE, class ID>
-void nyx_move_values(TABLE &table, ID from, ID to) {
-    if (table.m_properties.empty())
-        return;
-    const auto found = table.m_properties.find(from);
-    if (found == table.m_properties.end())
-        return;
-    // The node itself is entered again, which needs no memory.
-    auto node = table.m_properties.extract(found);
-    node.key() = to;
-    table.m_properties.insert(std::move(node));
+/// Moves all values of an identifier to another one of the same table, which has none. Allocates nothing.
+template <class TABLE, class T>
+void nyx_move_values(TABLE &table, NYX_ID<T, unsigned int> from, NYX_ID<T, unsigned int> to) {
+    nyx_move_traits<T>(table.get(from), table.get(to));
+}
+
+/// Gives `to` the values that `from` has, which may be in another database, beside those of its own.
+template <class T>
+void nyx_copy_values(const T *from, T *to) {
+    nyx_copy_traits<T>(from, to);
+    nyx_copy_properties<T>(from, to);
 }
 
 #endif
