@@ -2,6 +2,11 @@
 # layout: exactly this version is accepted, and static_asserts beside the stored containers pin their sizes.
 find_package(Boost 1.74.0 EXACT REQUIRED)
 find_package(spdlog REQUIRED)
+find_package(Microsoft.GSL REQUIRED)
+# The coders of database files. Their packages for CMake differ between distributions; pkg-config's do not.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(nyx_lz4 REQUIRED IMPORTED_TARGET liblz4)
+pkg_check_modules(nyx_zstd REQUIRED IMPORTED_TARGET libzstd)
 find_package(Threads REQUIRED)
 
 if(NYX_DEVELOPER)

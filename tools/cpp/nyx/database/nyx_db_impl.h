@@ -6,7 +6,7 @@
 
 #include "database/nyx_db_cache.h"
 #include "database/nyx_db_persistent.h"
-#include "memory/nyx_managed_serialised_file.h"
+#include "file/nyx_managed_serialised_file.h"
 #include "nyx/nyx_db.h"
 #include "traits/nyx_builtin_traits.h"
 

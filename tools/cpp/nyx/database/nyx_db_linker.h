@@ -40,10 +40,8 @@ private:
 /// them is good while the caller holds it.
 ///
 /// Invariants, outside its members:
-///  1. Every open database is in the table of roots and in the table of links, by its file's path if it has a file, and
-///  in
-///     its group's table of names if it has a name. A database that is not open is in no table, be it as key or as
-///     value.
+///  1. Every open database is in the table of roots and in the table of links, by its file if it has one, and in its
+///     group's table of names if it has a name. A database that is not open is in no table, be it as key or as value.
 ///  2. B is in A's direct list exactly if A is in B's parents list, and A's list of all is what the direct lists lead
 ///  to.
 class NYX_DB_LINKER final : public NYX_DB_GROUP {
@@ -69,6 +67,11 @@ public:
     NYX_DB_GROUP *find_group(const std::string &group_name);
     /// This object for an empty name. A new group stays until it is removed.
     NYX_DB_GROUP *find_or_add_group(const std::string &group_name);
+    /// Takes a group out. Raises NYX_INVALID_ARGUMENT "Cannot remove DB group NAME while it has open DBs". An unknown
+    /// name does nothing.
+    void remove_group(const std::string &group_name);
+    /// The first open database of a group, by address of its root; null if there is none.
+    NYX_DB *find_first_db(const NYX_DB_GROUP *group) const;
     /// Adds the names of the named groups.
     void find_known_group_names(std::set<std::string> &names) const;
 
@@ -111,8 +114,16 @@ public:
     /// is already open as 'OTHER' and cannot be loaded as 'NAME.".
     NYX_DB *find_open_db(const std::string &file_path, NYX_DB::ACCESS_MODE mode, const std::string &db_name,
                          const std::string &group_name);
-    /// The open database with this file, else null.
+    /// The open database with this file, by whatever path it was opened, else null.
     NYX_DB *find_open_db_by_file(const std::string &file_path) const;
+
+    /// The root of the database `db_name` of a group, opened with one use if it isn't open. Raises NYX_RUNTIME_ERROR
+    /// "Can't find path to db named 'NAME'. Have you done NYX_DB::init(...) or group initialization?", and what
+    /// NYX_DB::open() raises.
+    NYX_DB_PERSISTENT *find_or_open_db_persistent(const std::string &db_name, NYX_DB_GROUP *group);
+
+    /// Raises NYX_RUNTIME_ERROR "Sub db 'NAME' is still in use by 'PARENT'" for a database that others refer to.
+    void check_not_in_use(const std::string &db_name, const NYX_DB *db) const;
     /// \}
 
     /// \name Who refers to whom
@@ -126,6 +137,10 @@ public:
     const std::vector<NYX_DB *> &get_sub_dbs(const NYX_DB *db, bool direct) const;
     /// Number `index` of these, null behind the last and for a database that is not registered.
     NYX_DB *find_sub_db(const NYX_DB *db, bool direct, std::size_t index) const;
+    /// Links `db` to the open databases that its instances refer to, and these to theirs, the first time that it is
+    /// called for a database. Counts no use. Not under the lock.
+    void update_hierarchy_maps(NYX_DB *db);
+
     /// The databases that refer to `db` themselves; none for one that is not registered.
     const std::vector<NYX_DB *> &get_parents(const NYX_DB *db) const;
     /// \}
@@ -152,10 +167,8 @@ public:
     void forget_module(NYX_MODULE *module);
     /// The headers in all open databases that stand for `module`. O(headers in open databases).
     std::vector<NYX_INST_HEADER *> get_headers_of(NYX_MODULE *module);
-    /// One of these headers that lies in `persistent` and is linked already, at or behind `index` among them; null if
-    /// there is none. `index` is moved behind it.
-    NYX_INST_HEADER *find_linked_header(const NYX_DB_PERSISTENT *persistent, const NYX_MODULE *module,
-                                        std::size_t &index) const;
+    /// One of these headers that lies in `persistent` and is linked already, null if there is none.
+    NYX_INST_HEADER *find_linked_header(const NYX_DB_PERSISTENT *persistent, const NYX_MODULE *module) const;
     /// \}
 
     /// \name Traits of several databases
@@ -184,6 +197,8 @@ private:
         NYX_DB_LIST direct;
         NYX_DB_LIST parents;
         NYX_DB_LIST all;
+        std::string file_key;     ///< in the table of files; empty without a file
+        bool initialized = false; ///< update_hierarchy_maps() has been here
     };
 
     NYX_DB_LINKER();
@@ -197,14 +212,15 @@ private:
     template <class WIDTH>
     const void *find_corresponding_of_width(const WIDTH *trait, const NYX_DB_PERSISTENT *root);
     bool is_registered(const NYX_DB_PERSISTENT *persistent) const;
-    void erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, const std::string *file);
+    void erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, const std::string &file_key);
     std::vector<NYX_DB *> find_ancestors(const NYX_DB *db) const;
     NYX_DB_LIST collect_sub_dbs(const NYX_DB *db) const;
 
-    void index_all_instances();
-    void index_instances_in(NYX_DB_PERSISTENT *persistent);
-    void index_instances_of_modules_in(const NYX_DB *db);
+    static NYX_MODULE *find_base_module(const NYX_INSTANCE *instance);
     void index_instance(NYX_INSTANCE *instance);
+    void index_instances_in(const NYX_DB_PERSISTENT *persistent);
+    void index_waiting_instances(const NYX_INST_HEADER *header, NYX_MODULE *module);
+    void wait_for_module(const NYX_INST_HEADER *header, const NYX_MODULE *old_module);
     void purge_instances(const void *begin, const void *end);
     void purge_module_links(const NYX_DB_PERSISTENT *persistent, const void *begin, const void *end);
 
@@ -216,12 +232,16 @@ private:
     std::unordered_map<std::string, NYX_DB *> m_file_to_db;
     std::unordered_map<const NYX_DB *, LINKS> m_links;
 
+    /// Guards the two tables of headers; taken after NYX_DB_LOCK by those who need both.
+    mutable std::shared_mutex m_module_links_mutex;
     std::unordered_map<const NYX_DB_PERSISTENT *, MODULE_LINKS> m_module_links; // by the root of the headers
     std::atomic<std::uint64_t> m_module_links_generation{1};                    // changes when one of them goes
     std::map<const NYX_MODULE *, std::vector<NYX_INST_HEADER *>> m_headers_of_module;
 
     bool m_instances_of_module_initialized = false;
     std::map<NYX_MODULE *, std::set<NYX_INSTANCE *>> m_instances_of_module;
+    /// Those whose base module is in no open database, by the header that would lead to it.
+    std::map<const NYX_INST_HEADER *, std::set<NYX_INSTANCE *>> m_instances_without_module;
     OBSERVER *m_observer = nullptr; // as lasting as the linker
     NYX_TRAIT_LINKS m_trait_links;
 };

@@ -43,7 +43,8 @@ constexpr long s_block_overhead = 40;
 template <class TABLE>
 NYX_FAST_OFFSET_PTR<TABLE> &make_table(NYX_FAST_OFFSET_PTR<TABLE> &link, NYX_DB_PERSISTENT *persistent,
                                        NYX_SEGMENT_MANAGER *manager) {
-    link = manager->construct<TABLE>(boost::interprocess::anonymous_instance)(persistent, manager);
+    link = nyx_clear_object_padding(
+        manager->construct<TABLE>(boost::interprocess::anonymous_instance)(persistent, manager));
     return link;
 }
 
@@ -254,6 +255,14 @@ void NYX_DB_PERSISTENT::register_inst_header(const INST_HEADER_KEY &key, NYX_INS
 
 void NYX_DB_PERSISTENT::unregister_inst_header(const INST_HEADER_KEY &key) {
     m_inst_header_key_to_id.erase(key);
+}
+
+std::vector<bool> NYX_DB_PERSISTENT::get_user_group_headers() const {
+    std::vector<bool> result(m_inst_header_table->iter_limit());
+    for (const auto &[key, id] : m_inst_header_key_to_id)
+        if (id.get() < result.size())
+            result[id.get()] = key.m_is_user_group;
+    return result;
 }
 
 bool NYX_DB_PERSISTENT::has_inst_headers() const {

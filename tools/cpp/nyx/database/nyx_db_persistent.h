@@ -14,6 +14,7 @@
 #include "nyx/nyx_stats.h"
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,6 +38,7 @@ struct INST_HEADER_KEY {
 /// Order of the parts is part of the file format.
 std::size_t hash_value(const INST_HEADER_KEY &key);
 
+class NYX_DB_GROUP;
 class NYX_DB_PERSISTENT;
 
 /// The tables of what comes from design entry rather than from netlists.
@@ -119,6 +121,18 @@ public:
     /// True when a header is in use: the database refers to another one. A database for which it is false is a leaf.
     bool has_inst_headers() const;
 
+    /// Finds or opens the databases that the headers name, and links them to the database of this root, which must be
+    /// registered. References that are marked as the user's are looked for in `group`, all others in the default group;
+    /// null is that, too. `visited` has the databases with headers that were reached since the outermost opening, and
+    /// gets those that are reached here. Not under the lock.
+    ///
+    /// Raises NYX_RUNTIME_ERROR as told for NYX_DB::open(). What was opened is linked then, so that it goes with this
+    /// database.
+    void open_sub_dbs(NYX_DB_GROUP *group, std::set<const NYX_DB_PERSISTENT *> &visited);
+
+    /// Whether each header, by its identifier, leads to the user's group. O(headers).
+    std::vector<bool> get_user_group_headers() const;
+
     /// How the segment is spent: every table, the name manager and the maps. Warns when what they account for differs
     /// from what is used by more than the blocks' own overhead. O(blocks).
     NYX_STATS get_stats() const;
@@ -127,6 +141,8 @@ public:
     static std::uint64_t get_schema_id(std::vector<NYX_SCHEMA_MEMBER> *members);
 
 private:
+    friend class NYX_DB_IMAGE_CHECKER; // looks at all before anything is used
+
     template <class ID>
     using NAME_TO_ID = NYX_SEGMENT_UNORDERED_MAP<NYX_NAME_ID, ID>;
     using KEY_TO_HEADER = NYX_SEGMENT_UNORDERED_MAP<INST_HEADER_KEY, NYX_INST_HEADER_ID>;

@@ -2,30 +2,30 @@
 #define NYX_OBJECT_VALUES_H
 
 /// \file
-/// What hangs on an object beside its row and cells: the values of traits and the properties, which are kept by its
-/// identifier. They go with the object, since its identifier is handed out again, and move with its row. T is the
-/// handle's class throughout, and its table must be known.
+/// What hangs on an object beside its row and cells: the values that are kept by its identifier. They go with the
+/// object, since its identifier is handed out again, and move with its row.
 
+#include "netlist/nyx_inst_port_table.h"
+#include "netlist/nyx_port_table.h"
 #include "traits/nyx_attributes.h"
 
 /// Removes all values of an object.
 template <class T>
 void nyx_forget_values(T *object) {
-    static_assert(nyx_bearer_class<T>.name != nullptr, "the class of the handle, not that of the row");
     nyx_clear_traits<T>(object);
 }
 
-/// Moves all values of an identifier to another one of the same table, which has none. Allocates nothing.
-template <class TABLE, class T>
-void nyx_move_values(TABLE &table, NYX_ID<T, unsigned int> from, NYX_ID<T, unsigned int> to) {
+/// Moves all values of an identifier to another one of the same table.
+template <class T>
+void nyx_move_values_of(typename NYX_OBJECT_TRAITS<T>::table &table, typename NYX_OBJECT_TRAITS<T>::id from,
+                        typename NYX_OBJECT_TRAITS<T>::id to) {
     nyx_move_traits<T>(table.get(from), table.get(to));
 }
-
-/// Gives `to` the values that `from` has, which may be in another database, beside those of its own.
-template <class T>
-void nyx_copy_values(const T *from, T *to) {
-    nyx_copy_traits<T>(from, to);
-    nyx_copy_properties<T>(from, to);
+inline void nyx_move_values(NYX_PORT_TABLE &table, NYX_PORT_ID from, NYX_PORT_ID to) {
+    nyx_move_values_of<NYX_PORT>(table, from, to);
+}
+inline void nyx_move_values(NYX_INST_PORT_TABLE &table, NYX_INST_PORT_ID from, NYX_INST_PORT_ID to) {
+    nyx_move_values_of<NYX_INST_PORT>(table, from, to);
 }
 
 #endif
