@@ -341,6 +341,35 @@ TEST_F(ModulePorts, DoNotMoveWhenAnInstanceMayNotFollow) {
     NYX_DB_IMPL::of(*db).m_access_mode = NYX_DB::ACCESS_MODE::MODIFY;
 }
 
+TEST_F(ModulePorts, StayAsTheyAreWhenADatabaseIsFull) {
+    NYX_MODULE *const leaf = make_module(db, "leaf", {"a", "", "c"});
+    NYX_INSTANCE *const u = make_instance("u", leaf);
+    NYX_INSTANCE *const v = make_instance("v", leaf);
+    u->find_inst_port("c")->connect(NYX_NET::allocate(top, "n"));
+    const NYX_PORT *const a = leaf->get_port_by_index(0);
+    const unsigned rows = root_of(db)->table<NYX_INST_PORT>().num_allocated();
+    // Two instances and the module need three runs, for which there is room at first, then for two, one and none.
+    int failures = 0;
+    for (const unsigned size : {10000000u, 300000u, 250000u, 200000u, 150000u, 120000u, 100000u}) {
+        bool failed = false;
+        try {
+            leaf->increase_num_ports(size);
+        } catch (const boost::interprocess::bad_alloc &) {
+            failed = true;
+        }
+        if (!failed)
+            break;
+        ++failures;
+        EXPECT_EQ(leaf->get_port_by_index(0), a);
+        EXPECT_EQ(port_names(leaf), STRINGS({"a", "-", "c"}));
+        for (NYX_INSTANCE *const instance : {u, v})
+            EXPECT_EQ(inst_ports(instance), STRINGS({"a", "-", "c"}));
+        EXPECT_EQ(root_of(db)->table<NYX_INST_PORT>().num_allocated(), rows);
+        expect_sound(db);
+    }
+    EXPECT_GT(failures, 1);
+}
+
 // ---- Many changes
 
 TEST_F(ModulePorts, SurviveManyChangesWithAllThatHangsOnThem) {

@@ -188,6 +188,42 @@ TEST_F(Module, TakesARowThatWasFreedAsANewOne) {
     EXPECT_TRUE(module->iter_ports().empty());
 }
 
+TEST_F(Module, IsNotMadeInAFullDatabase) {
+    NYX_DB *const small = NYX_DB::create_non_persistent(2, NYX_DB_TYPE::USER, "small", "");
+    std::string name;
+    unsigned num_modules = 0;
+    // Ever shorter runs of ports: a module fails for want of its ports, of its entry, and of its name.
+    for (unsigned num_ports = 5000; num_ports > 0; num_ports /= 2) {
+        try {
+            for (;; ++num_modules) {
+                name = "module" + std::to_string(num_modules);
+                NYX_MODULE::allocate(small, name, num_ports);
+            }
+        } catch (const boost::interprocess::bad_alloc &) {
+            EXPECT_EQ(small->find_local_module(name.c_str()), nullptr);
+            EXPECT_EQ(static_cast<unsigned>(boost::distance(small->iter_modules())), num_modules);
+            expect_sound(small);
+        }
+    }
+    EXPECT_GT(num_modules, 10u);
+    small->purge();
+}
+
+TEST_F(Module, IsNotToldOfToObserversThatAreNotEnabled) {
+    struct LISTENER : NYX_OBSERVER<NYX_MODULE> {
+        LISTENER() : NYX_OBSERVER(1) {}
+        void allocated(NYX_MODULE *) override { ++events; }
+        void deallocated(NYX_MODULE *) override { ++events; }
+        void name_changed(NYX_MODULE *, const std::string &) override { ++events; }
+        int events = 0;
+    } listener;
+    ASSERT_FALSE(NYX_OBSERVER<NYX_MODULE>::is_enabled());
+    NYX_MODULE *const module = NYX_MODULE::allocate(db, "m", 0);
+    module->set_name("n");
+    module->deallocate();
+    EXPECT_EQ(listener.events, 0);
+}
+
 // ---- Kinds
 
 TEST_F(ModuleType, HasItsBits) {
