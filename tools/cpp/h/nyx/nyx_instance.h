@@ -115,6 +115,10 @@ public:
     NYX_INTERFACE_INSTANCE get_interface_instance(const NYX_INTERFACE *interface) const;
     /// \}
 
+    /// What an interface of the base module is on this instance. Throws what NYX_INTERFACE_INSTANCE throws for an
+    /// interface that is null or another module's.
+    NYX_INTERFACE_INSTANCE get_interface_instance(const NYX_INTERFACE *interface) const;
+
     /// \name Placement
     /// \{
 
@@ -162,6 +166,15 @@ public:
     std::string get_src_location() const;
     /// A null file name stands for none.
     void set_src_location(const char *file_name, unsigned int lineno);
+    /// \}
+
+    /// \name Initial value
+    /// That of what the instance holds when the design starts, such as a flip-flop's.
+    /// \{
+    bool has_initial_value() const;
+    /// Throws NYX_RUNTIME_ERROR "Net NAME has no initial value", in the words that nets use.
+    bool get_initial_value() const;
+    void set_initial_value(bool value);
     /// \}
 
     /// \name Flags
