@@ -164,6 +164,29 @@ public:
     static boost::iterator_range<NYX_DB_SUB_DB_ITER> iter_leaf_dbs(const NYX_DB *db);
     /// \}
 
+    /// \name Modules
+    /// \{
+
+    /// The module of that name in this database, null if it has none. Enters no name. O(length of the name).
+    NYX_MODULE *find_local_module(const char *name) const;
+
+    /// The modules in the order of their identifiers; unless `this_db_only`, also those of the databases that this one
+    /// refers to itself.
+    boost::iterator_range<NYX_DB_MODULE_ITER> iter_modules(bool this_db_only = true) const;
+    /// The interfaces of all modules, in the same manner.
+    boost::iterator_range<NYX_DB_INTERFACE_ITER> iter_interfaces(bool this_db_only = true) const;
+
+    /// The module at the top of the design: the one that was set, or else the first. Null without modules. Only USER
+    /// and DEVICE databases have one, here and below: others raise NYX_RUNTIME_ERROR "Top module is defined for user
+    /// databases only".
+    NYX_MODULE *get_top_module() const;
+    /// `module` must be one of this database; null ends the run.
+    void set_top_module(NYX_MODULE *module);
+    /// Raises NYX_RUNTIME_ERROR "Can't rename top module as a module with this name already exists: NAME", for its
+    /// present name as well.
+    void rename_top_module(const char *new_name);
+    /// \}
+
     /// \name About this database
     /// Once it is closed, all of these end the run with "%p NYX_DB is closed".
     /// \{
@@ -280,5 +303,7 @@ private:
     bool m_direct = false;
     NYX_DB *m_db = nullptr;
 };
+
+#include "nyx/nyx_db_table_iters.h" // they need what stands above
 
 #endif

@@ -11,6 +11,8 @@
 class NYX_API NYX_DB;
 class NYX_API NYX_DB_OPEN_DB_ITER;
 class NYX_API NYX_DB_SUB_DB_ITER;
+class NYX_API NYX_DB_MODULE_ITER;
+class NYX_API NYX_DB_INTERFACE_ITER;
 enum class NYX_DB_TYPE : unsigned char;
 
 // Netlist.

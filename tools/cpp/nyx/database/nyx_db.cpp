@@ -7,6 +7,7 @@
 #include "database/nyx_db_paths.h"
 #include "netlist/nyx_db_observer.h"
 #include "netlist/nyx_schema.h"
+#include "nyx/nyx_module.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
 
@@ -402,4 +403,22 @@ const NYX_DB *NYX_DB::get_top_db() const {
         db = parents.front();
     }
     NYX_RAISE_RUNTIME_ERROR(function, db->get_name() + " is a sub-db of itself");
+}
+
+NYX_MODULE *NYX_DB::find_local_module(const char *name) const {
+    return get_impl().m_persistent->find_module(name);
+}
+
+NYX_MODULE *NYX_DB::get_top_module() const {
+    return get_impl().m_persistent->get_top_module();
+}
+
+void NYX_DB::set_top_module(NYX_MODULE *module) {
+    NYX_CHECK_MSG(module, "Top module must be non-null");
+    NYX_CHECK_MSG(module->get_db() == this, "Top module must be in this database");
+    get_impl().m_persistent->set_top_module(module);
+}
+
+void NYX_DB::rename_top_module(const char *new_name) {
+    get_impl().m_persistent->rename_top_module(new_name);
 }
