@@ -4,6 +4,15 @@ find_package(Boost 1.74.0 EXACT REQUIRED)
 find_package(spdlog REQUIRED)
 find_package(Threads REQUIRED)
 
+# What the readers, the writers and the command stand on.
+find_package(PkgConfig REQUIRED)
+find_package(CLI11 REQUIRED)
+find_package(ZLIB REQUIRED)
+find_package(nlohmann_json REQUIRED)
+pkg_check_modules(nyx_simdjson REQUIRED IMPORTED_TARGET simdjson)
+pkg_check_modules(nyx_smartcols REQUIRED IMPORTED_TARGET smartcols)
+pkg_check_modules(nyx_zstd REQUIRED IMPORTED_TARGET libzstd)
+
 if(NYX_DEVELOPER)
   find_package(GTest REQUIRED)
   find_package(benchmark REQUIRED)
