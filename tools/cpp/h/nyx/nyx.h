@@ -5,7 +5,9 @@
 /// Everything: includes every public header of the library.
 
 #include "nyx/nyx_api.h"
+#include "nyx/nyx_array_iter.h"
 #include "nyx/nyx_bus.h"
+#include "nyx/nyx_bus_dimension.h"
 #include "nyx/nyx_byte_trait.h"
 #include "nyx/nyx_constraint.h"
 #include "nyx/nyx_db.h"
@@ -20,6 +22,7 @@
 #include "nyx/nyx_inst_port.h"
 #include "nyx/nyx_instance.h"
 #include "nyx/nyx_interface.h"
+#include "nyx/nyx_interface_instance.h"
 #include "nyx/nyx_iters.h"
 #include "nyx/nyx_module.h"
 #include "nyx/nyx_name_style.h"

@@ -21,6 +21,7 @@
 #include <vector>
 
 class NYX_DB_GROUP;
+class NYX_DB_CACHE;
 class NYX_DB_IMPL;
 class NYX_DB_PERSISTENT;
 
@@ -185,6 +186,19 @@ public:
     /// Raises NYX_RUNTIME_ERROR "Can't rename top module as a module with this name already exists: NAME", for its
     /// present name as well.
     void rename_top_module(const char *new_name);
+    /// \}
+
+    /// \name Indexes by name
+    /// Look-ups by name in a module make an index of its own in ordinary memory when the list is long, and keep it in
+    /// step with every change. On by default.
+    /// \{
+
+    /// Empties the indexes and, if `enable`, makes them anew on demand; otherwise look-ups walk the lists. Unless
+    /// `this_db_only`, does the same for every database that this one refers to, itself or through others.
+    /// `track_updates` is accepted and makes no difference: indexes always follow.
+    void enable_cache(bool enable, bool track_updates, bool this_db_only) const;
+    /// Null while they are disabled.
+    NYX_DB_CACHE *get_cache() const;
     /// \}
 
     /// \name About this database

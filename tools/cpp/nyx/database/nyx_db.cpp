@@ -422,3 +422,16 @@ void NYX_DB::set_top_module(NYX_MODULE *module) {
 void NYX_DB::rename_top_module(const char *new_name) {
     get_impl().m_persistent->rename_top_module(new_name);
 }
+
+void NYX_DB::enable_cache(bool enable, bool track_updates, bool this_db_only) const {
+    const NYX_DB_LOCK lock;
+    get_impl().m_cache = enable ? std::make_unique<NYX_DB_CACHE>() : nullptr;
+    if (this_db_only)
+        return;
+    for (const NYX_DB *const sub_db : NYX_DB_LINKER::get().get_sub_dbs(this, false))
+        sub_db->enable_cache(enable, track_updates, true);
+}
+
+NYX_DB_CACHE *NYX_DB::get_cache() const {
+    return get_impl().m_cache.get();
+}

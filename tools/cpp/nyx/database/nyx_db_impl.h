@@ -4,6 +4,7 @@
 /// \file
 /// What stands behind a handle, and where handles come from.
 
+#include "database/nyx_db_cache.h"
 #include "database/nyx_db_persistent.h"
 #include "memory/nyx_managed_serialised_file.h"
 #include "nyx/nyx_db.h"
@@ -17,8 +18,9 @@
 class NYX_DB_IMPL {
 public:
     std::unique_ptr<NYX_MANAGED_SERIALISED_FILE> m_file;
-    NYX_DB_PERSISTENT *m_persistent = nullptr; ///< the root in the segment
-    std::optional<std::string> m_file_name;    ///< none for a database that lives in memory only
+    std::unique_ptr<NYX_DB_CACHE> m_cache = std::make_unique<NYX_DB_CACHE>(); ///< null while it is disabled
+    NYX_DB_PERSISTENT *m_persistent = nullptr;                                ///< the root in the segment
+    std::optional<std::string> m_file_name; ///< none for a database that lives in memory only
     std::string m_name;
     NYX_DB::ACCESS_MODE m_access_mode = NYX_DB::ACCESS_MODE::MODIFY;
     NYX_DB_GROUP *m_group = nullptr; ///< null for the default group, never the linker

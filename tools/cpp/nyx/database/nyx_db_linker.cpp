@@ -78,6 +78,8 @@ private:
     const std::string &m_db_name;
 };
 
+NYX_DB_LINKER::NYX_DB_LINKER() : NYX_DB_GROUP(std::string()) {}
+
 NYX_DB_LINKER &NYX_DB_LINKER::get() {
     static NYX_DB_LINKER *const s_linker = new NYX_DB_LINKER;
     return *s_linker;

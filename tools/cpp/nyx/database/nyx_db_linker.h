@@ -5,7 +5,9 @@
 #include "database/nyx_db_persistent.h"
 #include "nyx/nyx_db.h"
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <map>
 #include <set>
@@ -127,9 +129,42 @@ public:
     const std::vector<NYX_DB *> &get_parents(const NYX_DB *db) const;
     /// \}
 
+    /// \name Modules and their users
+    /// What is known by address here goes with the database that it lies in.
+    /// \{
+
+    /// The instances in all open databases whose base module is `module`. The first call walks all instances of all
+    /// open databases, and from then on each one that comes, goes or changes its module is entered: nobody pays for
+    /// the index who does not ask for it. The set changes as instances do.
+    const std::set<NYX_INSTANCE *> &get_instances_of(NYX_MODULE *module);
+    /// Whether at most one instance uses `module`; builds the index as above.
+    bool has_fewer_than_two_instances(NYX_MODULE *module);
+
+    /// The module that a header has been found to stand for, null if it has not been looked for. Takes no lock: the
+    /// links of a database are its user's. O(1).
+    NYX_MODULE *find_linked_module(const NYX_INST_HEADER *header) const;
+    /// Keeps what a header stands for until one of the two is forgotten.
+    void link_header(NYX_INST_HEADER *header, NYX_MODULE *module);
+    /// To be called for a header that goes, or stands for something else from now on.
+    void forget_header(NYX_INST_HEADER *header);
+    /// To be called for a module that goes.
+    void forget_module(NYX_MODULE *module);
+    /// The headers in all open databases that stand for `module`. O(headers in open databases).
+    std::vector<NYX_INST_HEADER *> get_headers_of(NYX_MODULE *module);
+    /// One of these headers that lies in `persistent` and is linked already, at or behind `index` among them; null if
+    /// there is none. `index` is moved behind it.
+    NYX_INST_HEADER *find_linked_header(const NYX_DB_PERSISTENT *persistent, const NYX_MODULE *module,
+                                        std::size_t &index) const;
+    /// \}
+
 private:
     /// The registration of a database by its name, with one use: taken back with this object unless it is kept.
     class DB_REG_BY_NAME;
+    /// Keeps the index of instances in step with the databases.
+    class OBSERVER;
+
+    /// By the number of a header the module that it stands for, null if that is not known.
+    using MODULE_LINKS = std::vector<NYX_MODULE *>;
 
     struct LINKS {
         NYX_DB_LIST direct;
@@ -137,13 +172,21 @@ private:
         NYX_DB_LIST all;
     };
 
-    NYX_DB_LINKER() : NYX_DB_GROUP(std::string()) {}
+    NYX_DB_LINKER();
+    ~NYX_DB_LINKER() = delete;
 
     NYX_DB_GROUP &group_or_default(NYX_DB_GROUP *group) { return group != nullptr ? *group : *this; }
     const NYX_DB_GROUP &group_or_default(const NYX_DB_GROUP *group) const { return group != nullptr ? *group : *this; }
     void erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, const std::string *file);
     std::vector<NYX_DB *> find_ancestors(const NYX_DB *db) const;
     NYX_DB_LIST collect_sub_dbs(const NYX_DB *db) const;
+
+    void index_all_instances();
+    void index_instances_in(NYX_DB_PERSISTENT *persistent);
+    void index_instances_of_modules_in(const NYX_DB *db);
+    void index_instance(NYX_INSTANCE *instance);
+    void purge_instances(const void *begin, const void *end);
+    void purge_module_links(const NYX_DB_PERSISTENT *persistent, const void *begin, const void *end);
 
     std::map<std::string, NYX_DB_GROUP> m_groups;
     std::map<NYX_DB_PERSISTENT *, NYX_DB *> m_persistent_to_db;
@@ -152,6 +195,14 @@ private:
     mutable std::shared_mutex m_persistent_to_db_mutex;
     std::unordered_map<std::string, NYX_DB *> m_file_to_db;
     std::unordered_map<const NYX_DB *, LINKS> m_links;
+
+    std::unordered_map<const NYX_DB_PERSISTENT *, MODULE_LINKS> m_module_links; // by the root of the headers
+    std::atomic<std::uint64_t> m_module_links_generation{1};                    // changes when one of them goes
+    std::map<const NYX_MODULE *, std::vector<NYX_INST_HEADER *>> m_headers_of_module;
+
+    bool m_instances_of_module_initialized = false;
+    std::map<NYX_MODULE *, std::set<NYX_INSTANCE *>> m_instances_of_module;
+    OBSERVER *m_observer = nullptr; // as lasting as the linker
 };
 
 #endif

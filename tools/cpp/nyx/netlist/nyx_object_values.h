@@ -27,8 +27,10 @@ void nyx_move_values(TABLE &table, ID from, ID to) {
     const auto found = table.m_properties.find(from);
     if (found == table.m_properties.end())
         return;
-    table.m_properties[to] = std::move(found->second);
-    table.m_properties.erase(from);
+    // The node itself is entered again, which needs no memory.
+    auto node = table.m_properties.extract(found);
+    node.key() = to;
+    table.m_properties.insert(std::move(node));
 }
 
 #endif
