@@ -13,3 +13,10 @@ std::string nyx_printable(std::string_view text) {
             result += c;
     return result;
 }
+
+std::string nyx_pointer_step(std::string_view key) {
+    std::string step;
+    for (const char c : key)
+        c == '~' ? step += "~0" : c == '/' ? step += "~1" : step += c;
+    return nyx_printable(step);
+}

@@ -15,4 +15,7 @@ public:
 /// The text in the form that a line of a message can hold: control characters are written as in JSON.
 std::string nyx_printable(std::string_view text);
 
+/// A key as a step of a JSON pointer.
+std::string nyx_pointer_step(std::string_view key);
+
 #endif

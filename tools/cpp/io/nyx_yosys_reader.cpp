@@ -109,11 +109,7 @@ std::string READER::get_pointer() const {
     std::string pointer;
     for (const PATH_STEP &step : m_path) {
         pointer += '/';
-        if (step.index != s_no_index)
-            pointer += std::to_string(step.index);
-        else
-            for (const char c : step.key)
-                c == '~' ? pointer += "~0" : c == '/' ? pointer += "~1" : pointer += nyx_printable({&c, 1});
+        pointer += step.index != s_no_index ? std::to_string(step.index) : nyx_pointer_step(step.key);
     }
     return pointer;
 }

@@ -1,0 +1,301 @@
+#include "io/nyx_yosys_writer.h"
+
+#include "io/nyx_netlist_view.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <unordered_map>
+
+namespace {
+
+const char *get_name_of(NYX_YOSYS_DIRECTION direction) {
+    return direction == NYX_YOSYS_DIRECTION::INPUT ? "input" : direction == NYX_YOSYS_DIRECTION::OUTPUT ? "output" : "inout";
+}
+
+class WRITER {
+public:
+    WRITER(NYX_DB *db, NYX_TEXT_OUTPUT &output, const NYX_PROGRESS &progress)
+        : m_db(db), m_out(output), m_progress(progress) {}
+
+    std::vector<std::string> write();
+
+private:
+    /// A module as base of cells.
+    struct BASE {
+        explicit BASE(NYX_MODULE *module);
+        std::string type;
+        std::vector<NYX_VIEW_PORT> ports;
+        bool has_directions = true;
+    };
+
+    void write_module(NYX_MODULE *module);
+    void write_ports(const NYX_NETLIST_VIEW &view);
+    void write_cells(NYX_MODULE *module, NYX_NETLIST_VIEW &view);
+    void write_cell(NYX_INSTANCE *instance, NYX_NETLIST_VIEW &view);
+    void write_names(const NYX_NETLIST_VIEW &view);
+    void write_string(std::string_view text);
+    void write_values(const char *section, const std::vector<NYX_VIEW_VALUE> &values, const char *indent);
+    void write_bits(const std::vector<NYX_YOSYS_BIT> &bits);
+    void write_range(const NYX_VIEW_VECTOR &vector);
+    const BASE &get_base(NYX_MODULE *module);
+
+    NYX_DB *m_db;
+    NYX_TEXT_OUTPUT &m_out;
+    const NYX_PROGRESS &m_progress;
+    std::unordered_map<NYX_MODULE *, std::unique_ptr<BASE>> m_bases;
+    NYX_MODULE *m_last_module = nullptr;
+    const BASE *m_last_base = nullptr;
+    std::vector<std::string> m_warnings;
+    std::uint64_t m_done = 0;
+    std::uint64_t m_total = 0;
+    std::vector<NYX_YOSYS_BIT> m_bits;
+};
+
+WRITER::BASE::BASE(NYX_MODULE *module) {
+    const bool is_implied = NYX_NETLIST_TRAITS::get(module, NYX_NETLIST_TRAITS::find(module->get_db()).m_module_implied);
+    type = nyx_decode_name(is_implied && module->is_atom() ? module->get_atom_type() : module->get_name());
+    ports = NYX_PORT_VIEW(module).get_ports();
+    for (const NYX_VIEW_PORT &port : ports)
+        has_directions = has_directions && port.direction != NYX_YOSYS_DIRECTION::UNKNOWN;
+}
+
+const WRITER::BASE &WRITER::get_base(NYX_MODULE *module) {
+    if (module != m_last_module) {
+        std::unique_ptr<BASE> &base = m_bases[module];
+        if (!base)
+            base = std::make_unique<BASE>(module);
+        m_last_module = module;
+        m_last_base = base.get();
+    }
+    return *m_last_base;
+}
+
+void WRITER::write_string(std::string_view text) {
+    m_out << '"';
+    std::size_t begin = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (static_cast<unsigned char>(c) >= 0x20 && c != '"' && c != '\\')
+            continue;
+        m_out << text.substr(begin, i - begin);
+        begin = i + 1;
+        char escape[8] = {'\\', c, 0};
+        if (static_cast<unsigned char>(c) < 0x20)
+            std::snprintf(escape, sizeof(escape), "\\u%04x", unsigned(static_cast<unsigned char>(c)));
+        m_out << escape;
+    }
+    m_out << text.substr(begin) << '"';
+}
+
+void WRITER::write_values(const char *section, const std::vector<NYX_VIEW_VALUE> &values, const char *indent) {
+    m_out << indent << "\"" << section << "\": {";
+    bool first = true;
+    for (const NYX_VIEW_VALUE &value : values) {
+        m_out << (first ? "\n" : ",\n") << indent << "  ";
+        first = false;
+        write_string(value.name);
+        m_out << ": ";
+        if (value.kind == NYX_VIEW_VALUE::KIND::INTEGER || value.kind == NYX_VIEW_VALUE::KIND::REAL)
+            m_out << value.text;
+        else if (value.kind == NYX_VIEW_VALUE::KIND::BITS)
+            write_string(value.text);
+        else {
+            // A text that could be read as a vector of bits has a blank behind it.
+            const std::size_t other = value.text.find_first_not_of("01xz");
+            const bool is_like_bits =
+                other == value.text.npos || value.text.find_first_not_of(' ', other) == value.text.npos;
+            write_string(is_like_bits ? value.text + ' ' : value.text);
+        }
+    }
+    if (!first)
+        m_out << "\n" << indent;
+    m_out << "}";
+}
+
+void WRITER::write_bits(const std::vector<NYX_YOSYS_BIT> &bits) {
+    m_out << "[";
+    const char *separator = " ";
+    for (const NYX_YOSYS_BIT bit : bits) {
+        m_out << separator;
+        if (nyx_is_constant(bit))
+            m_out << '"' << nyx_digit_of(bit) << '"';
+        else
+            m_out << std::uint64_t(bit);
+        separator = ", ";
+    }
+    m_out << " ]";
+}
+
+void WRITER::write_range(const NYX_VIEW_VECTOR &vector) {
+    if (vector.offset != 0 && !vector.is_scalar)
+        m_out << ",\n          \"offset\": " << std::string_view(std::to_string(vector.offset));
+    if (vector.upto)
+        m_out << ",\n          \"upto\": 1";
+    if (vector.is_signed)
+        m_out << ",\n          \"signed\": 1";
+}
+
+void WRITER::write_ports(const NYX_NETLIST_VIEW &view) {
+    m_out << "      \"ports\": {";
+    bool first = true;
+    for (const NYX_VIEW_PORT &port : view.get_ports()) {
+        m_out << (first ? "\n        " : ",\n        ");
+        first = false;
+        write_string(port.name);
+        m_out << ": {\n          \"direction\": \"" << get_name_of(port.direction) << "\",\n          \"bits\": ";
+        write_bits(port.bits);
+        write_range(port);
+        m_out << "\n        }";
+    }
+    m_out << (first ? "},\n" : "\n      },\n");
+}
+
+void WRITER::write_cell(NYX_INSTANCE *instance, NYX_NETLIST_VIEW &view) {
+    const NYX_NETLIST_TRAITS &traits = view.get_traits();
+    const BASE &base = get_base(instance->get_module());
+    write_string(nyx_decode_name(instance->get_name()));
+    m_out << ": {\n          \"hide_name\": "
+          << (NYX_NETLIST_TRAITS::get(instance, traits.m_instance_hidden) ? "1" : "0") << ",\n          \"type\": ";
+    write_string(base.type);
+    m_out << ",\n";
+    write_values("parameters", nyx_view_values(instance, false, traits), "          ");
+    m_out << ",\n";
+    write_values("attributes", nyx_view_values(instance, true, traits), "          ");
+    m_out << ",\n";
+    const std::vector<std::string> omitted =
+        nyx_split_tokens(nyx_decode_name(NYX_NETLIST_TRAITS::get(instance, traits.m_instance_omitted)));
+    if (base.has_directions && !NYX_NETLIST_TRAITS::get(instance, traits.m_instance_no_directions)) {
+        m_out << "          \"port_directions\": {";
+        const char *separator = "\n            ";
+        for (const NYX_VIEW_PORT &port : base.ports) {
+            if (!omitted.empty() && std::find(omitted.begin(), omitted.end(), nyx_encode_name(port.name)) != omitted.end())
+                continue;
+            m_out << separator;
+            write_string(port.name);
+            m_out << ": \"" << get_name_of(port.direction) << "\"";
+            separator = ",\n            ";
+        }
+        m_out << "\n          },\n";
+    }
+    m_out << "          \"connections\": {";
+    const char *separator = "\n            ";
+    for (const NYX_VIEW_PORT &port : base.ports) {
+        m_bits.clear();
+        bool is_connected = false;
+        for (const NYX_PORT *const bit : port.ports) {
+            const NYX_INST_PORT *const inst_port = instance->get_inst_port_by_index(bit->get_index());
+            m_bits.push_back(view.get_bit(inst_port ? inst_port->get_net() : nullptr));
+            is_connected = is_connected || m_bits.back() != s_nyx_unconnected;
+        }
+        if (!is_connected) {
+            if (!omitted.empty() && std::find(omitted.begin(), omitted.end(), nyx_encode_name(port.name)) != omitted.end())
+                continue;
+            m_bits.clear();
+        }
+        for (NYX_YOSYS_BIT &bit : m_bits)
+            if (bit == s_nyx_unconnected)
+                bit = view.get_fresh_bit();
+        m_out << separator;
+        write_string(port.name);
+        m_out << ": ";
+        write_bits(m_bits);
+        separator = ",\n            ";
+    }
+    m_out << "\n          }\n        }";
+}
+
+void WRITER::write_cells(NYX_MODULE *module, NYX_NETLIST_VIEW &view) {
+    m_out << "      \"cells\": {";
+    bool first = true;
+    for (NYX_INSTANCE *const instance : module->iter_instances()) {
+        m_out << (first ? "\n        " : ",\n        ");
+        first = false;
+        write_cell(instance, view);
+        if (m_progress && ++m_done % 256 == 0)
+            m_progress(m_done, m_total);
+    }
+    m_out << (first ? "},\n" : "\n      },\n");
+}
+
+void WRITER::write_names(const NYX_NETLIST_VIEW &view) {
+    m_out << "      \"netnames\": {";
+    bool first = true;
+    for (const NYX_VIEW_NAME &name : view.get_names()) {
+        m_out << (first ? "\n        " : ",\n        ");
+        first = false;
+        write_string(name.name);
+        m_out << ": {\n          \"hide_name\": " << (name.hidden ? "1" : "0") << ",\n          \"bits\": ";
+        write_bits(name.bits);
+        write_range(name);
+        m_out << ",\n";
+        write_values("attributes",
+                     name.net ? nyx_view_values(name.net, true, view.get_traits())
+                              : nyx_view_values(name.net_bus, true, view.get_traits()),
+                     "          ");
+        m_out << "\n        }";
+    }
+    m_out << (first ? "}\n" : "\n      }\n");
+}
+
+void WRITER::write_module(NYX_MODULE *module) {
+    NYX_NETLIST_VIEW view(module);
+    write_string(nyx_decode_name(module->get_name()));
+    m_out << ": {\n";
+    std::vector<NYX_VIEW_VALUE> attributes = nyx_view_values(module, true, view.get_traits());
+    const auto mark = [&attributes](const char *name) {
+        if (std::none_of(attributes.begin(), attributes.end(), [name](const auto &value) { return value.name == name; }))
+            attributes.push_back({NYX_VIEW_VALUE::KIND::BITS, name, std::string(31, '0') + '1'});
+    };
+    if (module->is_leaf())
+        mark("blackbox");
+    if (module->get_db() == m_db && (m_db->is_user() || m_db->is_device())) {
+        if (module->is_top_module() && module->is_hierarchy())
+            mark("top");
+        else
+            std::erase_if(attributes, [](const auto &value) { return value.name == "top"; });
+    }
+    write_values("attributes", attributes, "      ");
+    m_out << ",\n";
+    const std::vector<NYX_VIEW_VALUE> parameters = nyx_view_values(module, false, view.get_traits());
+    if (!parameters.empty()) {
+        write_values("parameter_default_values", parameters, "      ");
+        m_out << ",\n";
+    }
+    write_ports(view);
+    if (view.get_traits().m_module_memories) {
+        const NYX_APP_DATA memories = module->get_value(view.get_traits().m_module_memories);
+        if (memories.get_size() > 0)
+            m_out << "      \"memories\": "
+                  << std::string_view(reinterpret_cast<const char *>(memories.get_data()), memories.get_size()) << ",\n";
+    }
+    write_cells(module, view);
+    write_names(view);
+    m_out << "    }";
+    m_warnings.insert(m_warnings.end(), view.get_warnings().begin(), view.get_warnings().end());
+}
+
+std::vector<std::string> WRITER::write() {
+    std::vector<NYX_MODULE *> modules = nyx_find_netlist_modules(m_db);
+    std::erase_if(modules, [](NYX_MODULE *module) {
+        return NYX_NETLIST_TRAITS::get(module, NYX_NETLIST_TRAITS::find(module->get_db()).m_module_implied);
+    });
+    if (m_progress)
+        for (const NYX_MODULE *const module : modules)
+            m_total += module->get_num_instances();
+    m_out << "{\n  \"creator\": \"nyx\",\n  \"modules\": {";
+    bool first = true;
+    for (NYX_MODULE *const module : modules) {
+        m_out << (first ? "\n    " : ",\n    ");
+        first = false;
+        write_module(module);
+    }
+    m_out << (first ? "}\n}\n" : "\n  }\n}\n");
+    return std::move(m_warnings);
+}
+
+} // namespace
+
+std::vector<std::string> nyx_write_yosys_json(NYX_DB *db, NYX_TEXT_OUTPUT &output, const NYX_PROGRESS &progress) {
+    return WRITER(db, output, progress).write();
+}
