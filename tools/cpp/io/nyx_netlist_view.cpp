@@ -182,6 +182,56 @@ void NYX_NETLIST_VIEW::follow(const NYX_BIT_RUN &run, std::vector<NYX_YOSYS_BIT>
     }
 }
 
+NYX_VIEW_BASE::NYX_VIEW_BASE(NYX_MODULE *module) {
+    is_implied = NYX_NETLIST_TRAITS::get(module, NYX_NETLIST_TRAITS::find(module->get_db()).m_module_implied);
+    type = nyx_decode_name(is_implied && module->is_atom() ? module->get_atom_type() : module->get_name());
+    ports = NYX_PORT_VIEW(module).get_ports();
+    for (const NYX_VIEW_PORT &port : ports)
+        has_directions = has_directions && port.direction != NYX_YOSYS_DIRECTION::UNKNOWN;
+}
+
+const NYX_VIEW_BASE &NYX_CELL_VIEWER::get_base(NYX_MODULE *module) {
+    if (module != m_last_module) {
+        std::unique_ptr<NYX_VIEW_BASE> &base = m_bases[module];
+        if (!base)
+            base = std::make_unique<NYX_VIEW_BASE>(module);
+        m_last_module = module;
+        m_last_base = base.get();
+    }
+    return *m_last_base;
+}
+
+void NYX_CELL_VIEWER::look_at(NYX_INSTANCE *instance, NYX_NETLIST_VIEW &view, NYX_VIEW_CELL &cell) {
+    const NYX_NETLIST_TRAITS &traits = view.get_traits();
+    cell.base = &get_base(instance->get_module());
+    cell.has_directions =
+        cell.base->has_directions && !NYX_NETLIST_TRAITS::get(instance, traits.m_instance_no_directions);
+    cell.connections.clear();
+    cell.bits.clear();
+    std::vector<std::string> omitted;
+    if (traits.m_instance_omitted && !instance->is_default_value(traits.m_instance_omitted))
+        omitted = nyx_split_tokens(nyx_decode_name(instance->get_value(traits.m_instance_omitted)));
+    for (const NYX_VIEW_PORT &port : cell.base->ports) {
+        const auto begin = std::uint32_t(cell.bits.size());
+        bool is_connected = false;
+        for (const NYX_PORT *const bit : port.ports) {
+            const NYX_INST_PORT *const inst_port = instance->get_inst_port_by_index(bit->get_index());
+            cell.bits.push_back(view.get_bit(inst_port ? inst_port->get_net() : nullptr));
+            is_connected = is_connected || cell.bits.back() != s_nyx_unconnected;
+        }
+        if (!is_connected) {
+            cell.bits.resize(begin);
+            if (!omitted.empty() &&
+                std::find(omitted.begin(), omitted.end(), nyx_encode_name(port.name)) != omitted.end())
+                continue;
+        }
+        for (std::size_t i = begin; i < cell.bits.size(); ++i)
+            if (cell.bits[i] == s_nyx_unconnected)
+                cell.bits[i] = view.get_fresh_bit();
+        cell.connections.push_back({&port, {begin, std::uint32_t(cell.bits.size()) - begin}});
+    }
+}
+
 template <class T>
 std::vector<NYX_VIEW_VALUE> nyx_view_values(const T *object, bool attributes, const NYX_NETLIST_TRAITS &traits) {
     std::vector<NYX_VIEW_VALUE> values;
@@ -198,10 +248,10 @@ std::vector<NYX_VIEW_VALUE> nyx_view_values(const T *object, bool attributes, co
             view.kind = NYX_VIEW_VALUE::KIND::BITS;
         else {
             const float *const single = boost::get<float>(&value);
-            char text[40];
-            std::snprintf(text, sizeof(text), "%.17g", single ? double(*single) : boost::get<double>(value));
+            char digits[40];
+            std::snprintf(digits, sizeof(digits), "%.17g", single ? double(*single) : boost::get<double>(value));
             view.kind = NYX_VIEW_VALUE::KIND::REAL;
-            view.text = text;
+            view.text = digits;
         }
         values.push_back(std::move(view));
     }

@@ -9,6 +9,7 @@
 #include "nyx/nyx.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -90,6 +91,45 @@ private:
     std::unordered_map<std::string, NYX_NET *> m_nets_by_name;
     std::unordered_map<std::string, NYX_NET_BUS *> m_buses_by_name;
     std::vector<std::string> m_warnings;
+};
+
+/// A module as the base of cells.
+struct NYX_VIEW_BASE {
+    explicit NYX_VIEW_BASE(NYX_MODULE *module);
+
+    /// The type that its cells have in the file.
+    std::string type;
+    /// The file does not define it.
+    bool is_implied = false;
+    std::vector<NYX_VIEW_PORT> ports;
+    /// All ports have one.
+    bool has_directions = true;
+};
+
+/// The connections of one instance. Made to be filled again and again.
+struct NYX_VIEW_CELL {
+    struct CONNECTION {
+        const NYX_VIEW_PORT *port;
+        /// Part of m_bits, from the least significant one; empty for a port that is connected to nothing.
+        NYX_YOSYS_RANGE bits;
+    };
+    const NYX_VIEW_BASE *base = nullptr;
+    bool has_directions = true;
+    std::vector<CONNECTION> connections;
+    std::vector<NYX_YOSYS_BIT> bits;
+};
+
+/// Looks at the instances of all modules of a netlist.
+class NYX_CELL_VIEWER {
+public:
+    const NYX_VIEW_BASE &get_base(NYX_MODULE *module);
+    /// `view` is that of the instance's parent. Bits of a connected port that are on no net get fresh numbers.
+    void look_at(NYX_INSTANCE *instance, NYX_NETLIST_VIEW &view, NYX_VIEW_CELL &cell);
+
+private:
+    std::unordered_map<NYX_MODULE *, std::unique_ptr<NYX_VIEW_BASE>> m_bases;
+    NYX_MODULE *m_last_module = nullptr;
+    const NYX_VIEW_BASE *m_last_base = nullptr;
 };
 
 /// A parameter or attribute as netlist files write it.

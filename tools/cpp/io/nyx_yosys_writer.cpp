@@ -4,8 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <memory>
-#include <unordered_map>
+#include <span>
 
 namespace {
 
@@ -21,14 +20,6 @@ public:
     std::vector<std::string> write();
 
 private:
-    /// A module as base of cells.
-    struct BASE {
-        explicit BASE(NYX_MODULE *module);
-        std::string type;
-        std::vector<NYX_VIEW_PORT> ports;
-        bool has_directions = true;
-    };
-
     void write_module(NYX_MODULE *module);
     void write_ports(const NYX_NETLIST_VIEW &view);
     void write_cells(NYX_MODULE *module, NYX_NETLIST_VIEW &view);
@@ -36,40 +27,18 @@ private:
     void write_names(const NYX_NETLIST_VIEW &view);
     void write_string(std::string_view text);
     void write_values(const char *section, const std::vector<NYX_VIEW_VALUE> &values, const char *indent);
-    void write_bits(const std::vector<NYX_YOSYS_BIT> &bits);
+    void write_bits(std::span<const NYX_YOSYS_BIT> bits);
     void write_range(const NYX_VIEW_VECTOR &vector);
-    const BASE &get_base(NYX_MODULE *module);
 
     NYX_DB *m_db;
     NYX_TEXT_OUTPUT &m_out;
     const NYX_PROGRESS &m_progress;
-    std::unordered_map<NYX_MODULE *, std::unique_ptr<BASE>> m_bases;
-    NYX_MODULE *m_last_module = nullptr;
-    const BASE *m_last_base = nullptr;
+    NYX_CELL_VIEWER m_viewer;
+    NYX_VIEW_CELL m_cell;
     std::vector<std::string> m_warnings;
     std::uint64_t m_done = 0;
     std::uint64_t m_total = 0;
-    std::vector<NYX_YOSYS_BIT> m_bits;
 };
-
-WRITER::BASE::BASE(NYX_MODULE *module) {
-    const bool is_implied = NYX_NETLIST_TRAITS::get(module, NYX_NETLIST_TRAITS::find(module->get_db()).m_module_implied);
-    type = nyx_decode_name(is_implied && module->is_atom() ? module->get_atom_type() : module->get_name());
-    ports = NYX_PORT_VIEW(module).get_ports();
-    for (const NYX_VIEW_PORT &port : ports)
-        has_directions = has_directions && port.direction != NYX_YOSYS_DIRECTION::UNKNOWN;
-}
-
-const WRITER::BASE &WRITER::get_base(NYX_MODULE *module) {
-    if (module != m_last_module) {
-        std::unique_ptr<BASE> &base = m_bases[module];
-        if (!base)
-            base = std::make_unique<BASE>(module);
-        m_last_module = module;
-        m_last_base = base.get();
-    }
-    return *m_last_base;
-}
 
 void WRITER::write_string(std::string_view text) {
     m_out << '"';
@@ -113,7 +82,7 @@ void WRITER::write_values(const char *section, const std::vector<NYX_VIEW_VALUE>
     m_out << "}";
 }
 
-void WRITER::write_bits(const std::vector<NYX_YOSYS_BIT> &bits) {
+void WRITER::write_bits(std::span<const NYX_YOSYS_BIT> bits) {
     m_out << "[";
     const char *separator = " ";
     for (const NYX_YOSYS_BIT bit : bits) {
@@ -153,53 +122,34 @@ void WRITER::write_ports(const NYX_NETLIST_VIEW &view) {
 
 void WRITER::write_cell(NYX_INSTANCE *instance, NYX_NETLIST_VIEW &view) {
     const NYX_NETLIST_TRAITS &traits = view.get_traits();
-    const BASE &base = get_base(instance->get_module());
+    m_viewer.look_at(instance, view, m_cell);
     write_string(nyx_decode_name(instance->get_name()));
     m_out << ": {\n          \"hide_name\": "
           << (NYX_NETLIST_TRAITS::get(instance, traits.m_instance_hidden) ? "1" : "0") << ",\n          \"type\": ";
-    write_string(base.type);
+    write_string(m_cell.base->type);
     m_out << ",\n";
     write_values("parameters", nyx_view_values(instance, false, traits), "          ");
     m_out << ",\n";
     write_values("attributes", nyx_view_values(instance, true, traits), "          ");
     m_out << ",\n";
-    const std::vector<std::string> omitted =
-        nyx_split_tokens(nyx_decode_name(NYX_NETLIST_TRAITS::get(instance, traits.m_instance_omitted)));
-    if (base.has_directions && !NYX_NETLIST_TRAITS::get(instance, traits.m_instance_no_directions)) {
+    if (m_cell.has_directions) {
         m_out << "          \"port_directions\": {";
         const char *separator = "\n            ";
-        for (const NYX_VIEW_PORT &port : base.ports) {
-            if (!omitted.empty() && std::find(omitted.begin(), omitted.end(), nyx_encode_name(port.name)) != omitted.end())
-                continue;
+        for (const NYX_VIEW_CELL::CONNECTION &connection : m_cell.connections) {
             m_out << separator;
-            write_string(port.name);
-            m_out << ": \"" << get_name_of(port.direction) << "\"";
+            write_string(connection.port->name);
+            m_out << ": \"" << get_name_of(connection.port->direction) << "\"";
             separator = ",\n            ";
         }
         m_out << "\n          },\n";
     }
     m_out << "          \"connections\": {";
     const char *separator = "\n            ";
-    for (const NYX_VIEW_PORT &port : base.ports) {
-        m_bits.clear();
-        bool is_connected = false;
-        for (const NYX_PORT *const bit : port.ports) {
-            const NYX_INST_PORT *const inst_port = instance->get_inst_port_by_index(bit->get_index());
-            m_bits.push_back(view.get_bit(inst_port ? inst_port->get_net() : nullptr));
-            is_connected = is_connected || m_bits.back() != s_nyx_unconnected;
-        }
-        if (!is_connected) {
-            if (!omitted.empty() && std::find(omitted.begin(), omitted.end(), nyx_encode_name(port.name)) != omitted.end())
-                continue;
-            m_bits.clear();
-        }
-        for (NYX_YOSYS_BIT &bit : m_bits)
-            if (bit == s_nyx_unconnected)
-                bit = view.get_fresh_bit();
+    for (const NYX_VIEW_CELL::CONNECTION &connection : m_cell.connections) {
         m_out << separator;
-        write_string(port.name);
+        write_string(connection.port->name);
         m_out << ": ";
-        write_bits(m_bits);
+        write_bits(std::span(m_cell.bits).subspan(connection.bits.begin, connection.bits.count));
         separator = ",\n            ";
     }
     m_out << "\n          }\n        }";
