@@ -27,12 +27,12 @@ endforeach()
 include(CMakePackageConfigHelpers)
 
 set(nyx_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/nyx)
-set_target_properties(nyx nyx_report nyx_barebones PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(nyx nyx_common nyx_report nyx_barebones PROPERTIES INSTALL_RPATH "$ORIGIN")
 
-install(TARGETS nyx nyx_report nyx_barebones nyx_internal_headers EXPORT nyx-targets
+install(TARGETS nyx nyx_common nyx_report nyx_barebones nyx_internal_headers EXPORT nyx-targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY tools/cpp/nyx/memory tools/cpp/nyx/names
+install(DIRECTORY tools/cpp/nyx/file tools/cpp/nyx/memory tools/cpp/nyx/names
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/nyx_internal
   FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
 install(EXPORT nyx-targets NAMESPACE nyx:: DESTINATION ${nyx_package_dir})

@@ -15,7 +15,7 @@ import unittest
 
 import exported_symbols
 
-LIBRARIES = ("nyx", "nyx_report", "nyx_barebones")
+LIBRARIES = ("nyx", "nyx_common", "nyx_report", "nyx_barebones")
 CONSUMER = pathlib.Path(__file__).resolve().parent / "consumer"
 SOURCE = BUILD = COMPILER = None
 

@@ -16,6 +16,7 @@ public:
     std::vector<NYX_OPTION> get_options() override {
         return {{"SHELL", "", "The shell", &m_shell, true, {"bash", "zsh", "fish"}}};
     }
+    bool has_json() const override { return false; }
     int run(NYX_CONSOLE &console) override {
         console.print(nyx_completion(m_shell, nyx_make_verbs()));
         return 0;
@@ -36,6 +37,7 @@ public:
         return {{"nyx man import | man -l -", "Read the page of `nyx import`."}};
     }
     std::vector<NYX_OPTION> get_options() override { return {{"VERB", "", "The verb; nyx itself without", &m_verb}}; }
+    bool has_json() const override { return false; }
     int run(NYX_CONSOLE &console) override {
         const NYX_VERBS verbs = nyx_make_verbs();
         if (m_verb.empty()) {

@@ -57,7 +57,7 @@ int run(int argc, char **argv) {
     for (const auto &verb : verbs) {
         CLI::App *const sub = app.add_subcommand(verb->get_name(), verb->get_summary());
         sub->set_help_flag("-h,--help", "");
-        for (const std::vector<NYX_OPTION> &options : {verb->get_options(), nyx_common_options(console)})
+        for (const std::vector<NYX_OPTION> &options : {verb->get_options(), nyx_common_options(console, *verb)})
             for (const NYX_OPTION &option : options)
                 add_option(*sub, option);
         sub->parse_complete_callback([&chosen, &verb] { chosen = verb.get(); });
@@ -83,6 +83,10 @@ int run(int argc, char **argv) {
             return 2;
         }
         const NYX_VERB *const verb = find_verb();
+        if (!verb && argv[1][0] != '-') {
+            console.error("there is no verb \"" + nyx_printable(argv[1]) + "\"; `nyx --help` lists them");
+            return 2;
+        }
         console.error(std::string(error.what()) + "; see `nyx " + (verb ? verb->get_name() + " " : "") + "--help`");
         return 2;
     }

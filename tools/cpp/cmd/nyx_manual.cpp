@@ -108,7 +108,7 @@ std::string quote(const std::string &text) {
 std::string get_all_names(NYX_VERB &verb) {
     NYX_CONSOLE console;
     std::string names;
-    for (const std::vector<NYX_OPTION> &options : {verb.get_options(), nyx_common_options(console)})
+    for (const std::vector<NYX_OPTION> &options : {verb.get_options(), nyx_common_options(console, verb)})
         for (const NYX_OPTION &option : options)
             if (!option.is_argument())
                 for (const std::string &name : split(option.names))
@@ -224,7 +224,7 @@ std::string complete_zsh(const NYX_VERBS &verbs) {
     NYX_CONSOLE console;
     for (const auto &verb : verbs) {
         text += "    " + verb->get_name() + ")\n        _arguments";
-        for (const std::vector<NYX_OPTION> &options : {verb->get_options(), nyx_common_options(console)})
+        for (const std::vector<NYX_OPTION> &options : {verb->get_options(), nyx_common_options(console, *verb)})
             for (const NYX_OPTION &option : options) {
                 if (option.is_argument()) {
                     text += " \\\n            " +
@@ -256,7 +256,7 @@ std::string complete_fish(const NYX_VERBS &verbs) {
     NYX_CONSOLE console;
     for (const auto &verb : verbs) {
         const std::string start = "complete -c nyx -n '__fish_seen_subcommand_from " + verb->get_name() + "'";
-        for (const std::vector<NYX_OPTION> &options : {verb->get_options(), nyx_common_options(console)})
+        for (const std::vector<NYX_OPTION> &options : {verb->get_options(), nyx_common_options(console, *verb)})
             for (const NYX_OPTION &option : options) {
                 std::string line = start;
                 if (option.is_argument()) {
@@ -282,9 +282,12 @@ std::string complete_fish(const NYX_VERBS &verbs) {
 
 } // namespace
 
-std::vector<NYX_OPTION> nyx_common_options(NYX_CONSOLE &console) {
-    return {{"--json", "", "Print one JSON document", &console.m_json},
-            {"-q,--quiet", "", "Print no notes and no progress", &console.m_quiet}};
+std::vector<NYX_OPTION> nyx_common_options(NYX_CONSOLE &console, const NYX_VERB &verb) {
+    std::vector<NYX_OPTION> options;
+    if (verb.has_json())
+        options.push_back({"--json", "", "Print one JSON document", &console.m_json});
+    options.push_back({"-q,--quiet", "", "Print no notes and no progress", &console.m_quiet});
+    return options;
 }
 
 std::string nyx_overall_help(const NYX_CONSOLE &console, const NYX_VERBS &verbs) {
@@ -310,7 +313,7 @@ std::string nyx_verb_help(NYX_CONSOLE &console, NYX_VERB &verb) {
     if (!arguments.empty())
         text += "\n" + console.paint(STYLE::HEADING, "Arguments:") + "\n" + arguments;
     text += "\n" + console.paint(STYLE::HEADING, "Options:") + "\n" + list_options(console, options, false) +
-            list_options(console, nyx_common_options(console), false) + "\n" +
+            list_options(console, nyx_common_options(console, verb), false) + "\n" +
             console.paint(STYLE::HEADING, "Examples:") + "\n";
     for (const NYX_VERB::EXAMPLE &example : verb.get_examples())
         text += "  " + console.paint(STYLE::NAME, example.command) + "\n      " + wrap(example.what, 6, 96) + "\n";
@@ -336,7 +339,7 @@ std::string nyx_verb_man(NYX_VERB &verb) {
     for (const std::string &paragraph : verb.get_description())
         text += roff(paragraph) + "\n.PP\n";
     text += ".SH OPTIONS\n";
-    for (const std::vector<NYX_OPTION> &options : {verb.get_options(), nyx_common_options(console)})
+    for (const std::vector<NYX_OPTION> &options : {verb.get_options(), nyx_common_options(console, verb)})
         for (const NYX_OPTION &option : options)
             text += ".TP\n.B " + roff(get_title(option)) + "\n" + roff(get_help(option)) + "\n";
     text += ".SH EXAMPLES\n";

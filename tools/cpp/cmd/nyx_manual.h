@@ -11,8 +11,8 @@
 
 using NYX_VERBS = std::vector<std::unique_ptr<NYX_VERB>>;
 
-/// The options that all verbs have besides their own.
-std::vector<NYX_OPTION> nyx_common_options(NYX_CONSOLE &console);
+/// The options that the verb has besides its own.
+std::vector<NYX_OPTION> nyx_common_options(NYX_CONSOLE &console, const NYX_VERB &verb);
 
 /// What `nyx --help` prints.
 std::string nyx_overall_help(const NYX_CONSOLE &console, const NYX_VERBS &verbs);

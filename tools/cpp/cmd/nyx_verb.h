@@ -46,6 +46,9 @@ public:
     /// The targets are members of the verb.
     virtual std::vector<NYX_OPTION> get_options() = 0;
 
+    /// Whether the verb prints data of its own, and so has --json.
+    virtual bool has_json() const { return true; }
+
     /// Does the work and returns the exit code: 0, or 1 for differences and failed checks. What throws ends in 2.
     virtual int run(NYX_CONSOLE &console) = 0;
 };

@@ -5,6 +5,7 @@
 /// Everything: includes every public header of the library.
 
 #include "nyx/nyx_api.h"
+#include "nyx/nyx_app_data.h"
 #include "nyx/nyx_array_iter.h"
 #include "nyx/nyx_bus.h"
 #include "nyx/nyx_bus_dimension.h"
@@ -30,8 +31,11 @@
 #include "nyx/nyx_object.h"
 #include "nyx/nyx_observer.h"
 #include "nyx/nyx_port.h"
+#include "nyx/nyx_property.h"
 #include "nyx/nyx_relative_object.h"
 #include "nyx/nyx_stats.h"
+#include "nyx/nyx_trait_visitors.h"
+#include "nyx/nyx_traits.h"
 #include "nyx_barebones/nyx_barebones_notifier.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"

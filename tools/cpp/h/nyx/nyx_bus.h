@@ -109,6 +109,9 @@ protected:
     void set_member(int index, MEMBER *member);
     void set_member(const std::vector<int> &index, MEMBER *member);
     int remove_member(MEMBER *member);
+
+private:
+    int to_single_index(const char *verb, const std::vector<int> &index) const;
 };
 
 /// Ports of one module under one name and an index range. A handle is its row's address: it owns nothing, and is valid

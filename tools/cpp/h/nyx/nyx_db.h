@@ -8,14 +8,18 @@
 #include "nyx/nyx_api.h"
 #include "nyx/nyx_defs.h"
 #include "nyx/nyx_fwd.h"
+#include "nyx/nyx_object.h"
 #include "nyx/nyx_stats.h"
 
 #include <boost/iterator/iterator_facade.hpp>
 #include <boost/range/iterator_range_core.hpp>
+#include <boost/utility/string_view.hpp>
 
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <limits>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -34,6 +38,19 @@ enum class NYX_DB_TYPE : unsigned char {
     WORKING_LIBRARY = 6, ///< generated variants; lives in memory only
 };
 
+/// What the header of a database file says.
+struct NYX_DB_FILE_STATS {
+    unsigned int version = 0;                ///< of the format
+    NYX_DB_TYPE type{};                      ///< of the database
+    std::uint64_t schema_id = 0;             ///< of the table layout, see NYX_DB::get_schema_id()
+    std::string tag;                         ///< the client id of the database's creation
+    std::uint32_t compression_algorithm = 0; ///< 0 none, 1 LZ4, 2 Zstandard
+    std::uint32_t chunk_size = 0;            ///< bytes that are compressed together
+    std::uint64_t default_size = 0;          ///< bytes of address space that the database may fill
+    std::uint64_t data_size = 0;             ///< bytes of the image
+    std::uint64_t payload_size = 0;          ///< bytes that the image takes in the file
+};
+
 /// An open database.
 ///
 /// A handle comes from a create function, belongs to the library, and is good until as many calls of close() as it has
@@ -45,7 +62,7 @@ enum class NYX_DB_TYPE : unsigned char {
 ///
 /// A database is for one thread at a time. Databases of different threads are independent of one another: the static
 /// members and close() lock what they share.
-class NYX_API NYX_DB {
+class NYX_API NYX_DB : public NYX_TRAIT_BEARER<NYX_DB> {
 public:
     /// What a user may do with a database. The values appear in messages.
     enum class ACCESS_MODE : unsigned char {
@@ -53,6 +70,21 @@ public:
         MODIFY = 1,        ///< exclusive in the process; saved on close when it has a file
         COPY_ON_WRITE = 2, ///< retired
     };
+
+    /// A database of a group: its name, its file, and the mode in which a reference to it opens it.
+    struct GROUP_ENTRY {
+        std::string name;
+        std::string path; ///< a relative one belongs to the group's directory
+        ACCESS_MODE mode = ACCESS_MODE::READ_ONLY;
+    };
+
+    /// Closes a database that a shared pointer holds.
+    struct NYX_API DESTRUCTOR {
+        void operator()(NYX_DB *db) const;
+    };
+
+    /// The size factor that leaves the size of a database as it is.
+    static constexpr double s_keep_size = std::numeric_limits<double>::max();
 
     NYX_DB(const NYX_DB &) = delete;
     NYX_DB &operator=(const NYX_DB &) = delete;
@@ -95,13 +127,14 @@ public:
     static NYX_DB *create_non_persistent(unsigned long long size_MiB, NYX_DB_TYPE type, const std::string &db_name,
                                          const std::string &group_name);
 
-    /// Gives back one use and returns how many are left. With the last one the database goes: observers are told, it
-    /// leaves the tables of open databases, its memory is released, and each of its sub-databases is closed once, for
-    /// it was a user of them.
+    /// Gives back one use and returns how many are left. With the last one the database goes: observers are told, it is
+    /// saved if it has a file and was opened to be modified, it leaves the tables of open databases, its memory is
+    /// released, and each of its sub-databases is closed once, for it was a user of them.
     ///
     /// Raises NYX_RUNTIME_ERROR "Sub db 'NAME' is still in use by 'PARENT'" when it was the last use but a database
-    /// refers to it; the use is then not given back. What an observer throws has the same effect. What the closing of a
-    /// sub-database throws comes after all else is done. A handle that has been closed already ends the run with
+    /// refers to it, and what commit() raises when it can't be saved; the use is then not given back, and the database
+    /// stays open. What an observer throws has the same effect. What the closing of a sub-database throws comes after
+    /// all else is done. A handle that has been closed already ends the run with
     /// "Closing already closed %p NYX_DB (open/close unbalanced somewhere). Debug with NYX_DB_DEBUG_ACCESS=1.\n"; with
     /// that environment variable set, each close reports where it was called.
     int close();
@@ -109,6 +142,122 @@ public:
     /// Closes whatever the number of uses left. Each database that refers to this one loses the link, with the warning
     /// "The db 'NAME' is still in use by db 'PARENT'". Fails as close() does, but never for a database that is in use.
     void purge();
+    /// \}
+
+    /// \name Databases in files
+    /// A path that doesn't end in ".nyx" is first taken for the name of a database with a known path; whatever it is
+    /// then gets ".nyx" behind it if it has another extension or none. A path without a file's name ends the run, "'%s'
+    /// is not a valid filename". A null text stands for one that is not given.
+    ///
+    /// Files are replaced as a whole: a failed or killed save leaves the old file, a finished one the new file, and
+    /// that is so after a power cut too.
+    /// \{
+
+    /// A new, empty database in mode MODIFY that will be saved to `db_file_path`, as create_non_persistent() makes
+    /// them. What stands at the path is removed at once, but nothing is written before commit() or close(). The name is
+    /// that of the file, without directory and ".nyx", unless `db_name` is given. `client_id` is kept in the file as it
+    /// is.
+    ///
+    /// Raises NYX_INVALID_ARGUMENT "Working library cannot be created as persistent"; NYX_RUNTIME_ERROR "DB 'NAME' is
+    /// already open or being created. Cannot create.", "DB 'PATH' is already open as 'NAME' or being created. Cannot
+    /// create."; and as create_non_persistent() does.
+    static NYX_DB *create(const char *db_file_path, unsigned long long size_MiB, NYX_DB_TYPE type,
+                          const char *db_name = nullptr, const char *group_name = nullptr,
+                          boost::string_view client_id = {});
+
+    /// The database in `db_file_path`, and with it those that it refers to. READ_ONLY shares: a database that is open
+    /// under that name, from that file and in that mode is returned again, with one use more. MODIFY is saved on
+    /// close(). The name is that of the file, without directory and extension, unless `db_name` is given; a group that
+    /// does not exist is made. With `size_factor` a database to be modified may grow to that multiple of what it uses;
+    /// else to what the file says. Tells NYX_OBSERVER<NYX_DB>.
+    ///
+    /// Raises NYX_INVALID_ARGUMENT "size_factor must be >= 1"; NYX_RUNTIME_ERROR with the codes DB-NO-SUCH-FILE,
+    /// DB-NOT-WRITABLE (MODIFY only) and DB-INCOMPATIBLE-IDS (a file of another table layout);
+    /// NYX_DATABASE_OLD_VERSION_EXCEPTION; NYX_DATABASE_CORRUPTED_EXCEPTION for a file that no save has written;
+    /// NYX_FILE_IO_EXCEPTION. NYX_RUNTIME_ERROR when the name or the file is open otherwise: "DB 'NAME' is already
+    /// opened in MODIFY mode and cannot be shared.", "DB 'NAME' (from PATH in mode MODE) is already loaded, but from
+    /// FILE in mode WORD (MODE)", "DB from PATH is already open as 'OTHER' and cannot be loaded as 'NAME.". Nothing
+    /// stays open then.
+    ///
+    /// Raises NYX_RUNTIME_ERROR when a database that it refers to can't be opened, and "Circular or multiple
+    /// dependencies are not allowed on non-leaf database NAME", "Module MODULE missing in sub-db NAME", "Mismatch
+    /// between number of ports of inst header for db NAME (COUNT) and module in the sub-db MODULE (COUNT)". All that
+    /// was opened stays open then, this database with one use: iter_open_dbs() and open_by_name() lead to it, and its
+    /// close() closes the others.
+    ///
+    /// Mode COPY_ON_WRITE ends the run, "COPY_ON_WRITE removed!".
+    static NYX_DB *open(const char *db_file_path, ACCESS_MODE mode, const char *db_name = nullptr,
+                        const char *group_name = nullptr, double size_factor = s_keep_size);
+
+    /// open() of the file of an open database of that name, or else of the path that is known for the name. Null for an
+    /// unknown group, a name without a path, and a database that lives in memory only.
+    static NYX_DB *open_by_name(const std::string &db_name, ACCESS_MODE mode, const std::string &group_name);
+
+    /// open() in mode READ_ONLY; the last pointer closes the database, and reports a failure of that as a warning.
+    static std::shared_ptr<NYX_DB> shared_access(const std::string &db_file_path);
+
+    /// Saves to `db_file_path`, which may be another file than the one it was opened from; that one stays its own. The
+    /// access mode does not matter. With `size_factor` the database may grow to that multiple of what it uses when it
+    /// is opened next; else to what it may fill now.
+    ///
+    /// Raises NYX_INVALID_ARGUMENT "size_factor must be >= 1"; NYX_RUNTIME_ERROR with the code DB-NOT-WRITABLE;
+    /// NYX_FILE_IO_EXCEPTION. The old file is there then, and the database can be used and saved again.
+    void commit(const std::string &db_file_path, double size_factor = s_keep_size);
+
+    /// Does nothing and returns true; for callers that were written when there was something to be done.
+    bool flush(bool);
+    /// Does nothing; a save never writes the free end of a database.
+    void set_shrink_on_close(bool);
+    /// close() does not save any more.
+    void disable_commit_on_close();
+
+    /// Deletes a database file; one that isn't there is no error. Raises NYX_RUNTIME_ERROR with the codes
+    /// DB-NOT-WRITABLE and CANNOT-DELETE-DB.
+    static void destroy(const char *db_file_path);
+
+    /// Copies a database file and renames the copy's top module to `to` without ".nyx". Replaces what stands at `to`.
+    /// Raises NYX_RUNTIME_ERROR with the code DB-NOT-WRITABLE if the source isn't there or may not be written, and as
+    /// open(), commit() and NYX_DB_PERSISTENT::rename_top_module() do: databases that are no designs have no top
+    /// module.
+    static void clone_db(const char *from, const char *to);
+
+    /// Lets the database in a closed file grow by `extra_MiB` more, without reading what is in it. Raises
+    /// NYX_RUNTIME_ERROR with the code DB-NOT-WRITABLE, and "grow_db attempted on DB 'PATH' when it is open.";
+    /// NYX_FILE_IO_EXCEPTION and what is told of files in open(). 0 does nothing at all.
+    static void grow_db(const char *db_file_path, unsigned long long extra_MiB);
+    /// Sets to what the database in a file may grow. As grow_db(), but it may be open, and its next save to the file
+    /// then undoes this. Raises NYX_INVALID_ARGUMENT "New NYX_DB default size is less than shrunk size".
+    static void set_db_size(const char *db_file_path, unsigned long long size_MiB);
+
+    /// \name About a file
+    /// From its header alone. NYX_RUNTIME_ERROR with the code DB-NO-SUCH-FILE; NYX_FILE_IO_EXCEPTION;
+    /// NYX_DATABASE_CORRUPTED_EXCEPTION; NYX_DATABASE_OLD_VERSION_EXCEPTION for a version below 2.
+    /// \{
+    static unsigned long long get_db_schema(const char *db_file_path);
+    static std::string get_db_client_id(const char *db_file_path);
+    static NYX_DB_FILE_STATS get_file_stats(boost::string_view db_file_path);
+    /// \}
+    /// \}
+
+    /// \name Groups
+    /// A group has names of databases of its own, so that two groups may have a database of one name open. References
+    /// to libraries lead to the default group all the same; those that are marked as the user's stay in the group.
+    /// \{
+
+    /// A new group. Names without a path are looked for in `dir`, or in what is the current directory now if that is
+    /// empty. Raises NYX_INVALID_ARGUMENT: "DB group name cannot be empty", "DB group NAME already exists. Cannot
+    /// create DB group with the same name."
+    static void create_group(const std::string &group_name, const std::string &dir);
+    /// The same, with databases. The first entry without a name or a path raises NYX_INVALID_ARGUMENT "Cannot
+    /// initialize DB group NAME : " with what is missing behind it; the group with the entries before it stays.
+    static void create_group(const std::string &group_name, std::vector<GROUP_ENTRY> &entries, const std::string &dir);
+    /// Raises NYX_INVALID_ARGUMENT: "DB group name cannot be empty", "Cannot remove DB group NAME while it has open
+    /// DBs". An unknown group is no error.
+    static void remove_group(const std::string &group_name);
+    /// Closes all databases of the group, as purge() does, and removes it; an empty name does nothing. Raises
+    /// NYX_INVALID_ARGUMENT "DB group NAME doesn't exists. Cannot purge."; what the closing of one raises leaves the
+    /// rest and the group.
+    static void purge_db_group(const std::string &group_name);
     /// \}
 
     /// \name Paths of databases
@@ -257,11 +406,26 @@ protected:
 private:
     friend class NYX_DB_IMPL;
 
-    static NYX_DB *register_non_persistent(std::size_t size, NYX_DB_TYPE type, const std::string &db_name,
-                                           const std::string &group_name);
-    /// Takes an open database out of all tables and releases it, without telling anybody.
-    static void discard(NYX_DB *db);
+    struct NEW_DB;
+    struct OPENED;
 
+    /// Builds a database in a segment of its own and registers it.
+    static NYX_DB *register_new(const NEW_DB &description);
+    /// What is left to do once a new database is registered. Closes it again if that fails.
+    static void complete_new(NYX_DB *db);
+    static OPENED register_opened(const std::string &path, ACCESS_MODE mode, const std::string &db_name,
+                                  const std::string &group_name, double size_factor);
+    /// What is left to do once a database that was loaded is registered.
+    static void complete_opened(NYX_DB *db);
+    /// Null if none of that name is open; with one use more otherwise.
+    static NYX_DB *find_by_name(const std::string &db_name, ACCESS_MODE mode, const std::string &group_name);
+    /// Takes an open database out of all tables and releases it, without telling anybody, and gives its uses of others
+    /// back.
+    static void discard(NYX_DB *db);
+    static void close_sub_dbs(const std::vector<NYX_DB *> &sub_dbs);
+
+    /// Declares the traits that the library itself uses.
+    void init_builtin_traits();
     int close(bool purge);
     NYX_DB_IMPL &get_impl() const;
     NYX_DB_GROUP *get_db_group() const;

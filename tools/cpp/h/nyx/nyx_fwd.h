@@ -51,6 +51,21 @@ class NYX_API NYX_BYTE1_TRAIT;
 class NYX_API NYX_BYTE4_TRAIT;
 class NYX_API NYX_BYTE8_TRAIT;
 
+// Traits by the type of their values, and walks over them.
+class NYX_API NYX_BOOL_TRAIT;
+class NYX_API NYX_INT_TRAIT;
+class NYX_API NYX_STRING_TRAIT;
+class NYX_API NYX_FLOAT_TRAIT;
+class NYX_API NYX_DOUBLE_TRAIT;
+class NYX_API NYX_TIME_TRAIT;
+class NYX_API NYX_APP_TRAIT;
+class NYX_API NYX_APP_DATA;
+class NYX_API NYX_SPARSE_TRAIT_VISITOR;
+template <class TRAIT, class T>
+class NYX_API NYX_TRAIT_OBJECT_ITER;
+template <class T>
+class NYX_API NYX_PROPERTY_ITER;
+
 // The rows behind the handles: opaque to callers.
 class NYX_MODULE_IMPL;
 class NYX_PORT_IMPL;

@@ -92,6 +92,12 @@ public:
 protected:
     NYX_INTERFACE() = default;
     ~NYX_INTERFACE() = default;
+
+private:
+    template <class T>
+    void add_member(const char *function, T *obj);
+    template <class T>
+    void remove_member(const char *function, T *obj);
 };
 
 #endif

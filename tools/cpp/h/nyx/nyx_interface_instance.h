@@ -66,6 +66,23 @@ struct std::hash<NYX_INTERFACE_INSTANCE> {
     std::size_t operator()(const NYX_INTERFACE_INSTANCE &value) const { return value.hash(); }
 };
 
+/// \internal The ports of an interface: the single ones, then those of each port bus.
+class NYX_API NYX_INTERFACE_PORT_WALK {
+public:
+    NYX_INTERFACE_PORT_WALK() = default;
+    explicit NYX_INTERFACE_PORT_WALK(const NYX_INTERFACE *interface);
+
+    /// Null behind the last one.
+    const NYX_PORT *get() const { return m_port; }
+    void step();
+
+private:
+    const NYX_PORT *m_port = nullptr;
+    NYX_INTERFACE_PORT_CONST_ITER m_next_port;
+    NYX_INTERFACE_PORT_BUS_CONST_ITER m_next_bus;
+    NYX_PORT_BUS_PORT_CONST_ITER m_next_bus_port;
+};
+
 /// Walks the inst ports of an interface instance.
 class NYX_API NYX_INTERFACE_INSTANCE_INST_PORT_ITER
     : public boost::iterator_facade<NYX_INTERFACE_INSTANCE_INST_PORT_ITER, NYX_INST_PORT *,
@@ -81,15 +98,14 @@ private:
     NYX_INTERFACE_INSTANCE_INST_PORT_ITER(const NYX_INSTANCE *instance, const NYX_INTERFACE *interface);
 
     NYX_INST_PORT *dereference() const;
-    bool equal(const NYX_INTERFACE_INSTANCE_INST_PORT_ITER &other) const { return m_port == other.m_port; }
+    // The ports of an interface differ, and behind the last one is none.
+    bool equal(const NYX_INTERFACE_INSTANCE_INST_PORT_ITER &other) const {
+        return m_ports.get() == other.m_ports.get();
+    }
     void increment();
 
     const NYX_INSTANCE *m_instance = nullptr;
-    NYX_PORT *m_port = nullptr; // null at the end: the ports of an interface differ
-    // What comes behind the present port: a walk over the single ports, one over the buses, one over the present bus.
-    NYX_INTERFACE_PORT_CONST_ITER m_next_port;
-    NYX_INTERFACE_PORT_BUS_CONST_ITER m_next_bus;
-    NYX_PORT_BUS_PORT_CONST_ITER m_next_bus_port;
+    NYX_INTERFACE_PORT_WALK m_ports;
 };
 
 using NYX_INTERFACE_NET_INTERFACE_ITER = std::vector<const NYX_INTERFACE *>::const_iterator;

@@ -1,6 +1,7 @@
 #include "nyx/nyx_db.h"
 
 #include "database/nyx_db_diagnostics.h"
+#include "database/nyx_db_files.h"
 #include "database/nyx_db_impl.h"
 #include "database/nyx_db_linker.h"
 #include "database/nyx_db_lock.h"
@@ -16,7 +17,6 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
-#include <limits>
 #include <sstream>
 #include <utility>
 #include <vector>
@@ -48,12 +48,6 @@ std::string environment(const char *variable) {
 std::string current_directory() {
     std::error_code error;
     return std::filesystem::current_path(error).string();
-}
-
-// Saturates: what does not fit is refused by the system like any other range that it does not have.
-std::size_t bytes_of(unsigned long long size_MiB) {
-    constexpr std::size_t max = std::numeric_limits<std::size_t>::max();
-    return size_MiB <= (max >> 20) ? static_cast<std::size_t>(size_MiB) << 20 : max;
 }
 
 } // namespace
@@ -122,11 +116,63 @@ NYX_DB *NYX_DB::create_non_persistent(unsigned long long size_MiB, NYX_DB_TYPE t
                                       const std::string &group_name) {
     const NYX_REPORT::NYX_REPORT_PROFILE profile("NYX_DB::create_non_persistent");
     NYX_CHECK_MSG(type >= NYX_DB_TYPE::DEVICE && type <= NYX_DB_TYPE::WORKING_LIBRARY, "Unknown DB_TYPE");
-    NYX_DB *const db = register_non_persistent(bytes_of(size_MiB), type, db_name, group_name);
+    NYX_DB *db;
+    {
+        NYX_DB_LINKER &linker = NYX_DB_LINKER::get();
+        const NYX_DB_LOCK lock;
+        // An unknown group is not the default one: it has no databases yet.
+        const NYX_DB_GROUP *const known_group = db_name.empty() ? nullptr : linker.find_group(group_name);
+        if (known_group != nullptr && known_group->find_db_persistent(db_name) != nullptr)
+            NYX_RAISE_RUNTIME_ERROR("NYX_DB::create_non_persistent",
+                                    "DB " + db_name + (group_name.empty() ? "" : " from group " + group_name) +
+                                        " is already open or being created. Cannot create.");
+        db = register_new(
+            {"create_non_persistent()", nyx_bytes_of_MiB(size_MiB), type, db_name, group_name, std::nullopt, {}});
+    }
+    complete_new(db);
+    return db;
+}
+
+NYX_DB *NYX_DB::register_new(const NEW_DB &description) {
+    NYX_DB_LINKER &linker = NYX_DB_LINKER::get();
+    auto record = std::make_unique<NYX_DB_IMPL>();
+    record->m_file =
+        std::make_unique<NYX_MANAGED_SERIALISED_FILE>(description.size, description.type, description.client_id);
+    NYX_SEGMENT_MANAGER *const manager = record->m_file->get_segment_manager();
+    record->m_persistent = nyx_clear_object_padding(
+        manager->construct<NYX_DB_PERSISTENT>(NYX_DB_PERSISTENT::s_object_name)(manager, description.type));
+    record->m_file_name = description.file_name;
+    record->m_name = description.name;
+    record->m_group = description.group_name.empty() ? nullptr : linker.find_or_add_group(description.group_name);
+
+    NYX_DB *const db = NYX_DB_IMPL::attach(std::move(record));
+    trace_db_access(description.caller, db);
+    try {
+        linker.register_db(description.name, db);
+    } catch (...) {
+        NYX_DB_IMPL::detach(db);
+        throw;
+    }
+    try {
+        db->init_builtin_traits();
+        db->get_impl().m_builtin_traits = std::make_unique<NYX_BUILTIN_TRAITS>(db);
+    } catch (...) {
+        discard(db);
+        throw;
+    }
+    return db;
+}
+
+void NYX_DB::init_builtin_traits() {
+    NYX_BUILTIN_TRAITS::declare(this);
+}
+
+void NYX_DB::complete_new(NYX_DB *db) {
     try {
         nyx_notify<NYX_DB>(&NYX_OBSERVER<NYX_DB>::opened, db);
     } catch (...) {
-        // Those that were told of it are told of its end.
+        // Those that were told of it are told of its end. Nothing of it is saved.
+        db->disable_commit_on_close();
         try {
             db->close();
         } catch (...) {
@@ -134,44 +180,17 @@ NYX_DB *NYX_DB::create_non_persistent(unsigned long long size_MiB, NYX_DB_TYPE t
         }
         throw;
     }
-    return db;
-}
-
-NYX_DB *NYX_DB::register_non_persistent(std::size_t size, NYX_DB_TYPE type, const std::string &db_name,
-                                        const std::string &group_name) {
-    NYX_DB_LINKER &linker = NYX_DB_LINKER::get();
-    const NYX_DB_LOCK lock;
-    // An unknown group is not the default one: it has no databases yet.
-    const NYX_DB_GROUP *const known_group = db_name.empty() ? nullptr : linker.find_group(group_name);
-    if (known_group != nullptr && known_group->find_db_persistent(db_name) != nullptr)
-        NYX_RAISE_RUNTIME_ERROR("NYX_DB::create_non_persistent",
-                                "DB " + db_name + (group_name.empty() ? "" : " from group " + group_name) +
-                                    " is already open or being created. Cannot create.");
-
-    auto record = std::make_unique<NYX_DB_IMPL>();
-    record->m_file = std::make_unique<NYX_MANAGED_SERIALISED_FILE>(size, type, std::string());
-    NYX_SEGMENT_MANAGER *const manager = record->m_file->get_segment_manager();
-    record->m_persistent = manager->construct<NYX_DB_PERSISTENT>("NYX")(manager, type);
-    record->m_name = db_name;
-    record->m_group = group_name.empty() ? nullptr : linker.find_or_add_group(group_name);
-
-    NYX_DB *const db = NYX_DB_IMPL::attach(std::move(record));
-    trace_db_access("create_non_persistent()", db);
-    try {
-        linker.register_db(db_name, db);
-    } catch (...) {
-        NYX_DB_IMPL::detach(db);
-        throw;
-    }
-    return db;
 }
 
 void NYX_DB::discard(NYX_DB *db) {
     const NYX_DB_LOCK lock;
     if (NYX_DB_IMPL::is_closed(*db))
         return;
-    NYX_DB_LINKER::get().unregister_db(db->get_impl().m_name, db, true);
-    NYX_DB_IMPL::detach(db);
+    NYX_DB_LINKER &linker = NYX_DB_LINKER::get();
+    const std::vector<NYX_DB *> sub_dbs = linker.get_sub_dbs(db, true);
+    linker.unregister_db(db->get_impl().m_name, db, true);
+    NYX_DB_IMPL::detach(db).reset();
+    close_sub_dbs(sub_dbs);
 }
 
 int NYX_DB::close() {
@@ -201,7 +220,12 @@ int NYX_DB::close(bool purge) {
 
     std::vector<NYX_DB *> sub_dbs;
     try {
+        if (!purge)
+            linker.check_not_in_use(name, this);
         nyx_notify<NYX_DB>(&NYX_OBSERVER<NYX_DB>::closing, this);
+        // While it is registered: one that can't be saved stays open.
+        if (m_impl->m_commit_on_close && is_persistent() && !is_read_only())
+            m_impl->m_file->commit_impl(*m_impl->m_file_name);
         sub_dbs = linker.get_sub_dbs(this, true);
         linker.unregister_db(name, this, purge);
     } catch (...) {
@@ -211,7 +235,11 @@ int NYX_DB::close(bool purge) {
         throw;
     }
     NYX_DB_IMPL::detach(this).reset();
+    close_sub_dbs(sub_dbs);
+    return remaining;
+}
 
+void NYX_DB::close_sub_dbs(const std::vector<NYX_DB *> &sub_dbs) {
     // The first failure is kept until each sub-database got its use back.
     std::exception_ptr failure;
     for (NYX_DB *const sub_db : sub_dbs) {
@@ -227,7 +255,10 @@ int NYX_DB::close(bool purge) {
     }
     if (failure != nullptr)
         std::rethrow_exception(failure);
-    return remaining;
+}
+
+void NYX_DB::disable_commit_on_close() {
+    get_impl().m_commit_on_close = false;
 }
 
 bool NYX_DB::add_nyx_db_path(const std::string &db_name, const std::string &file_path, bool verbose) {
@@ -333,11 +364,8 @@ NYX_STATS NYX_DB::get_internal_stats() const {
 }
 
 std::uint64_t NYX_DB::get_schema_id(NYX_DB_TYPE, std::vector<NYX_SCHEMA_MEMBER> *members) {
-    constexpr std::uint64_t s_builtin_traits_version = 1;
     const std::uint64_t schema = NYX_DB_PERSISTENT::get_schema_id(members);
-    if (members != nullptr)
-        members->push_back(NYX_SCHEMA_MEMBER{s_builtin_traits_version, "NYX_BUILTIN_TRAITS"});
-    return nyx_hash_combine(schema, s_builtin_traits_version);
+    return nyx_hash_combine(schema, NYX_BUILTIN_TRAITS::get_schema_id(members));
 }
 
 bool NYX_DB::is_user() const {

@@ -6,8 +6,9 @@
 
 #include "database/nyx_db_cache.h"
 #include "database/nyx_db_persistent.h"
-#include "memory/nyx_managed_serialised_file.h"
+#include "file/nyx_managed_serialised_file.h"
 #include "nyx/nyx_db.h"
+#include "traits/nyx_builtin_traits.h"
 
 #include <memory>
 #include <optional>
@@ -25,6 +26,7 @@ public:
     NYX_DB::ACCESS_MODE m_access_mode = NYX_DB::ACCESS_MODE::MODIFY;
     NYX_DB_GROUP *m_group = nullptr; ///< null for the default group, never the linker
     bool m_commit_on_close = true;
+    std::unique_ptr<NYX_BUILTIN_TRAITS> m_builtin_traits; ///< there once the database stands
 
     /// The record of an open database; ends the run for a closed one.
     static NYX_DB_IMPL &of(const NYX_DB &db) { return db.get_impl(); }

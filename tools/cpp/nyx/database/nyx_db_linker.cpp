@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <mutex>
 
 using NYX_REPORT::PREFIX_VIEW;
@@ -30,6 +31,14 @@ const char *mode_word(NYX_DB::ACCESS_MODE mode) {
 
 std::string mode_number(NYX_DB::ACCESS_MODE mode) {
     return std::to_string(static_cast<unsigned>(mode));
+}
+
+// What two paths of one file have in common, whether it is there or not: it is absolute and free of links.
+std::string key_of_file(const std::string &path) {
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+    std::filesystem::path key = std::filesystem::weakly_canonical(absolute, error);
+    return error || key.empty() ? path : key.string();
 }
 
 // Makes the linker before any call.
@@ -125,6 +134,26 @@ NYX_DB_GROUP *NYX_DB_LINKER::find_or_add_group(const std::string &group_name) {
     return group_name.empty() ? this : &m_groups.try_emplace(group_name, group_name).first->second;
 }
 
+void NYX_DB_LINKER::remove_group(const std::string &group_name) {
+    const NYX_DB_LOCK lock;
+    const auto found = m_groups.find(group_name);
+    if (found == m_groups.end())
+        return;
+    // One without a name is not registered in the group, but refers to it all the same.
+    if (found->second.has_open_dbs() || find_first_db(&found->second) != nullptr)
+        NYX_RAISE_INVALID_ARGUMENT("NYX_DB_LINKER::remove_group",
+                                   "Cannot remove DB group " + group_name + " while it has open DBs");
+    m_groups.erase(found);
+}
+
+NYX_DB *NYX_DB_LINKER::find_first_db(const NYX_DB_GROUP *group) const {
+    const NYX_DB_LOCK lock;
+    for (const auto &[persistent, db] : m_persistent_to_db)
+        if (NYX_DB_IMPL::of(*db).m_group == group)
+            return db;
+    return nullptr;
+}
+
 void NYX_DB_LINKER::find_known_group_names(std::set<std::string> &names) const {
     const NYX_DB_LOCK lock;
     for (const auto &[name, group] : m_groups)
@@ -152,6 +181,7 @@ void NYX_DB_LINKER::register_db(const std::string &db_name, NYX_DB *db) {
     const std::string *const file = record.m_file_name ? &*record.m_file_name : nullptr;
 
     DB_REG_BY_NAME by_name(group_or_default(record.m_group), db_name, record.m_persistent);
+    const std::string file_key = file != nullptr ? key_of_file(*file) : std::string();
     if (file != nullptr) {
         if (const NYX_DB *const other = find_open_db_by_file(*file))
             NYX_RAISE_RUNTIME_ERROR("NYX_DB_LINKER::register_db", "The db file " + *file + " is already in use as '" +
@@ -162,12 +192,12 @@ void NYX_DB_LINKER::register_db(const std::string &db_name, NYX_DB *db) {
                  "Could not insert into persistent_to_db map - entry already exists");
     try {
         if (file != nullptr)
-            m_file_to_db.emplace(*file, db);
-        m_links.try_emplace(db);
+            m_file_to_db.emplace(file_key, db);
+        m_links.try_emplace(db).first->second.file_key = file_key;
         const std::unique_lock write(m_persistent_to_db_mutex);
         m_persistent_to_db.emplace(record.m_persistent, db);
     } catch (...) {
-        erase_db(db, record.m_persistent, file);
+        erase_db(db, record.m_persistent, file_key);
         throw;
     }
     by_name.keep();
@@ -180,14 +210,16 @@ void NYX_DB_LINKER::unregister_db(const std::string &db_name, NYX_DB *db, bool f
     NYX_DB_GROUP &group = group_or_default(record.m_group);
     const std::string *const file = record.m_file_name ? &*record.m_file_name : nullptr;
 
+    if (!force)
+        check_not_in_use(db_name, db);
     // A copy: the links change below.
     const std::vector<NYX_DB *> parents = get_parents(db);
-    if (!parents.empty() && !force)
-        NYX_RAISE_RUNTIME_ERROR(function,
-                                "Sub db '" + db_name + "' is still in use by '" + parents.front()->get_name() + "'");
     if (group.find_db_persistent(db_name) == nullptr)
         group.unregister_db(db_name); // raises, unless there is no name
-    if (file != nullptr && find_open_db_by_file(*file) != db)
+    // The key of its registration: the same path may lead elsewhere by now.
+    const auto links = m_links.find(db);
+    const std::string file_key = links != m_links.end() ? links->second.file_key : std::string();
+    if (file != nullptr && (file_key.empty() || !m_file_to_db.contains(file_key)))
         NYX_RAISE_RUNTIME_ERROR(function, "DB file '" + *file + "' is not registered");
     if (const auto found = m_persistent_to_db.find(record.m_persistent);
         found == m_persistent_to_db.end() || found->second != db)
@@ -203,17 +235,25 @@ void NYX_DB_LINKER::unregister_db(const std::string &db_name, NYX_DB *db, bool f
     }
     for (NYX_DB *const child : m_links.at(db).direct.in_order())
         m_links.at(child).parents.remove(db);
-    erase_db(db, record.m_persistent, file);
+    erase_db(db, record.m_persistent, file_key);
     for (NYX_DB *const ancestor : ancestors) {
         if (ancestor != db)
             m_links.at(ancestor).all = collect_sub_dbs(ancestor);
     }
 }
 
-void NYX_DB_LINKER::erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, const std::string *file) {
-    if (file != nullptr)
-        m_file_to_db.erase(*file);
+void NYX_DB_LINKER::check_not_in_use(const std::string &db_name, const NYX_DB *db) const {
+    const NYX_DB_LOCK lock;
+    if (const std::vector<NYX_DB *> &parents = get_parents(db); !parents.empty())
+        NYX_RAISE_RUNTIME_ERROR("NYX_DB_LINKER::unregister_db",
+                                "Sub db '" + db_name + "' is still in use by '" + parents.front()->get_name() + "'");
+}
+
+void NYX_DB_LINKER::erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, const std::string &file_key) {
+    if (const auto found = m_file_to_db.find(file_key); found != m_file_to_db.end() && found->second == db)
+        m_file_to_db.erase(found);
     m_links.erase(db);
+    m_trait_links.purge(persistent);
     const std::unique_lock write(m_persistent_to_db_mutex);
     m_persistent_to_db.erase(persistent);
 }
@@ -248,7 +288,7 @@ NYX_DB *NYX_DB_LINKER::find_open_db(const std::string &file_path, NYX_DB::ACCESS
             NYX_RAISE_RUNTIME_ERROR(function,
                                     "DB '" + db_name + "' is already opened in MODIFY mode and cannot be shared.");
         const std::string open_file = db->get_file_name();
-        const bool same_file = open_file == file_path;
+        const bool same_file = open_file == file_path || find_open_db_by_file(file_path) == db;
         if (same_file && open_mode == mode)
             return db;
         NYX_RAISE_RUNTIME_ERROR(function, "DB '" + db_name + "' (" + (same_file ? "" : "from " + file_path) +
@@ -264,8 +304,31 @@ NYX_DB *NYX_DB_LINKER::find_open_db(const std::string &file_path, NYX_DB::ACCESS
 
 NYX_DB *NYX_DB_LINKER::find_open_db_by_file(const std::string &file_path) const {
     const NYX_DB_LOCK lock;
-    const auto found = m_file_to_db.find(file_path);
+    const auto found = m_file_to_db.find(key_of_file(file_path));
     return found != m_file_to_db.end() ? found->second : nullptr;
+}
+
+NYX_DB_PERSISTENT *NYX_DB_LINKER::find_or_open_db_persistent(const std::string &db_name, NYX_DB_GROUP *group) {
+    ENTRY entry;
+    std::string group_name;
+    {
+        const NYX_DB_LOCK lock;
+        const NYX_DB_GROUP &searched = group_or_default(group);
+        if (NYX_DB_PERSISTENT *const db_persistent = searched.find_db_persistent(db_name))
+            return db_persistent;
+        entry = searched.lookup(db_name);
+        group_name = searched.get_name();
+    }
+    if (entry.path.empty())
+        NYX_RAISE_RUNTIME_ERROR("NYX_DB_LINKER::find_or_open_db_persistent",
+                                "Can't find path to db named '" + db_name +
+                                    "'. Have you done NYX_DB::init(...) or group initialization?");
+    const NYX_DB *const db =
+        NYX_DB::open(entry.path.c_str(), entry.mode, db_name.c_str(), group_name.c_str(), NYX_DB::s_keep_size);
+    NYX_CHECK_MSG(db, "Unexpected null db from NYX_DB::open('%s')", entry.path.c_str());
+    NYX_DB_PERSISTENT *const db_persistent = find_db_persistent(db_name, group);
+    NYX_CHECK_MSG(db_persistent, "Unexpected null db_persistent after opened DB '%s'", db_name.c_str());
+    return db_persistent;
 }
 
 bool NYX_DB_LINKER::add_sub_db(NYX_DB *parent, NYX_DB *child) {

@@ -4,6 +4,7 @@
 #include "database/nyx_db_group.h"
 #include "database/nyx_db_persistent.h"
 #include "nyx/nyx_db.h"
+#include "traits/nyx_trait_links.h"
 
 #include <atomic>
 #include <cstddef>
@@ -39,10 +40,8 @@ private:
 /// them is good while the caller holds it.
 ///
 /// Invariants, outside its members:
-///  1. Every open database is in the table of roots and in the table of links, by its file's path if it has a file, and
-///  in
-///     its group's table of names if it has a name. A database that is not open is in no table, be it as key or as
-///     value.
+///  1. Every open database is in the table of roots and in the table of links, by its file if it has one, and in its
+///     group's table of names if it has a name. A database that is not open is in no table, be it as key or as value.
 ///  2. B is in A's direct list exactly if A is in B's parents list, and A's list of all is what the direct lists lead
 ///  to.
 class NYX_DB_LINKER final : public NYX_DB_GROUP {
@@ -68,6 +67,11 @@ public:
     NYX_DB_GROUP *find_group(const std::string &group_name);
     /// This object for an empty name. A new group stays until it is removed.
     NYX_DB_GROUP *find_or_add_group(const std::string &group_name);
+    /// Takes a group out. Raises NYX_INVALID_ARGUMENT "Cannot remove DB group NAME while it has open DBs". An unknown
+    /// name does nothing.
+    void remove_group(const std::string &group_name);
+    /// The first open database of a group, by address of its root; null if there is none.
+    NYX_DB *find_first_db(const NYX_DB_GROUP *group) const;
     /// Adds the names of the named groups.
     void find_known_group_names(std::set<std::string> &names) const;
 
@@ -110,8 +114,16 @@ public:
     /// is already open as 'OTHER' and cannot be loaded as 'NAME.".
     NYX_DB *find_open_db(const std::string &file_path, NYX_DB::ACCESS_MODE mode, const std::string &db_name,
                          const std::string &group_name);
-    /// The open database with this file, else null.
+    /// The open database with this file, by whatever path it was opened, else null.
     NYX_DB *find_open_db_by_file(const std::string &file_path) const;
+
+    /// The root of the database `db_name` of a group, opened with one use if it isn't open. Raises NYX_RUNTIME_ERROR
+    /// "Can't find path to db named 'NAME'. Have you done NYX_DB::init(...) or group initialization?", and what
+    /// NYX_DB::open() raises.
+    NYX_DB_PERSISTENT *find_or_open_db_persistent(const std::string &db_name, NYX_DB_GROUP *group);
+
+    /// Raises NYX_RUNTIME_ERROR "Sub db 'NAME' is still in use by 'PARENT'" for a database that others refer to.
+    void check_not_in_use(const std::string &db_name, const NYX_DB *db) const;
     /// \}
 
     /// \name Who refers to whom
@@ -125,6 +137,10 @@ public:
     const std::vector<NYX_DB *> &get_sub_dbs(const NYX_DB *db, bool direct) const;
     /// Number `index` of these, null behind the last and for a database that is not registered.
     NYX_DB *find_sub_db(const NYX_DB *db, bool direct, std::size_t index) const;
+    /// Links `db` to the open databases that its instances refer to, and these to theirs, the first time that it is
+    /// called for a database. Counts no use. Not under the lock.
+    void update_hierarchy_maps(NYX_DB *db);
+
     /// The databases that refer to `db` themselves; none for one that is not registered.
     const std::vector<NYX_DB *> &get_parents(const NYX_DB *db) const;
     /// \}
@@ -157,6 +173,19 @@ public:
                                         std::size_t &index) const;
     /// \}
 
+    /// \name Traits of several databases
+    /// \{
+
+    /// The trait of another open database, by its root, that corresponds to `trait`: same name, internal name, type of
+    /// objects and of values. Null if it has none. TRAIT is a width or a class of typed traits.
+    template <class TRAIT>
+    const TRAIT *find_corresponding_trait(const TRAIT *trait, const NYX_DB_PERSISTENT *root) {
+        // Both lead to the row's address, and the row decides what it is.
+        return static_cast<const TRAIT *>(find_corresponding(trait, root));
+    }
+    NYX_TRAIT_LINKS &trait_links() { return m_trait_links; }
+    /// \}
+
 private:
     /// The registration of a database by its name, with one use: taken back with this object unless it is kept.
     class DB_REG_BY_NAME;
@@ -170,6 +199,8 @@ private:
         NYX_DB_LIST direct;
         NYX_DB_LIST parents;
         NYX_DB_LIST all;
+        std::string file_key;     ///< in the table of files; empty without a file
+        bool initialized = false; ///< update_hierarchy_maps() has been here
     };
 
     NYX_DB_LINKER();
@@ -177,7 +208,13 @@ private:
 
     NYX_DB_GROUP &group_or_default(NYX_DB_GROUP *group) { return group != nullptr ? *group : *this; }
     const NYX_DB_GROUP &group_or_default(const NYX_DB_GROUP *group) const { return group != nullptr ? *group : *this; }
-    void erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, const std::string *file);
+    const void *find_corresponding(const NYX_BYTE1_TRAIT *trait, const NYX_DB_PERSISTENT *root);
+    const void *find_corresponding(const NYX_BYTE4_TRAIT *trait, const NYX_DB_PERSISTENT *root);
+    const void *find_corresponding(const NYX_BYTE8_TRAIT *trait, const NYX_DB_PERSISTENT *root);
+    template <class WIDTH>
+    const void *find_corresponding_of_width(const WIDTH *trait, const NYX_DB_PERSISTENT *root);
+    bool is_registered(const NYX_DB_PERSISTENT *persistent) const;
+    void erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, const std::string &file_key);
     std::vector<NYX_DB *> find_ancestors(const NYX_DB *db) const;
     NYX_DB_LIST collect_sub_dbs(const NYX_DB *db) const;
 
@@ -203,6 +240,7 @@ private:
     bool m_instances_of_module_initialized = false;
     std::map<NYX_MODULE *, std::set<NYX_INSTANCE *>> m_instances_of_module;
     OBSERVER *m_observer = nullptr; // as lasting as the linker
+    NYX_TRAIT_LINKS m_trait_links;
 };
 
 #endif

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <iterator>
 #include <limits>
+#include <new>
 #include <numeric>
 
 namespace NYX::MEM_ALGO {
@@ -691,6 +692,67 @@ void NYX_VALLOC::post_load() {
             NYX_BAREBONES_NOTIFIER::notify_allocation(user_of(block), usable_bytes(block), usable_bytes(block));
     }
     poison_free_blocks();
+}
+
+NYX_VALLOC_TEMPLATE
+bool NYX_VALLOC::adopt_image(size_type image_size) {
+    const size_type first_offset = sizeof(*this) + SegmentManagerBytes;
+    if (image_size < MinSegmentBytes || m_header.m_zero != 0 || m_header.m_extra_hdr_bytes != SegmentManagerBytes ||
+        m_header.m_size != image_size || m_header.m_allocated > image_size - first_offset ||
+        std::any_of(std::begin(m_header.m_reserved), std::end(m_header.m_reserved),
+                    [](auto byte) { return byte != 0; }))
+        return false;
+    block_ctrl *const first = first_block();
+    if (first->m_prev_size != end_units_for(image_size) || !first->m_prev_allocated)
+        return false;
+    block_ctrl *const end = end_block();
+    if (end->m_size != first->m_prev_size || !end->m_allocated)
+        return false;
+    std::vector<block_ctrl *> free_blocks;
+    size_type allocated_units = 0;
+    size_type left = end->m_size;
+    for (block_ctrl *block = first; block != end; block = next_block(block)) {
+        const size_type units = block->m_size;
+        // The rest is what a block more has to fit in, or nothing.
+        if (units < BlockCtrlUnits || units > left || (units < left && left - units < BlockCtrlUnits))
+            return false;
+        left -= units;
+        const block_ctrl *const next = next_block(block);
+        if (block->m_allocated != next->m_prev_allocated)
+            return false;
+        if (block->m_allocated) {
+            allocated_units += units;
+        } else {
+            if (!block->m_prev_allocated || next->m_prev_size != units)
+                return false;
+            free_blocks.push_back(block);
+        }
+    }
+    if (allocated_units * Alignment != m_header.m_allocated)
+        return false;
+    fill_free_tree(free_blocks);
+    return true;
+}
+
+NYX_VALLOC_TEMPLATE
+void NYX_VALLOC::rebuild_free_tree() {
+    std::vector<block_ctrl *> free_blocks;
+    for (block_ctrl &block : m_header.m_imultiset)
+        free_blocks.push_back(&block);
+    fill_free_tree(free_blocks);
+}
+
+NYX_VALLOC_TEMPLATE
+void NYX_VALLOC::fill_free_tree(std::vector<block_ctrl *> &free_blocks) {
+    std::sort(free_blocks.begin(), free_blocks.end(), [](const block_ctrl *a, const block_ctrl *b) {
+        return a->m_size != b->m_size ? a->m_size < b->m_size : a < b;
+    });
+    // Not cleared: the links of a tree that was read in lead anywhere.
+    free_tree &tree = *::new (&m_header.m_imultiset) free_tree();
+    for (block_ctrl *const block : free_blocks) {
+        ::new (static_cast<tree_hook *>(block)) tree_hook();
+        tree.insert(tree.end(), *block);
+    }
 }
 
 NYX_VALLOC_TEMPLATE

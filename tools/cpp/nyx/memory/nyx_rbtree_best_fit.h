@@ -41,6 +41,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace NYX::MEM_ALGO {
 
@@ -69,6 +70,8 @@ public:
     static constexpr size_type PayloadPerAllocation = 8;
     /// The smallest segment: control area, one block, end block.
     static constexpr size_type MinSegmentBytes = 224;
+    /// What the segment manager keeps behind the allocator.
+    static constexpr size_type SegmentManagerBytes = 64;
     static constexpr size_type CommitStep = size_type(1) << 30;
 
     /// Builds a segment over `size` bytes of address space that start at this object. `extra_hdr_bytes` is what the
@@ -150,6 +153,15 @@ public:
     /// Takes over an image that has been read into a range which is committed up to get_size(): tells the allocation
     /// notifier of every allocated block. Ends the run on an image whose blocks contradict each other.
     void post_load();
+
+    /// What comes before post_load(): whether the `image_size` bytes that start at this object, which are committed,
+    /// can be a segment. False without a change if its blocks contradict each other or the control area. Else the free
+    /// ones are put in a new tree. O(blocks + free blocks * log free blocks).
+    bool adopt_image(size_type image_size);
+
+    /// Puts the free blocks in a tree whose shape depends on nothing but where they lie and how large they are.
+    /// O(free blocks * log free blocks).
+    void rebuild_free_tree();
 
     bool all_memory_deallocated() const { return m_header.m_allocated == 0; }
 
@@ -278,6 +290,7 @@ private:
     void settle_grown(block_ctrl *block);
 
     void give_back(block_ctrl *block);
+    void fill_free_tree(std::vector<block_ctrl *> &free_blocks);
     template <class BYTES_OF>
     void allocate_each(size_type count, BYTES_OF bytes_of, multiallocation_chain &chain);
     void *allocate_command(boost::interprocess::allocation_type command, size_type limit,

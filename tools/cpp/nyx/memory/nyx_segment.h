@@ -15,6 +15,7 @@
 #include <boost/interprocess/segment_manager.hpp>
 
 #include <cstddef>
+#include <cstring>
 #include <type_traits>
 
 /// A segment's manager stands at the segment's start: image base, manager and allocator are one address.
@@ -45,6 +46,15 @@ inline void nyx_notify_deallocated(const NYX_SEGMENT_MANAGER &manager, const voi
     NYX_BAREBONES_NOTIFIER::notify_deallocation(ptr, usable, usable);
 }
 /// \}
+
+/// Zeroes the four bytes in front of an object that the manager has constructed: they are padding of Boost's header of
+/// the object, and would put what happened to lie on the stack into the image. Gives back `object`.
+template <class T>
+T *nyx_clear_object_padding(T *object) {
+    static_assert(sizeof(boost::interprocess::ipcdetail::block_header<std::size_t>) == 16);
+    std::memset(reinterpret_cast<char *>(object) - 4, 0, 4);
+    return object;
+}
 
 /// Allocator of everything in a segment: one offset pointer to the segment manager, boost::interprocess::bad_alloc when
 /// the segment is full, and the notices.
@@ -140,6 +150,11 @@ public:
     /// The segment of `other` at another address, `extra` bytes larger. 1 to 39 extra bytes hold no block and are left
     /// out.
     NYX_SEGMENT(const NYX_SEGMENT &other, std::size_t extra);
+    /// Tag of the constructor below.
+    struct FOR_IMAGE {};
+    /// Reserves `size` bytes for an image that is yet to be read to data(); the first `image_size` of them can be
+    /// written. There is no manager before attach_image().
+    NYX_SEGMENT(FOR_IMAGE, std::size_t size, std::size_t image_size);
     NYX_SEGMENT(const NYX_SEGMENT &) = delete;
     NYX_SEGMENT &operator=(const NYX_SEGMENT &) = delete;
     ~NYX_SEGMENT();
@@ -148,6 +163,14 @@ public:
     const NYX_SEGMENT_MANAGER *get_segment_manager() const { return m_manager; }
     NYX::MEM_ALGO::segment_algorithm &algorithm() { return *nyx_get_algorithm(m_manager); }
     const NYX::MEM_ALGO::segment_algorithm &algorithm() const { return *nyx_get_algorithm(m_manager); }
+
+    /// Makes the image of `image_size` bytes that now lies at data() this object's segment. False if it can't be one;
+    /// nothing was followed out of it then. Its free blocks are put in order anew, so nothing of the stored tree is
+    /// used. O(blocks).
+    bool attach_image(std::size_t image_size);
+
+    /// Lets the segment span the whole reservation, but for a rest that no block fits in.
+    void grow_to_reservation();
 
     /// Bytes of the reservation.
     std::size_t size() const { return m_size; }

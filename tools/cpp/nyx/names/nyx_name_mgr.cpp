@@ -168,9 +168,8 @@ const char *NYX_NAME_MANAGER_IMPL::find_string(NYX_NAME_ID id) const {
 }
 
 NYX_NAME_MANAGER::NYX_NAME_MANAGER(NYX_SEGMENT_MANAGER *segment_manager)
-    : m_impl(
-          segment_manager->construct<NYX_NAME_MANAGER_IMPL>(boost::interprocess::anonymous_instance)(segment_manager)) {
-}
+    : m_impl(nyx_clear_object_padding(segment_manager->construct<NYX_NAME_MANAGER_IMPL>(
+          boost::interprocess::anonymous_instance)(segment_manager))) {}
 
 NYX_NAME_MANAGER::~NYX_NAME_MANAGER() {
     m_impl->segment->destroy_ptr(m_impl.get());

@@ -9,6 +9,7 @@
 #include "database/nyx_db_persistent.h"
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_db_observer.h"
+#include "netlist/nyx_interface_members.h"
 #include "netlist/nyx_object_values.h"
 #include "nyx/nyx_instance.h"
 #include "nyx/nyx_interface.h"
@@ -118,6 +119,7 @@ private:
         const NYX_PORT_ID to_id = NYX_PORT_TABLE::get_id(to);
         m_table.move(from_id, to_id);
         nyx_move_values(m_table, from_id, to_id);
+        nyx_interface_port_moved(from, to);
         if (to->m_net_ptr)
             nyx_relink_moved<NYX_PORT>(to->m_net_ptr.get(), to);
         m_table.reset(from_id);
@@ -185,10 +187,13 @@ void NYX_MODULE::release_ports() {
     NYX_MODULE_IMPL *const impl = get_impl();
     if (impl->m_num_ports == 0)
         return;
-    // The values are kept by identifier, and the identifiers are handed out again.
+    // Interfaces go later. The values are kept by identifier, and the identifiers are handed out again.
     for (NYX_PORT *const port : iter_ports()) {
-        if (port->get_parent() == this)
-            nyx_forget_values<NYX_PORT>(port);
+        if (port->get_parent() != this)
+            continue;
+        if (NYX_INTERFACE *const interface = port->get_interface())
+            interface->remove_port(port);
+        nyx_forget_values<NYX_PORT>(port);
     }
     const NYX_PORT_ID first = impl->m_first_port;
     const unsigned num_ports = impl->m_num_ports;

@@ -2,6 +2,7 @@
 
 #include "database/nyx_db_cache.h"
 #include "database/nyx_db_persistent.h"
+#include "netlist/nyx_bus_values.h"
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_db_observer.h"
 #include "netlist/nyx_module_ports.h"
@@ -63,6 +64,9 @@ void NYX_PORT::deallocate() {
     nyx_notify<NYX_PORT>(&NYX_OBSERVER<NYX_PORT>::deallocated, this, parent);
     if (NYX_PORT_BUS *const bus = get_bus())
         bus->remove_port(this);
+    // Behind the bus, which hides an interface of the port's own.
+    if (NYX_INTERFACE *const interface = get_interface())
+        interface->remove_port(this);
     const unsigned index = get_index();
     for (NYX_INSTANCE *const instance : parent->iter_instances_of()) {
         if (NYX_INST_PORT *const inst_port = instance->get_inst_port_by_index(index))
@@ -114,6 +118,18 @@ unsigned int NYX_PORT::get_index() const {
 
 NYX_PORT_BUS *NYX_PORT::get_bus() const {
     return nyx_cell(&NYX_PORT_TABLE::m_bus_ptr, get_impl()).get();
+}
+
+NYX_INTERFACE *NYX_PORT::get_interface() const {
+    if (const NYX_PORT_BUS *const bus = get_bus())
+        return bus->get_interface();
+    return nyx_own_interface<NYX_PORT>(this);
+}
+
+void NYX_PORT::set_interface(NYX_INTERFACE *interface) {
+    if (get_bus() != nullptr)
+        NYX_RAISE_INVALID_ARGUMENT("NYX_PORT::set_interface", "Cannot add a port in a bus to interface");
+    nyx_set_own_interface<NYX_PORT>(this, interface);
 }
 
 bool NYX_PORT_INDEX_COMPARE::operator()(const NYX_PORT *a, const NYX_PORT *b) const {

@@ -1,13 +1,33 @@
-#include "memory/nyx_managed_serialised_file.h"
+#include "file/nyx_managed_serialised_file.h"
 
 #include "nyx_report/nyx_report.h"
+#include "nyx_report/nyx_report_exception.h"
 
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 NYX_MANAGED_SERIALISED_FILE::NYX_MANAGED_SERIALISED_FILE(std::size_t size, NYX_DB_TYPE type, std::string tag)
     : m_segment(std::make_unique<NYX_SEGMENT>(size))
     , m_type(type)
     , m_tag(std::move(tag)) {}
+
+NYX_MANAGED_SERIALISED_FILE::NYX_MANAGED_SERIALISED_FILE(bool read_only)
+    : m_type(NYX_DB_TYPE::USER)
+    , m_read_only(read_only) {}
+
+NYX_MANAGED_SERIALISED_FILE::NYX_MANAGED_SERIALISED_FILE(OPEN_FOR_MODIFICATION, const std::string &path,
+                                                         const NYX_FILE_OPTIONS &options)
+    : NYX_MANAGED_SERIALISED_FILE(false) {
+    if (!load(path, options))
+        throw NYX_FILE_IO_EXCEPTION(path, {ENOENT, std::system_category()}, NYX_FILE_IO_EXCEPTION::READ);
+}
+
+NYX_MANAGED_SERIALISED_FILE::NYX_MANAGED_SERIALISED_FILE(OPEN_READ_ONLY, const std::string &path)
+    : NYX_MANAGED_SERIALISED_FILE(true) {
+    if (!load(path))
+        throw NYX_FILE_IO_EXCEPTION(path, {ENOENT, std::system_category()}, NYX_FILE_IO_EXCEPTION::READ);
+}
 
 NYX_MANAGED_SERIALISED_FILE::NYX_MANAGED_SERIALISED_FILE(const NYX_MANAGED_SERIALISED_FILE &other, std::size_t extra)
     : m_segment(std::make_unique<NYX_SEGMENT>(*other.m_segment, extra))
@@ -28,4 +48,8 @@ std::size_t NYX_MANAGED_SERIALISED_FILE::get_size() const {
 
 const char *NYX_MANAGED_SERIALISED_FILE::get_starting_address() const {
     return reinterpret_cast<const char *>(get_segment_manager());
+}
+
+NYX_DB_FILE_STATS NYX_MANAGED_SERIALISED_FILE::read_header(std::istream &stream, const std::string &path) {
+    return nyx_read_file_header(stream, path);
 }

@@ -1,4 +1,4 @@
-#include "memory/nyx_managed_serialised_file.h"
+#include "file/nyx_managed_serialised_file.h"
 
 #include "nyx_report/nyx_report_exception.h"
 

@@ -1,0 +1,395 @@
+#include "database/nyx_db_image_check.h"
+
+#include "constraints/nyx_constraint_arg_table.h"
+#include "constraints/nyx_constraint_collection_table.h"
+#include "constraints/nyx_constraint_stmt_table.h"
+#include "constraints/nyx_entity_table.h"
+#include "constraints/nyx_relative_object_table.h"
+#include "constraints/nyx_sdc_clock_table.h"
+#include "constraints/nyx_source_file_table.h"
+#include "database/nyx_db_persistent.h"
+#include "database/nyx_image_reader.h"
+#include "hierarchy/nyx_hier_instance_table.h"
+#include "hierarchy/nyx_hier_module_table.h"
+#include "hierarchy/nyx_hier_port_table.h"
+#include "names/nyx_name_mgr_impl.h"
+#include "netlist/nyx_inst_header_table.h"
+#include "netlist/nyx_inst_port_table.h"
+#include "netlist/nyx_instance_bus_table.h"
+#include "netlist/nyx_instance_table.h"
+#include "netlist/nyx_interface_table.h"
+#include "netlist/nyx_module_table.h"
+#include "netlist/nyx_net_bus_table.h"
+#include "netlist/nyx_net_table.h"
+#include "netlist/nyx_port_bus_table.h"
+#include "netlist/nyx_port_table.h"
+#include "traits/nyx_byte1_trait_table.h"
+#include "traits/nyx_byte4_trait_table.h"
+#include "traits/nyx_byte8_trait_table.h"
+
+#include <algorithm>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+// What the manager puts in front of a named object: the node of its index and the object's header; and of an unnamed
+// one: the header alone.
+namespace {
+
+constexpr std::size_t s_object_header_bytes = 16;
+constexpr std::size_t s_named_index_offset = 104;
+constexpr std::size_t s_unique_index_offset = 136;
+
+using ull = unsigned long long;
+
+std::uint32_t half_word(const char *at) {
+    std::uint32_t value;
+    std::memcpy(&value, at, sizeof(value));
+    return value;
+}
+
+// Rows that a page can hold in any column without the identifiers running out.
+constexpr std::uint64_t s_max_rows = ~std::uint32_t(0);
+
+} // namespace
+
+class NYX_DB_IMAGE_CHECKER {
+public:
+    explicit NYX_DB_IMAGE_CHECKER(NYX_SEGMENT_MANAGER *manager) : m_reader(manager) {}
+
+    NYX_DB_PERSISTENT *check(NYX_DB_TYPE type) {
+        NYX_DB_PERSISTENT *const root = find_root();
+        // The tables say which root they belong to, so the root comes first.
+        m_root = reinterpret_cast<std::uintptr_t>(root);
+        if (root->get_type() != type)
+            NYX_IMAGE_READER::fail("the root is of type %u, the file of type %u", unsigned(root->get_type()),
+                                   unsigned(type));
+        check_names(root);
+        check_tables(root);
+        return root;
+    }
+
+private:
+    using READER = NYX_IMAGE_READER;
+
+    NYX_DB_PERSISTENT *find_root() {
+        const char *const index = m_reader.base() + s_named_index_offset;
+        const char *const head = index + 8;
+        const char *const unique = m_reader.base() + s_unique_index_offset;
+        if (READER::word(index) != 0 || READER::word(unique) != 0 || READER::target(unique + 8) != 0 ||
+            READER::target(unique + 16) != reinterpret_cast<std::uintptr_t>(unique + 8) ||
+            READER::target(unique + 24) != reinterpret_cast<std::uintptr_t>(unique + 8))
+            READER::fail("an index of objects is damaged");
+        const char *root = nullptr;
+        const std::size_t bytes = s_object_header_bytes + sizeof(NYX_DB_PERSISTENT) + 4;
+        NYX_IMAGE_TREE(m_reader, "the index of objects").walk(head, 1, bytes, [&](const char *header) {
+            const char *const value = header + s_object_header_bytes;
+            // Bytes of the object, characters of its name, alignment, kind of object and size of a character.
+            constexpr unsigned char expected[] = {0, 0, 0, 0, 0, 0, 0, 0, 3, 0, 8, 0x21};
+            if (READER::word(header) != sizeof(NYX_DB_PERSISTENT) || std::memcmp(header + 8, expected + 8, 4) != 0 ||
+                std::memcmp(value + sizeof(NYX_DB_PERSISTENT), NYX_DB_PERSISTENT::s_object_name, 4) != 0)
+                READER::fail("the object in the index is no root");
+            root = value;
+        });
+        return reinterpret_cast<NYX_DB_PERSISTENT *>(const_cast<char *>(root));
+    }
+
+    // The object that an unnamed construction has put behind a link.
+    template <class T>
+    T *claim_object(const void *link, const char *what, std::uintptr_t address) {
+        static_assert(s_object_header_bytes == 16);
+        const char *const header =
+            m_reader.claim(address - s_object_header_bytes, s_object_header_bytes + sizeof(T), what);
+        if (READER::word(header) != static_cast<std::int64_t>(sizeof(T)))
+            READER::fail("%s at offset %zu has another size", what, m_reader.offset_of(link));
+        return reinterpret_cast<T *>(address);
+    }
+
+    // A vector of the segment: allocator, start, size, capacity. The elements, and how many.
+    std::pair<const char *, std::uint64_t> check_vector(const void *vector, std::size_t element_bytes,
+                                                        const char *what) {
+        const char *const at = static_cast<const char *>(vector);
+        const auto size = static_cast<std::uint64_t>(READER::word(at + 16));
+        const auto capacity = static_cast<std::uint64_t>(READER::word(at + 24));
+        if (!m_reader.leads_to_manager(at))
+            READER::fail("%s has another allocator", what);
+        if (size > capacity || capacity > m_reader.size() / element_bytes)
+            READER::fail("%s has %llu elements in room for %llu", what, ull(size), ull(capacity));
+        if (capacity == 0)
+            return {nullptr, 0};
+        return {m_reader.claim(READER::target(at + 8), capacity * element_bytes, what), size};
+    }
+
+    // A map of the root: its buckets and nodes, and that the values are identifiers of rows.
+    template <class MAP>
+    void check_map(const MAP &map, std::uint64_t limit, const char *what) {
+        using ELEMENT = typename MAP::value_type;
+        constexpr std::size_t next_link = (sizeof(ELEMENT) + 7) / 8 * 8;
+        static_assert(sizeof(map) == 64);
+        const char *const at = reinterpret_cast<const char *>(&map);
+        // Which pair of functions is in use, then the allocators of buckets and nodes, and behind the counts the
+        // greatest load, which is 1, and what it comes to.
+        if (static_cast<unsigned char>(*at) > 3 || !m_reader.leads_to_manager(at + 8) ||
+            !m_reader.leads_to_manager(at + 16) || half_word(at + 40) != 0x3F800000)
+            READER::fail("%s has another allocator or load", what);
+        const auto buckets = static_cast<std::uint64_t>(READER::word(at + 24));
+        const auto count = static_cast<std::uint64_t>(READER::word(at + 32));
+        if (buckets == 0 || (buckets & (buckets - 1)) != 0 || buckets > m_reader.size() / 8 ||
+            count > m_reader.size() / 16)
+            READER::fail("%s has %llu elements in %llu buckets", what, ull(count), ull(buckets));
+        const std::uintptr_t first_bucket = READER::target(at + 56);
+        if (first_bucket == 0) {
+            if (count != 0)
+                READER::fail("%s has elements and no buckets", what);
+            return;
+        }
+        const char *const bucket_array = m_reader.claim(first_bucket, (buckets + 1) * 8, what);
+        // The links of the buckets lead to nodes of the list, or to the one bucket more that is its start.
+        const std::uintptr_t list = reinterpret_cast<std::uintptr_t>(bucket_array + buckets * 8);
+        std::uint64_t found = 0;
+        std::uint64_t previous_bucket = ~std::uint64_t(0);
+        std::vector<std::pair<std::uint64_t, std::uintptr_t>> expected;
+        for (std::uintptr_t node = READER::target(bucket_array + buckets * 8), before = list; node != 0; ++found) {
+            if (found == count)
+                READER::fail("%s has more than its %llu elements", what, ull(count));
+            const char *const element = m_reader.claim(node, next_link + 16, what);
+            if (reinterpret_cast<const ELEMENT *>(element)->second.get() >= limit)
+                READER::fail("%s leads to row %u of %llu", what,
+                             reinterpret_cast<const ELEMENT *>(element)->second.get(), ull(limit));
+            const std::uint64_t info = static_cast<std::uint64_t>(READER::word(element + next_link + 8));
+            const std::uint64_t bucket = info & (~std::uint64_t(0) >> 1);
+            const bool is_first_of_group = info >> 63 == 0;
+            if (bucket >= buckets || (!is_first_of_group && bucket != previous_bucket) ||
+                nyx_mix_hash(typename MAP::hasher()(reinterpret_cast<const ELEMENT *>(element)->first)) % buckets !=
+                    bucket)
+                READER::fail("%s has an element in the wrong bucket", what);
+            if (bucket != previous_bucket)
+                // As if the list's start were the link of a node.
+                expected.emplace_back(bucket, before == list ? list - next_link : before);
+            previous_bucket = bucket;
+            before = node;
+            node = READER::target(element + next_link);
+        }
+        if (found != count)
+            READER::fail("%s has %llu elements, not %llu", what, ull(found), ull(count));
+        std::sort(expected.begin(), expected.end());
+        auto next = expected.begin();
+        for (std::uint64_t bucket = 0; bucket < buckets; ++bucket) {
+            std::uintptr_t wanted = 0;
+            if (next != expected.end() && next->first == bucket)
+                wanted = next++->second;
+            if (next != expected.end() && next->first == bucket)
+                READER::fail("%s has a bucket in two places", what);
+            if (READER::target(bucket_array + bucket * 8) != wanted)
+                READER::fail("%s: bucket %llu leads elsewhere", what, ull(bucket));
+        }
+    }
+
+    void check_names(NYX_DB_PERSISTENT *root);
+    void check_strings(const NYX_NAME_MANAGER_IMPL::STRINGS &strings, std::uint64_t limit, const char *what);
+    void check_tables(NYX_DB_PERSISTENT *root);
+    template <class TABLE>
+    void check_table(const void *link);
+    template <class COLUMN>
+    void check_column(const COLUMN &column, std::uintptr_t table, std::uint64_t rows, const char *what);
+    template <class PAGE>
+    void check_free_pages(const NYX_FREE_LIST_COLUMN<PAGE> &column, std::uint64_t num_allocated, const char *what);
+    template <class PAGE>
+    void check_free_chunks(const NYX_CHUNK_COLUMN<PAGE> &column, std::uint64_t num_allocated, const char *what);
+
+    NYX_IMAGE_READER m_reader;
+    std::uintptr_t m_root = 0;
+};
+
+void NYX_DB_IMAGE_CHECKER::check_strings(const NYX_NAME_MANAGER_IMPL::STRINGS &strings, std::uint64_t limit,
+                                         const char *what) {
+    const auto [links, count] = check_vector(&strings, sizeof(NYX_NAME_STRING_PTR), what);
+    if (count > limit)
+        READER::fail("%s has %llu names", what, ull(count));
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::uintptr_t address = READER::target(links + i * 8);
+        const std::size_t bytes = m_reader.usable(address);
+        if (bytes == 0 || std::memchr(reinterpret_cast<const char *>(address), 0, bytes) == nullptr)
+            READER::fail("%s: name %llu is no text", what, ull(i));
+        m_reader.claim(address, 1, what);
+    }
+}
+
+void NYX_DB_IMAGE_CHECKER::check_names(NYX_DB_PERSISTENT *root) {
+    const auto *const impl =
+        claim_object<NYX_NAME_MANAGER_IMPL>(&root->m_names, "the name manager", READER::target(&root->m_names));
+    if (!m_reader.leads_to_manager(&impl->segment))
+        READER::fail("the name manager belongs to another segment");
+    constexpr std::uint64_t max_names = std::uint64_t(1) << 31;
+    constexpr std::uint64_t max_bus_names = std::uint64_t(1) << 23;
+    check_strings(impl->id_reverse_lookup, max_names, "the table of names");
+    check_strings(impl->bus_id_reverse_lookup, max_bus_names, "the table of bus names");
+}
+
+template <class PAGE>
+void NYX_DB_IMAGE_CHECKER::check_free_pages(const NYX_FREE_LIST_COLUMN<PAGE> &column, std::uint64_t num_allocated,
+                                            const char *what) {
+    std::uint64_t num_free = 0;
+    std::vector<std::uintptr_t> with_free_row;
+    for (std::size_t i = 0; i < column.get_num_pages(); ++i) {
+        const char *const page = reinterpret_cast<const char *>(column.get_page(i));
+        std::uint32_t slot = half_word(page + 12);
+        unsigned length = 0;
+        for (; slot < PAGE::s_capacity; ++length) {
+            if (length == PAGE::s_capacity)
+                READER::fail("%s: the free rows of page %zu are a circle", what, i);
+            std::uint16_t next;
+            std::memcpy(&next, page + PAGE::s_head_size + slot * sizeof(typename PAGE::row_type), sizeof(next));
+            slot = next;
+        }
+        if (slot != PAGE::s_capacity)
+            READER::fail("%s: the free rows of page %zu lead to slot %u", what, i, slot);
+        num_free += length;
+        if (length != 0)
+            with_free_row.push_back(reinterpret_cast<std::uintptr_t>(page));
+    }
+    if (column.get_num_rows() - num_free != num_allocated)
+        READER::fail("%s has %llu rows, %llu of them free, but %llu in use", what, ull(column.get_num_rows()),
+                     ull(num_free), ull(num_allocated));
+
+    const char *const set = reinterpret_cast<const char *>(&column) + 48;
+    static_assert(sizeof(column) == 48 + 40);
+    if (!m_reader.leads_to_manager(set))
+        READER::fail("%s: the free pages have another allocator", what);
+    std::sort(with_free_row.begin(), with_free_row.end());
+    std::size_t at = 0;
+    NYX_IMAGE_TREE(m_reader, what).walk(set + 16, with_free_row.size(), 8, [&](const char *link) {
+        if (READER::fast_target(link) != with_free_row[at++])
+            READER::fail("%s: the free pages are not those with a free row", what);
+    });
+    if (static_cast<std::uint64_t>(READER::word(set + 8)) != with_free_row.size())
+        READER::fail("%s: %zu pages have a free row", what, with_free_row.size());
+}
+
+template <class PAGE>
+void NYX_DB_IMAGE_CHECKER::check_free_chunks(const NYX_CHUNK_COLUMN<PAGE> &column, std::uint64_t num_allocated,
+                                             const char *what) {
+    const char *const map = reinterpret_cast<const char *>(&column) + 48;
+    static_assert(sizeof(column) == 48 + 40 + 8);
+    const long long highest = column.get_highest_start();
+    const long long tail = column.get_free_tail();
+    if (!m_reader.leads_to_manager(map))
+        READER::fail("%s: the free chunks have another allocator", what);
+    if (highest < 0 || tail < 0 || ull(highest + tail) != column.get_num_rows())
+        READER::fail("%s has %lld and %lld rows of %llu", what, highest, tail, ull(column.get_num_rows()));
+    const auto count = static_cast<std::uint64_t>(READER::word(map + 8));
+    if (count > ull(highest))
+        READER::fail("%s has %llu free chunks", what, ull(count));
+    std::vector<std::pair<long long, long long>> chunks; // from where to where
+    long long previous_size = 1;
+    NYX_IMAGE_TREE(m_reader, what).walk(map + 16, count, 8, [&](const char *chunk) {
+        const int size = static_cast<int>(half_word(chunk));
+        const int start = static_cast<int>(half_word(chunk + 4));
+        if (size < previous_size || start < 0 || static_cast<long long>(start) + size > highest)
+            READER::fail("%s has a free chunk of %d rows from %d on", what, size, start);
+        previous_size = size;
+        chunks.emplace_back(start, static_cast<long long>(start) + size);
+    });
+    std::sort(chunks.begin(), chunks.end());
+    long long end = 0;
+    long long num_free = 0;
+    for (const auto &[from, to] : chunks) {
+        if (from < end)
+            READER::fail("%s has free chunks that overlap at %lld", what, from);
+        end = to;
+        num_free += to - from;
+    }
+    if (ull(highest - num_free) != num_allocated)
+        READER::fail("%s has %lld rows, %lld of them free, but %llu in use", what, highest, num_free,
+                     ull(num_allocated));
+}
+
+template <class COLUMN>
+void NYX_DB_IMAGE_CHECKER::check_column(const COLUMN &column, std::uintptr_t table, std::uint64_t rows,
+                                        const char *what) {
+    using PAGE = typename COLUMN::page_type;
+    const char *const at = reinterpret_cast<const char *>(&column);
+    if (READER::fast_target(at) != table || !m_reader.leads_to_manager(at + 40))
+        READER::fail("%s: a column belongs to another table or segment", what);
+    const auto [links, num_pages] = check_vector(at + 8, 8, what);
+    if (num_pages * PAGE::s_capacity > s_max_rows || num_pages * PAGE::s_capacity < rows)
+        READER::fail("%s: a column has %llu pages for %llu rows", what, ull(num_pages), ull(rows));
+    for (std::uint64_t i = 0; i < num_pages; ++i) {
+        const std::uintptr_t address = READER::fast_target(links + i * 8);
+        if (address % PAGE::s_alignment != 0)
+            READER::fail("%s: page %llu is not aligned", what, ull(i));
+        const char *const page = m_reader.claim(address, PAGE::s_storage_size, what);
+        if (READER::fast_target(page) != table || half_word(page + 8) != i * PAGE::s_capacity)
+            READER::fail("%s: page %llu belongs elsewhere", what, ull(i));
+    }
+}
+
+template <class TABLE>
+void NYX_DB_IMAGE_CHECKER::check_table(const void *link) {
+    const char *const what = TABLE::s_name;
+    const std::uintptr_t address = READER::fast_target(link);
+    const TABLE &table = *claim_object<TABLE>(link, what, address);
+    if (READER::fast_target(&table.m_persistent) != m_root)
+        READER::fail("%s belongs to another root", what);
+    const std::uint64_t num_allocated = table.num_allocated();
+    check_column(table.m_primary, address, table.iter_limit(), what);
+    if (num_allocated > table.iter_limit())
+        READER::fail("%s has %llu rows in use of %u", what, ull(num_allocated), table.iter_limit());
+    if constexpr (std::decay_t<decltype(table.m_primary)>::page_type::s_has_free_list)
+        check_free_pages(table.m_primary, num_allocated, what);
+    else
+        check_free_chunks(table.m_primary, num_allocated, what);
+    TABLE::for_each_column(
+        [&](const char *, auto column) { check_column(table.*column, address, table.m_primary.get_num_rows(), what); });
+}
+
+void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {
+    // The links stand in front of all else, in the order of the members.
+    const auto *links = reinterpret_cast<const std::int64_t *>(root);
+    check_table<NYX_MODULE_TABLE>(links++);
+    check_table<NYX_INSTANCE_TABLE>(links++);
+    check_table<NYX_INSTANCE_BUS_TABLE>(links++);
+    check_table<NYX_PORT_TABLE>(links++);
+    check_table<NYX_PORT_BUS_TABLE>(links++);
+    check_table<NYX_NET_BUS_TABLE>(links++);
+    check_table<NYX_INST_PORT_TABLE>(links++);
+    check_table<NYX_NET_TABLE>(links++);
+    check_table<NYX_INTERFACE_TABLE>(links++);
+    check_table<NYX_INST_HEADER_TABLE>(links++);
+    check_table<NYX_BYTE1_TRAIT_TABLE>(links++);
+    check_table<NYX_BYTE4_TRAIT_TABLE>(links++);
+    check_table<NYX_BYTE8_TRAIT_TABLE>(links++);
+    check_table<NYX_HIER_INSTANCE_TABLE>(links++);
+    check_table<NYX_HIER_MODULE_TABLE>(links++);
+    check_table<NYX_HIER_PORT_TABLE>(links++);
+    links = reinterpret_cast<const std::int64_t *>(
+        claim_object<NYX_DB_USER_DATA>(links, "the design entry", READER::fast_target(links)));
+    check_table<NYX_RELATIVE_OBJECT_TABLE>(links++);
+    check_table<NYX_CONSTRAINT_COLLECTION_TABLE>(links++);
+    check_table<NYX_CONSTRAINT_STMT_TABLE>(links++);
+    check_table<NYX_CONSTRAINT_ARG_TABLE>(links++);
+    check_table<NYX_SOURCE_FILE_TABLE>(links++);
+    check_table<NYX_ENTITY_TABLE>(links++);
+    check_table<NYX_SDC_CLOCK_TABLE>(links++);
+
+    check_map(root->m_module_nameid_to_objid, root->m_module_table->iter_limit(), "the map of modules");
+    check_map(root->m_byte1_trait_nameid_to_objid, root->m_byte1_trait_table->iter_limit(), "the map of byte1 traits");
+    check_map(root->m_byte4_trait_nameid_to_objid, root->m_byte4_trait_table->iter_limit(), "the map of byte4 traits");
+    check_map(root->m_byte8_trait_nameid_to_objid, root->m_byte8_trait_table->iter_limit(), "the map of byte8 traits");
+    check_map(root->m_inst_header_key_to_id, root->m_inst_header_table->iter_limit(), "the map of inst headers");
+    const NYX_MODULE_ID top = root->m_top_module_id;
+    if (root->m_module_table->num_allocated() != 0 && top.get() >= root->m_module_table->iter_limit() &&
+        (root->m_type == NYX_DB_TYPE::USER || root->m_type == NYX_DB_TYPE::DEVICE))
+        READER::fail("the top module is row %u of %u", top.get(), root->m_module_table->iter_limit());
+}
+
+NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type, std::string *fault) {
+    try {
+        return NYX_DB_IMAGE_CHECKER(manager).check(type);
+    } catch (const NYX_IMAGE_FAULT &found) {
+        if (fault != nullptr)
+            *fault = found.text;
+        return nullptr;
+    }
+}
