@@ -2,6 +2,7 @@
 
 #include "database/nyx_db_impl.h"
 #include "netlist/nyx_netlist_check.h"
+#include "traits/nyx_builtin_traits.h"
 
 #include <gtest/gtest.h>
 
@@ -464,6 +465,133 @@ TEST_F(Net, FlagsDoNotTouchOneAnother) {
     net->set_is_power(false);
     EXPECT_TRUE(net->get_initial_value());
     EXPECT_FALSE(net->is_power());
+}
+
+// Conversion.
+
+class NetConvert : public Net {
+protected:
+    NetConvert() {
+        m_other_db = NYX_DB::create_non_persistent(16, NYX_DB_TYPE::USER, "", "");
+        m_other = NYX_MODULE::allocate(m_other_db, "other", 0, NYX_MODULE::TYPE::HIERARCHY, nullptr, 0);
+        m_base = NYX_NET::allocate(m_other, "base", true);
+    }
+    ~NetConvert() override { m_other_db->close(); }
+
+    NYX_DB *m_other_db;
+    NYX_MODULE *m_other;
+    NYX_NET *m_base;
+    NYX_NET *m_net = make("n", true);
+};
+
+TEST_F(NetConvert, TakesTheOriginalNameWithoutNumberOrWithANewOne) {
+    ASSERT_EQ(m_base->get_name(), "base_0");
+    m_net->convert(m_base, false);
+    EXPECT_EQ(m_net->get_name(), "base");
+    m_net->convert(m_base, true);
+    EXPECT_EQ(m_net->get_name(), "base_0") << "of this database's numbers";
+    EXPECT_EQ(m_net->get_original_name(), "base");
+    EXPECT_EQ(m_top->find_net("base"), m_net);
+}
+
+TEST_F(NetConvert, TakesTheFlagsInPlaceOfItsOwn) {
+    m_net->set_is_ground(true);
+    m_base->set_is_power(true);
+    m_base->set_initial_value(true);
+    m_net->convert(m_base, false);
+    EXPECT_TRUE(m_net->is_power() && m_net->get_initial_value());
+    EXPECT_FALSE(m_net->is_ground());
+}
+
+TEST_F(NetConvert, TakesTraitsAcrossDatabasesInPlaceOfItsOwn) {
+    NYX_INT_TRAIT *const weight = NYX_NET::create_int_trait(m_db, "weight", 0, "", "");
+    NYX_INT_TRAIT *const other_weight = NYX_NET::create_int_trait(m_other_db, "weight", 0, "", "");
+    NYX_INT_TRAIT *const own = NYX_NET::create_int_trait(m_db, "own", 0, "", "");
+    m_net->set_value(own, 5);
+    m_base->set_value(other_weight, 7);
+    m_base->set_is_global(true);
+    m_net->convert(m_base, false);
+    EXPECT_EQ(m_net->get_value(weight), 7);
+    EXPECT_EQ(m_net->get_value(own), 0);
+    EXPECT_TRUE(m_net->is_global());
+}
+
+TEST_F(NetConvert, TakesPropertiesInPlaceOfItsOwn) {
+    m_net->set_property("own", 1);
+    m_base->set_property("text", std::string("words"));
+    m_base->set_property("number", 2.5);
+    m_net->convert(m_base, false);
+    EXPECT_FALSE(m_net->has_property("own"));
+    EXPECT_EQ(boost::get<std::string>(m_net->get_property("text")), "words");
+    EXPECT_EQ(boost::get<double>(m_net->get_property("number")), 2.5);
+}
+
+TEST_F(NetConvert, KeepsItsConnections) {
+    pin(m_u, 0)->connect(m_net);
+    m_net->convert(m_base, false);
+    EXPECT_EQ(pins_of(m_net), (STRINGS{"u.a"}));
+}
+
+TEST_F(NetConvert, OfNullEndsTheRun) {
+    EXPECT_DEATH(m_net->convert(nullptr, false), "check failed: base_net: Base net for convertion cannot be empty ");
+}
+
+// Values that go with the net.
+
+TEST_F(Net, DeletionTakesItsTraitsAndProperties) {
+    NYX_INT_TRAIT *const weight = NYX_NET::create_int_trait(m_db, "weight", 0, "", "");
+    NYX_NET *const old = make("n");
+    old->set_value(weight, 3);
+    old->set_property("x", 1);
+    old->deallocate();
+    NYX_NET *const net = make("n");
+    ASSERT_EQ(net, old);
+    EXPECT_EQ(net->get_value(weight), 0);
+    EXPECT_FALSE(net->has_property("x"));
+}
+
+TEST_F(Net, IsGlobalWhenToldSo) {
+    NYX_NET *const net = make("n");
+    EXPECT_FALSE(net->is_global());
+    net->set_is_global(true);
+    EXPECT_TRUE(net->is_global());
+    net->set_is_global(false);
+    EXPECT_FALSE(net->is_global());
+}
+
+TEST_F(Net, KnowsItsSourceLocation) {
+    NYX_NET *const net = make("n");
+    EXPECT_EQ(net->get_file_name(), "");
+    EXPECT_EQ(net->get_src_location(), "");
+    net->set_src_location("top.v", 12);
+    EXPECT_EQ(net->get_file_name(), "top.v");
+    EXPECT_EQ(net->get_file_lineno(), 12u);
+    EXPECT_EQ(net->get_src_location(), "top.v:12");
+    net->set_src_location(nullptr, 0);
+    EXPECT_EQ(net->get_src_location(), "");
+}
+
+TEST_F(Net, InABusShowsTheLocationOfTheBusAndStoresNoneThatIsTheSame) {
+    NYX_NET *const net = make("n[0]");
+    NYX_NET_BUS *const bus = NYX_NET_BUS::allocate(m_top, "n", 1, 0);
+    bus->set_src_location("top.v", 3);
+    bus->set_net(0, net);
+    EXPECT_EQ(net->get_src_location(), "top.v:3");
+    const NYX_BUILTIN_TRAITS &traits = NYX_BUILTIN_TRAITS::of(m_db);
+    net->set_src_location("top.v", 3);
+    EXPECT_TRUE(net->is_default_value(traits.m_net_file_name_trait));
+    EXPECT_TRUE(net->is_default_value(traits.m_net_file_lineno_trait));
+    net->set_src_location("top.v", 4);
+    EXPECT_EQ(net->get_src_location(), "top.v:4");
+    net->set_src_location("top.v", 3);
+    EXPECT_TRUE(net->is_default_value(traits.m_net_file_lineno_trait)) << "what was stored is given up";
+    EXPECT_EQ(net->get_src_location(), "top.v:3");
+}
+
+TEST_F(NetDeath, ALineNumberBelowZeroEndsTheRun) {
+    NYX_NET *const net = make("n");
+    net->set_value(NYX_BUILTIN_TRAITS::of(m_db).m_net_file_lineno_trait, -5);
+    EXPECT_DEATH(net->get_file_lineno(), "check failed: lineno >= 0 ");
 }
 
 // Names.

@@ -30,6 +30,7 @@
 #include "nyx/nyx_net.h"
 #include "nyx/nyx_object.h"
 #include "nyx/nyx_observer.h"
+#include "nyx/nyx_param_values.h"
 #include "nyx/nyx_port.h"
 #include "nyx/nyx_property.h"
 #include "nyx/nyx_relative_object.h"

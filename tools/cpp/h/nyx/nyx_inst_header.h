@@ -7,6 +7,8 @@
 
 #include <string>
 
+struct INST_HEADER_KEY;
+
 /// Stands in a database for a module that lies in another one, which it names: the link is followed by the names of
 /// database and module, so that it survives that either is closed and opened again. Instances and relative objects
 /// share it, and it goes with the last of them.
@@ -56,8 +58,11 @@ private:
     /// The header of `module` in the database `db`, made if there is none, with no reference yet.
     static NYX_INST_HEADER *find_or_create(NYX_DB_PERSISTENT *db, NYX_MODULE *module, const NYX_PARAM_VALUES *params);
 
+    static NYX_INST_HEADER *create(NYX_DB_PERSISTENT *db, const INST_HEADER_KEY &key, unsigned int num_ports);
+
     /// The module, null if it or its database is not there.
     NYX_MODULE *find_module() const;
+    const NYX_DB_PERSISTENT *find_sub_db() const;
 
     /// Whether the other database is in this one's group rather than in the default one.
     bool links_to_user_group() const;

@@ -178,26 +178,32 @@ protected:
     ~NYX_INSTANCE() = default;
 
 private:
-    friend class NYX_MODULE;
-
-    class BASE;
+    friend class NYX_MODULE; // its ports move
 
     /// For each row of a new run of inst ports the index of the present one that goes there, NO_ROW for none.
     using ROW_MAP = std::vector<unsigned int>;
     static constexpr unsigned int NO_ROW = ~0u;
 
-    static NYX_INSTANCE *create(NYX_MODULE *parent, const std::string &name, NYX_MODULE *module, bool make_unique,
-                                const BASE &base);
+    /// Refers to a base module from the database `persistent`: raises the module's count, or the count of its header,
+    /// which is returned, when it lies in another database.
+    static NYX_INST_HEADER *add_reference(NYX_DB_PERSISTENT *persistent, NYX_MODULE *module);
+    /// Undoes it: `module` counts if there is no header.
+    static void drop_reference(NYX_MODULE *module, NYX_INST_HEADER *header);
+    static void check_base_module(const NYX_DB_PERSISTENT *persistent, const NYX_MODULE *module,
+                                  const NYX_PARAM_VALUES *params, const char *function);
 
     /// Makes the run of inst ports `new_size` rows long and moves the inst ports in it as told; what is behind the end
     /// of the map stays empty. Inst ports that the map leaves out must have been deleted. Net lists, traits and
     /// properties follow, observers are told of each that moved, and the header is told the new length.
     void update_inst_port_array(unsigned int new_size, const ROW_MAP &row_map);
 
-    void change_module_internal(NYX_MODULE *new_module, const PORT_NAME_MAP &port_names,
-                                const NYX_PARAM_VALUES *generator_params);
-    /// Refers to the new module in place of the present one, whose header is the caller's to release.
-    void change_module_and_update_ref_count(NYX_MODULE *new_module, const NYX_PARAM_VALUES *generator_params);
+    void move_inst_ports(unsigned int new_size, const ROW_MAP &row_map, NYX_INST_PORT_ID new_first);
+    /// The first row of a run for update_inst_port_array, the present one if that will do.
+    NYX_INST_PORT_ID reserve_run(unsigned int new_size, const ROW_MAP &row_map);
+
+    void change_module_internal(NYX_MODULE *new_module, const PORT_NAME_MAP &port_names);
+    /// Refers to another module, by the header if one is given. What was referred to is the caller's to release.
+    void set_base(NYX_MODULE *new_module, NYX_INST_HEADER *new_header);
 };
 
 /// Orders instances by name.

@@ -58,6 +58,10 @@ public:
     void merge(NYX_NET *net_losing_all_connections);
     /// \}
 
+    /// Makes this net a copy of `base_net`, which may be in another database: its name, flags, traits and properties.
+    /// Connections stay. The suffix is a new one with `make_unique`, none otherwise. Ends the run for null.
+    void convert(NYX_NET *base_net, bool make_unique);
+
     /// \name Names
     /// The name is what was given at allocation, with "_" and the suffix behind it if the net has one; the original
     /// name is without. The prefix in a style is "NET:".
@@ -81,6 +85,26 @@ public:
     void set_is_power(bool value);
     /// Throws "Cannot set power net NAME to be ground". False always succeeds.
     void set_is_ground(bool value);
+    /// \}
+
+    /// \name Scope
+    /// Whether the net is meant to be the same in all modules.
+    /// \{
+    bool is_global() const;
+    void set_is_global(bool value);
+    /// \}
+
+    /// \name Source location
+    /// Kept for few nets: a net that has none of its own shows that of its bus.
+    /// \{
+    /// Empty for none.
+    std::string get_file_name() const;
+    /// Ends the run for a stored number below 0.
+    unsigned int get_file_lineno() const;
+    /// "FILE:LINE", empty without a file.
+    std::string get_src_location() const;
+    /// Stores nothing if the net's bus has the same location. Null is no file.
+    void set_src_location(const char *file_name, unsigned int lineno);
     /// \}
 
     /// \name Initial value

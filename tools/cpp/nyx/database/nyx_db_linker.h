@@ -167,10 +167,8 @@ public:
     void forget_module(NYX_MODULE *module);
     /// The headers in all open databases that stand for `module`. O(headers in open databases).
     std::vector<NYX_INST_HEADER *> get_headers_of(NYX_MODULE *module);
-    /// One of these headers that lies in `persistent` and is linked already, at or behind `index` among them; null if
-    /// there is none. `index` is moved behind it.
-    NYX_INST_HEADER *find_linked_header(const NYX_DB_PERSISTENT *persistent, const NYX_MODULE *module,
-                                        std::size_t &index) const;
+    /// One of these headers that lies in `persistent` and is linked already, null if there is none.
+    NYX_INST_HEADER *find_linked_header(const NYX_DB_PERSISTENT *persistent, const NYX_MODULE *module) const;
     /// \}
 
     /// \name Traits of several databases
@@ -218,10 +216,11 @@ private:
     std::vector<NYX_DB *> find_ancestors(const NYX_DB *db) const;
     NYX_DB_LIST collect_sub_dbs(const NYX_DB *db) const;
 
-    void index_all_instances();
-    void index_instances_in(NYX_DB_PERSISTENT *persistent);
-    void index_instances_of_modules_in(const NYX_DB *db);
+    static NYX_MODULE *find_base_module(const NYX_INSTANCE *instance);
     void index_instance(NYX_INSTANCE *instance);
+    void index_instances_in(const NYX_DB_PERSISTENT *persistent);
+    void index_waiting_instances(const NYX_INST_HEADER *header, NYX_MODULE *module);
+    void wait_for_module(const NYX_INST_HEADER *header, const NYX_MODULE *old_module);
     void purge_instances(const void *begin, const void *end);
     void purge_module_links(const NYX_DB_PERSISTENT *persistent, const void *begin, const void *end);
 
@@ -233,12 +232,16 @@ private:
     std::unordered_map<std::string, NYX_DB *> m_file_to_db;
     std::unordered_map<const NYX_DB *, LINKS> m_links;
 
+    /// Guards the two tables of headers; taken after NYX_DB_LOCK by those who need both.
+    mutable std::shared_mutex m_module_links_mutex;
     std::unordered_map<const NYX_DB_PERSISTENT *, MODULE_LINKS> m_module_links; // by the root of the headers
     std::atomic<std::uint64_t> m_module_links_generation{1};                    // changes when one of them goes
     std::map<const NYX_MODULE *, std::vector<NYX_INST_HEADER *>> m_headers_of_module;
 
     bool m_instances_of_module_initialized = false;
     std::map<NYX_MODULE *, std::set<NYX_INSTANCE *>> m_instances_of_module;
+    /// Those whose base module is in no open database, by the header that would lead to it.
+    std::map<const NYX_INST_HEADER *, std::set<NYX_INSTANCE *>> m_instances_without_module;
     OBSERVER *m_observer = nullptr; // as lasting as the linker
     NYX_TRAIT_LINKS m_trait_links;
 };

@@ -6,12 +6,14 @@
 #include "netlist/nyx_db_observer.h"
 #include "netlist/nyx_naming.h"
 #include "netlist/nyx_object_impl.h"
-#include "netlist/nyx_object_values.h"
+#include "netlist/nyx_sparse_location.h"
+#include "nyx/nyx_bus.h"
 #include "nyx/nyx_inst_port.h"
 #include "nyx/nyx_instance.h"
 #include "nyx/nyx_module.h"
 #include "nyx/nyx_port.h"
 #include "nyx_report/nyx_report_exception.h"
+#include "traits/nyx_attributes.h"
 
 #include <vector>
 
@@ -125,7 +127,7 @@ void NYX_NET::deallocate() {
     if (NYX_NET_BUS *const bus = get_bus())
         bus->remove_net(this);
     nyx_notify<NYX_NET>(&NYX_OBSERVER<NYX_NET>::deallocated, this, parent);
-    nyx_forget_values<NYX_NET>(this);
+    nyx_clear_traits<NYX_NET>(this);
     parent->remove_net(this);
     while (NYX_PORT_IMPL *const port = nyx_chain_first<NYX_PORT>(impl))
         remove_port(port);
@@ -198,6 +200,22 @@ void NYX_NET::merge(NYX_NET *net_losing_all_connections) {
         NYX_CHECK(inst_port->get_net() == nullptr);
         inst_port->connect(this);
     }
+}
+
+void NYX_NET::convert(NYX_NET *base_net, bool make_unique) {
+    NYX_CHECK_MSG(base_net, "Base net for convertion cannot be empty");
+    NYX_NAME_MANAGER &names = nyx_get_persistent(this)->names();
+    NYX_NET_IMPL *const impl = get_impl();
+    const std::string name = base_net->get_original_name();
+    const NYX_NAME_ID name_id = names.get_id(name.c_str());
+    const NYX_NAME_KEY old_key(impl->m_name_id);
+    impl->m_unique_suffix = make_unique ? nyx_next_suffix(names, name, name_id) : NYX_NO_SUFFIX;
+    impl->m_name_id = name_id;
+    impl->m_bits = base_net->get_impl()->m_bits;
+    follow_rename(impl, old_key);
+    nyx_clear_traits<NYX_NET>(this);
+    nyx_copy_traits<NYX_NET>(base_net, this);
+    nyx_copy_properties<NYX_NET>(base_net, this);
 }
 
 void NYX_NET::get_name(std::string &result, const NYX_NAME_STYLE &style) const {
@@ -277,4 +295,41 @@ bool NYX_NET::get_initial_value() const {
 void NYX_NET::set_initial_value(bool value) {
     set_trait(TRAIT::HAS_INITIAL_VALUE, true);
     set_trait(TRAIT::INITIAL_VALUE, value);
+}
+
+bool NYX_NET::is_global() const {
+    NYX_BOOL_TRAIT *const trait = nyx_builtin_traits(this).m_net_is_global_trait;
+    NYX_CHECK(trait);
+    return get_value(trait);
+}
+
+void NYX_NET::set_is_global(bool value) {
+    NYX_BOOL_TRAIT *const trait = nyx_builtin_traits(this).m_net_is_global_trait;
+    NYX_CHECK(trait);
+    set_value(trait, value);
+}
+
+namespace {
+
+NYX_LOCATION_TRAITS location_traits(const NYX_NET *net) {
+    const NYX_BUILTIN_TRAITS &traits = nyx_builtin_traits(net);
+    return {traits.m_net_file_name_trait, traits.m_net_file_lineno_trait};
+}
+
+} // namespace
+
+std::string NYX_NET::get_file_name() const {
+    return nyx_get_sparse_file_name(this, location_traits(this));
+}
+
+unsigned int NYX_NET::get_file_lineno() const {
+    return nyx_get_sparse_file_lineno(this, location_traits(this));
+}
+
+std::string NYX_NET::get_src_location() const {
+    return nyx_format_location(get_file_name(), get_file_lineno());
+}
+
+void NYX_NET::set_src_location(const char *file_name, unsigned int lineno) {
+    nyx_set_sparse_location(this, location_traits(this), file_name, lineno);
 }

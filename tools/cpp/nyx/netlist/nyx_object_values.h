@@ -5,32 +5,27 @@
 /// What hangs on an object beside its row and cells: the values that are kept by its identifier. They go with the
 /// object, since its identifier is handed out again, and move with its row.
 
-#include "database/nyx_db_persistent.h"
-#include "netlist/nyx_object_traits.h"
-#include "netlist/nyx_table.h"
+#include "netlist/nyx_inst_port_table.h"
+#include "netlist/nyx_port_table.h"
+#include "traits/nyx_attributes.h"
 
 /// Removes all values of an object.
 template <class T>
 void nyx_forget_values(T *object) {
-    using TABLE = typename NYX_OBJECT_TRAITS<T>::table;
-    auto *const row = object->get_impl();
-    TABLE *const table = TABLE::get_table(row);
-    if (!table->m_properties.empty())
-        table->m_properties.erase(TABLE::get_id(row));
+    nyx_clear_traits<T>(object);
 }
 
-/// Moves all values of an identifier to another one of the same table, which has none.
-template <class TABLE, class ID>
-void nyx_move_values(TABLE &table, ID from, ID to) {
-    if (table.m_properties.empty())
-        return;
-    const auto found = table.m_properties.find(from);
-    if (found == table.m_properties.end())
-        return;
-    // The node itself is entered again, which needs no memory.
-    auto node = table.m_properties.extract(found);
-    node.key() = to;
-    table.m_properties.insert(std::move(node));
+/// Moves all values of an identifier to another one of the same table.
+template <class T>
+void nyx_move_values_of(typename NYX_OBJECT_TRAITS<T>::table &table, typename NYX_OBJECT_TRAITS<T>::id from,
+                        typename NYX_OBJECT_TRAITS<T>::id to) {
+    nyx_move_traits<T>(table.get(from), table.get(to));
+}
+inline void nyx_move_values(NYX_PORT_TABLE &table, NYX_PORT_ID from, NYX_PORT_ID to) {
+    nyx_move_values_of<NYX_PORT>(table, from, to);
+}
+inline void nyx_move_values(NYX_INST_PORT_TABLE &table, NYX_INST_PORT_ID from, NYX_INST_PORT_ID to) {
+    nyx_move_values_of<NYX_INST_PORT>(table, from, to);
 }
 
 #endif
