@@ -12,7 +12,6 @@
 #include "netlist/nyx_object_values.h"
 #include "nyx/nyx_bus.h"
 #include "nyx/nyx_inst_port.h"
-#include "nyx/nyx_interface_instance.h"
 #include "nyx/nyx_module.h"
 #include "nyx/nyx_param_values.h"
 #include "nyx/nyx_port.h"
@@ -218,10 +217,6 @@ boost::iterator_range<NYX_INSTANCE_INST_PORT_ITER> NYX_INSTANCE::iter_inst_ports
 }
 boost::iterator_range<NYX_INSTANCE_INST_PORT_CONST_ITER> NYX_INSTANCE::const_iter_inst_ports() const {
     return {NYX_INSTANCE_INST_PORT_CONST_ITER(this), NYX_INSTANCE_INST_PORT_CONST_ITER()};
-}
-
-NYX_INTERFACE_INSTANCE NYX_INSTANCE::get_interface_instance(const NYX_INTERFACE *interface) const {
-    return NYX_INTERFACE_INSTANCE(this, interface);
 }
 
 // ---- Placement
