@@ -1,5 +1,5 @@
-// Traits and properties of a million nets against hash maps from numbers to values, with 1, 10 and 100 of a hundred nets
-// filled; and what it costs to clear an object that has nothing.
+// Traits and properties of a million nets against hash maps from numbers to values, with 1, 10 and 100 of a hundred
+// nets filled; and what it costs to clear an object that has nothing.
 #include "database/nyx_db_impl.h"
 #include "netlist/nyx_net_table.h"
 #include "nyx/nyx.h"
@@ -55,7 +55,9 @@ struct OF;
 template <>
 struct OF<NYX_BOOL_TRAIT> {
     using TYPE = bool;
-    static NYX_BOOL_TRAIT *find(NYX_DB *db) { return NYX_NET::find_or_create_bool_trait(db, "bool", false, "", "", ""); }
+    static NYX_BOOL_TRAIT *find(NYX_DB *db) {
+        return NYX_NET::find_or_create_bool_trait(db, "bool", false, "", "", "");
+    }
     static bool value(unsigned) { return true; }
 };
 template <>
