@@ -166,7 +166,7 @@ TEST_P(TraitModel, BehavesLikeMapsAtAnyAddress) {
             model.properties[i].erase(property);
         } else if (what < 96) {
             // The row is given back, and the next one is the same again.
-            nyx_clear_traits(net);
+            nyx_clear_traits<NYX_NET>(net);
             nets.deallocate(net);
             ASSERT_EQ(nets.allocate(), net);
             model.values.erase(i);

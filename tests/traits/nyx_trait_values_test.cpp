@@ -134,8 +134,8 @@ TEST_F(TraitValues, ResettingATraitKeepsItAndLeavesItsBlocks) {
     trait->reset_all_objects_having_this_trait();
     EXPECT_TRUE(trait->is_empty());
     EXPECT_EQ(m_net->get_value(trait), bytes("default"));
-    // The node and the buckets go, the block of the value doesn't.
-    EXPECT_EQ(notices.notices(RECORDING_LISTENER::NOTICE::DEALLOCATED).size(), 2u);
+    // The node, the list's head and the buckets go, the block of the value doesn't.
+    EXPECT_EQ(notices.notices(RECORDING_LISTENER::NOTICE::DEALLOCATED).size(), 3u);
     EXPECT_EQ(NYX_NET::find_app_trait(m_db, "t"), trait);
     m_net->set_value(trait, bytes("B"));
     EXPECT_EQ(m_net->get_value(trait), bytes("B"));
