@@ -93,7 +93,7 @@ private:
         const char *const index = m_reader.base() + s_named_index_offset;
         const char *const head = index + 8;
         const char *const unique = m_reader.base() + s_unique_index_offset;
-        if (READER::word(index) != 0 || READER::word(unique) != 0 || READER::target(unique + 8) != 0 ||
+        if (READER::word(index) != 1 || READER::word(unique) != 0 || READER::target(unique + 8) != 0 ||
             READER::target(unique + 16) != reinterpret_cast<std::uintptr_t>(unique + 8) ||
             READER::target(unique + 24) != reinterpret_cast<std::uintptr_t>(unique + 8))
             READER::fail("an index of objects is damaged");
