@@ -65,10 +65,11 @@ TEST_P(SaveFault, EachCallThatFailsLeavesAWholeFile) {
             // Permissions, a directory that can't be flushed for it can't be opened, and a try of several are no
             // losses.
             const bool may_work = call == "fchmod" || call == "open";
-            if (raised)
+            if (raised) {
                 EXPECT_TRUE(!is_new || call == "fsync") << call << ' ' << at;
-            else
+            } else {
                 EXPECT_TRUE(is_new && may_work) << call << ' ' << at;
+            }
         }
         save();
         EXPECT_TRUE(check("a save that works"));
@@ -126,8 +127,9 @@ TEST_P(SaveFault, ReadThatFailsIsToldAsOne) {
             EXPECT_EQ(result, "nothing");
             break;
         }
-        if (failing.calls()[at] != "close")
+        if (failing.calls()[at] != "close") {
             EXPECT_EQ(result, "file io 0") << failing.calls()[at] << ' ' << at;
+        }
     }
 }
 

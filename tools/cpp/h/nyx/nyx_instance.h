@@ -111,7 +111,13 @@ public:
     /// In the order of the base module's ports. Places of deleted ports are walked too: there is_valid() is false.
     boost::iterator_range<NYX_INSTANCE_INST_PORT_ITER> iter_inst_ports();
     boost::iterator_range<NYX_INSTANCE_INST_PORT_CONST_ITER> const_iter_inst_ports() const;
+    /// An interface of the base module as this instance has it; fails as the constructor of NYX_INTERFACE_INSTANCE does.
+    NYX_INTERFACE_INSTANCE get_interface_instance(const NYX_INTERFACE *interface) const;
     /// \}
+
+    /// What an interface of the base module is on this instance. Throws what NYX_INTERFACE_INSTANCE throws for an
+    /// interface that is null or another module's.
+    NYX_INTERFACE_INSTANCE get_interface_instance(const NYX_INTERFACE *interface) const;
 
     /// \name Placement
     /// \{
@@ -160,6 +166,15 @@ public:
     std::string get_src_location() const;
     /// A null file name stands for none.
     void set_src_location(const char *file_name, unsigned int lineno);
+    /// \}
+
+    /// \name Initial value
+    /// That of what the instance holds when the design starts, such as a flip-flop's.
+    /// \{
+    bool has_initial_value() const;
+    /// Throws NYX_RUNTIME_ERROR "Net NAME has no initial value", in the words that nets use.
+    bool get_initial_value() const;
+    void set_initial_value(bool value);
     /// \}
 
     /// \name Flags

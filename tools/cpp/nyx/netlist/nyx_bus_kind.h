@@ -11,6 +11,7 @@
 #include "netlist/nyx_port_bus_table.h"
 #include "netlist/nyx_port_table.h"
 #include "nyx/nyx_module.h"
+#include "traits/nyx_builtin_traits.h"
 
 /// The words of a class. They are parts of texts that users and scripts know, so their case is not for us to choose.
 struct NYX_BUS_WORDS {
@@ -32,6 +33,7 @@ template <>
 struct NYX_BUS_KIND<NYX_PORT_BUS> {
     using MEMBER = NYX_PORT;
     static constexpr auto s_bus_ptr = &NYX_PORT_TABLE::m_bus_ptr;
+    static constexpr auto s_dimensions_trait = &NYX_BUILTIN_TRAITS::m_port_bus_bus_dimensions_trait;
     static constexpr auto s_add = &NYX_MODULE::add_port_bus;
     static constexpr auto s_remove = &NYX_MODULE::remove_port_bus;
     static constexpr NYX_BUS_WORDS s_words{
@@ -51,6 +53,7 @@ template <>
 struct NYX_BUS_KIND<NYX_NET_BUS> {
     using MEMBER = NYX_NET;
     static constexpr auto s_bus_ptr = &NYX_NET_TABLE::m_bus_ptr;
+    static constexpr auto s_dimensions_trait = &NYX_BUILTIN_TRAITS::m_net_bus_bus_dimensions_trait;
     static constexpr auto s_add = &NYX_MODULE::add_net_bus;
     static constexpr auto s_remove = &NYX_MODULE::remove_net_bus;
     static constexpr NYX_BUS_WORDS s_words{
@@ -70,6 +73,7 @@ template <>
 struct NYX_BUS_KIND<NYX_INSTANCE_BUS> {
     using MEMBER = NYX_INSTANCE;
     static constexpr auto s_bus_ptr = &NYX_INSTANCE_TABLE::m_bus_ptr;
+    static constexpr auto s_dimensions_trait = &NYX_BUILTIN_TRAITS::m_instance_bus_bus_dimensions_trait;
     static constexpr auto s_add = &NYX_MODULE::add_instance_bus;
     static constexpr auto s_remove = &NYX_MODULE::remove_instance_bus;
     static constexpr NYX_BUS_WORDS s_words{

@@ -148,7 +148,6 @@ void NYX_BUS<BUS, MEMBER>::deallocate() {
     BUS *const bus = static_cast<BUS *>(this);
     auto *const row = bus->get_impl();
     NYX_MODULE *const parent = find_parent();
-    NYX_CHECK(parent);
     nyx_notify<BUS>(&NYX_OBSERVER<BUS>::deallocated, bus, parent);
     if constexpr (requires { bus->get_interface(); }) {
         if (NYX_INTERFACE *const interface = bus->get_interface())
@@ -197,7 +196,7 @@ void NYX_BUS<BUS, MEMBER>::set_indices(int left_index, int right_index) {
     if (size == from.get_size() && left_index == old_left)
         return;
     NEW_ARRAY<MEMBER_ID<BUS>> array(nyx_get_persistent(row), size);
-    nyx_drop_dimensions<BUS>(row);
+    nyx_store_dimensions<BUS>(row, {}); // there are several no more
     // By position and in 64 bits: an index of the one range need not be one of the other.
     const long long shift = from.is_upwards() && to.is_upwards() ? static_cast<long long>(old_left) - left_index
                                                                  : static_cast<long long>(left_index) - old_left;

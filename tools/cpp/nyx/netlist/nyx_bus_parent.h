@@ -35,7 +35,7 @@ NYX_MODULE_IMPL *nyx_search_bus_parent(const typename NYX_OBJECT_TRAITS<BUS>::im
     ID head = TABLE::get_id(bus);
     for (ID prev = head; prev != ID::INVALID; prev = CHAIN::prev(buses, *buses.get(head), head))
         head = prev;
-    NYX_MODULE_TABLE &modules = nyx_get_persistent(bus)->table<NYX_MODULE>();
+    NYX_MODULE_TABLE &modules = nyx_get_persistent(bus)->template table<NYX_MODULE>();
     for (unsigned i = 0; i < modules.iter_limit(); ++i) {
         if (*(modules.*CHAIN::s_head).get(NYX_MODULE_ID(i)) == head)
             return modules.get(NYX_MODULE_ID(i));
@@ -47,7 +47,7 @@ NYX_MODULE_IMPL *nyx_search_bus_parent(const typename NYX_OBJECT_TRAITS<BUS>::im
 template <class BUS>
 NYX_MODULE_IMPL *nyx_find_bus_parent(const typename NYX_OBJECT_TRAITS<BUS>::impl *bus) {
     NYX_DB_PERSISTENT *const persistent = nyx_get_persistent(bus);
-    auto &members = persistent->table<typename NYX_BUS_KIND<BUS>::MEMBER>();
+    auto &members = persistent->template table<typename NYX_BUS_KIND<BUS>::MEMBER>();
     const long long size = bus->get_size();
     for (long long loc = 0; loc < size; ++loc) {
         const auto id = bus->m_members_ptr[loc];

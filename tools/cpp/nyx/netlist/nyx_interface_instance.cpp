@@ -32,6 +32,10 @@ NYX_INTERFACE_INSTANCE::NYX_INTERFACE_INSTANCE(const NYX_INSTANCE *instance, con
     }
 }
 
+NYX_INTERFACE_INSTANCE NYX_INSTANCE::get_interface_instance(const NYX_INTERFACE *interface) const {
+    return NYX_INTERFACE_INSTANCE(this, interface);
+}
+
 void NYX_INTERFACE_INSTANCE::check_is_valid(const char *member) const {
     if (m_instance == nullptr) {
         const std::string function = std::string("NYX_INTERFACE_INSTANCE::") + member;

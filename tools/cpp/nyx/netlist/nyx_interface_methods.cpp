@@ -3,6 +3,7 @@
 #include "netlist/nyx_location_columns.h"
 #include "netlist/nyx_naming.h"
 #include "netlist/nyx_object_impl.h"
+#include "netlist/nyx_object_values.h"
 
 #include "database/nyx_db_cache.h"
 #include "netlist/nyx_db_observer.h"
@@ -77,6 +78,7 @@ void NYX_INTERFACE::deallocate() {
     const NYX_INTERFACE_ID id = NYX_INTERFACE_TABLE::get_id(row);
     NYX_MODULE *const parent = get_parent();
     nyx_notify<NYX_INTERFACE>(&NYX_OBSERVER<NYX_INTERFACE>::deallocated, this, parent);
+    // Ports that went with the whole of their module's forgot their interface then.
     for (NYX_PORT *const port : iter_ports())
         nyx_set_own_interface(port, nullptr);
     for (NYX_PORT_BUS *const port_bus : iter_port_buses())
