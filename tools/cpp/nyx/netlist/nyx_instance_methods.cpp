@@ -220,10 +220,6 @@ boost::iterator_range<NYX_INSTANCE_INST_PORT_CONST_ITER> NYX_INSTANCE::const_ite
     return {NYX_INSTANCE_INST_PORT_CONST_ITER(this), NYX_INSTANCE_INST_PORT_CONST_ITER()};
 }
 
-NYX_INTERFACE_INSTANCE NYX_INSTANCE::get_interface_instance(const NYX_INTERFACE *interface) const {
-    return NYX_INTERFACE_INSTANCE(this, interface);
-}
-
 // ---- Placement
 
 NYX_INSTANCE::PLACEMENT_STATUS NYX_INSTANCE::get_placement_status() const {
