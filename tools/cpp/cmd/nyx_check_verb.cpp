@@ -22,15 +22,14 @@ public:
         return {{"nyx check design.nyx && cp design.nyx /archive", "Keep a copy if it is sound."}};
     }
     std::vector<NYX_OPTION> get_options() override {
-        return {{"FILE", "", "The databases", &m_files, true, {}, NYX_OPTION::COMPLETE::DATABASE},
-                {"--limit", "N", "Tell so many faults of a file at most; 1000 if not given", &m_limit}};
+        return {{"FILE", "", "The databases", &m_files, true, {}, NYX_OPTION::COMPLETE::DATABASE}};
     }
     int run(NYX_CONSOLE &console) override {
         JSON all = JSON::array();
         bool is_sound = true;
         for (const std::string &file : m_files) {
             const NYX_OPEN_DESIGN design(file);
-            const std::vector<std::string> faults = design->find_faults(m_limit);
+            const std::vector<std::string> faults = design->verify();
             is_sound = is_sound && faults.empty();
             if (console.m_json)
                 all.push_back({{"file", file}, {"faults", faults}});
@@ -48,7 +47,6 @@ public:
 
 private:
     std::vector<std::string> m_files;
-    unsigned long long m_limit = 1000;
 };
 
 } // namespace

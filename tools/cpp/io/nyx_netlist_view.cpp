@@ -256,14 +256,13 @@ std::vector<NYX_VIEW_VALUE> nyx_view_values(const T *object, bool attributes, co
         }
         values.push_back(std::move(view));
     }
-    if (attributes)
-        if constexpr (requires { object->get_src_location(); }) {
-            std::string source = object->get_src_location();
-            if (!source.empty()) {
-                source += nyx_decode_name(NYX_NETLIST_TRAITS::get(object, traits.get_source(object)));
-                values.push_back({NYX_VIEW_VALUE::KIND::STRING, "src", std::move(source)});
-            }
+    if (attributes) {
+        std::string source = object->get_src_location();
+        if (!source.empty()) {
+            source += nyx_decode_name(NYX_NETLIST_TRAITS::get(object, traits.get_source(object)));
+            values.push_back({NYX_VIEW_VALUE::KIND::STRING, "src", std::move(source)});
         }
+    }
     std::sort(values.begin(), values.end(),
               [](const NYX_VIEW_VALUE &a, const NYX_VIEW_VALUE &b) { return a.name < b.name; });
     return values;

@@ -101,18 +101,15 @@ private:
 
 template <class T>
 bool IMPORTER::set_source(T *object, std::string_view text) {
-    if constexpr (requires { object->set_src_location("", 0u); }) {
-        std::string file;
-        std::string rest;
-        unsigned line = 0;
-        if (!nyx_split_source(text, file, line, rest))
-            return false;
-        object->set_src_location(file.c_str(), line);
-        if (!rest.empty())
-            object->set_value(m_trait->get_source(object), nyx_encode_name(rest));
-        return true;
-    }
-    return false;
+    std::string file;
+    std::string rest;
+    unsigned line = 0;
+    if (!nyx_split_source(text, file, line, rest))
+        return false;
+    object->set_src_location(file.c_str(), line);
+    if (!rest.empty())
+        object->set_value(m_trait->get_source(object), nyx_encode_name(rest));
+    return true;
 }
 
 template <class T>
