@@ -22,6 +22,8 @@ if(NYX_DEVELOPER)
   # A repeated build of an unchanged source costs nothing where the cache is installed.
   find_program(NYX_CCACHE ccache)
   if(NYX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    set(CMAKE_CXX_COMPILER_LAUNCHER "${NYX_CCACHE}")
+    # Precompiled headers are no reason for it to look away.
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+      ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${NYX_CCACHE})
   endif()
 endif()

@@ -10,7 +10,6 @@ target_compile_options(nyx_compile_options INTERFACE
   -fno-strict-aliasing
   # A row's storage keeps its meaning outside the life of the C++ object on it.
   $<$<CXX_COMPILER_ID:GNU>:-flifetime-dse=1>
-  # Calls inside the library stay inside it, and may be inlined; nyx_report alone is meant to be replaced.
   # Texts of failures name a source below the project, whatever the folder it was built in.
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
   # A compiler cache may hand sources over by their path from the build's folder.
@@ -54,16 +53,31 @@ function(nyx_add_library name)
     VERIFY_INTERFACE_HEADER_SETS ON)
 endfunction()
 
+# nyx_precompile(TARGET HEADER ...): headers that are read once for all sources of a target. Sources include what they need
+# all the same.
+function(nyx_precompile target)
+  list(TRANSFORM ARGN REPLACE "(.+)" "<\\1>" OUTPUT_VARIABLE headers)
+  target_precompile_headers(${target} PRIVATE ${headers})
+  # For the compiler cache, which looks at what the compiler reads.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
+endfunction()
+
 # nyx_add_test(NAME SOURCES ... [LINK ...] [LINK_ONLY ...]): one GoogleTest program that sees the library's internals; every
 # test in it is a CTest. LINK_ONLY names the libraries to link in place of the internals.
 function(nyx_add_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;LINK;LINK_ONLY" ${ARGN})
+  set(internal OFF)
   if(NOT arg_LINK_ONLY)
     set(arg_LINK_ONLY nyx_internal)
+    set(internal ON)
   endif()
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE
     nyx_compile_options ${arg_LINK_ONLY} nyx_test_support GTest::gtest GTest::gtest_main ${arg_LINK})
+  if(internal)
+    target_precompile_headers(${name} REUSE_FROM nyx_test_headers)
+    target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
+  endif()
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 900)
 endfunction()
 

@@ -158,6 +158,13 @@ protected:
     NetlistModel() : m_random(GetParam()) {
         m_library = NYX_DB::create_non_persistent(64, NYX_DB_TYPE::COMPONENT, "cells", "");
         m_design = NYX_DB::create_non_persistent(64, NYX_DB_TYPE::USER, "design", "");
+        // The first module is the top module, which can't be deleted.
+        auto top = std::make_unique<MODEL_MODULE>();
+        top->name = "top";
+        top->level = 6;
+        top->db = m_design;
+        top->handle = NYX_MODULE::allocate(m_design, top->name, 0, NYX_MODULE::TYPE::HIERARCHY, nullptr, 0);
+        m_modules.push_back(std::move(top));
     }
     ~NetlistModel() override {
         m_design->close();
@@ -219,7 +226,7 @@ protected:
 
     void delete_module() {
         MODEL_MODULE *const module = any_module();
-        if (module == nullptr || m_modules.size() < 12 || !instances_of(*module).empty())
+        if (module == m_modules.front().get() || m_modules.size() < 12 || !instances_of(*module).empty())
             return;
         module->handle->deallocate();
         m_modules.remove_if([module](const auto &other) { return other.get() == module; });

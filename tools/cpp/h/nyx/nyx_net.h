@@ -124,6 +124,10 @@ protected:
     ~NYX_NET() = default;
 
 private:
+    friend class NYX_MODULE;
+
+    /// For a parent that is known, so that none has to be looked for.
+    void deallocate(NYX_MODULE *parent);
     bool has_trait(TRAIT trait) const;
     void set_trait(TRAIT trait, bool value);
 };

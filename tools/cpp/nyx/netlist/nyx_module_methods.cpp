@@ -109,7 +109,7 @@ void NYX_MODULE::deallocate() {
     while (NYX_NET_BUS *const bus = nyx_chain_first<NYX_NET_BUS>(impl))
         bus->deallocate();
     while (NYX_NET *const net = nyx_chain_first<NYX_NET>(impl))
-        net->deallocate();
+        net->deallocate(this);
     while (NYX_INSTANCE_BUS *const bus = nyx_chain_first<NYX_INSTANCE_BUS>(impl))
         bus->deallocate();
     while (NYX_INSTANCE *const instance = nyx_chain_first<NYX_INSTANCE>(impl))

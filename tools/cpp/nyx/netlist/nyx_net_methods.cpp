@@ -123,6 +123,10 @@ NYX_NET *NYX_NET::allocate(NYX_MODULE *parent, const std::string &name, bool mak
 void NYX_NET::deallocate() {
     NYX_MODULE *const parent = find_parent(get_impl());
     NYX_CHECK_MSG(parent, "Net is dangling and can't find its parent");
+    deallocate(parent);
+}
+
+void NYX_NET::deallocate(NYX_MODULE *parent) {
     NYX_NET_IMPL *const impl = get_impl();
     if (NYX_NET_BUS *const bus = get_bus())
         bus->remove_net(this);

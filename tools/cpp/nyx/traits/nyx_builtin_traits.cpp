@@ -18,7 +18,12 @@ struct DECLARATION {
     const char *description;
     bool is_internal = true;
 
-    std::string internal_name() const { return is_internal ? std::string(name) + NYX_INTERNAL_SUFFIX : std::string(); }
+    std::string internal_name() const {
+        std::string result;
+        if (is_internal)
+            result.append(name).append(NYX_INTERNAL_SUFFIX);
+        return result;
+    }
 };
 
 using STRING = DECLARATION<NYX_STRING_TRAIT>;

@@ -1,0 +1,2 @@
+// Holds the precompiled headers that the tests share.
+int main() {}
