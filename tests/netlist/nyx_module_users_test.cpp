@@ -1,5 +1,6 @@
 // What the linker knows of the users of modules, and that nothing of it outlives a database.
 
+#include "netlist/nyx_inst_header_table.h"
 #include "netlist_test_support.h"
 
 #include <set>
@@ -227,6 +228,8 @@ TEST_F(REOPENED, ADatabaseThatWasNeverAskedAboutLeavesNoLink) {
         NYX_INSTANCE::allocate(make_module(db, "top"), "u", make_module(lib, "cell", {"a"}))->get_inst_header();
     ASSERT_NE(linker().find_linked_module(header), nullptr);
     db = reopen(db, "design");
-    EXPECT_EQ(linker().find_linked_module(header), nullptr);
+    NYX_INST_HEADER *const in_its_place = root_of(db)->table<NYX_INST_HEADER>().allocate();
+    ASSERT_EQ(in_its_place, header);
+    EXPECT_EQ(linker().find_linked_module(in_its_place), nullptr);
     db->purge();
 }
