@@ -201,11 +201,13 @@ TEST_F(REOPENED, ADatabaseOfModulesLeavesNothing) {
     SCOPED_DB design("design");
     NYX_MODULE *const top = make_module(design, "top");
     NYX_DB *lib = create_db("lib");
+    make_module(lib, "first"); // a top module may not be deleted
     NYX_MODULE *const cell = make_module(lib, "cell", {"a"});
     NYX_INSTANCE *const u = NYX_INSTANCE::allocate(top, "u", cell);
     ASSERT_EQ(linker().get_instances_of(cell), (INSTANCES{u}));
 
     lib = reopen(lib, "another");
+    make_module(lib, "first");
     EXPECT_EQ(linker().find_linked_module(u->get_inst_header()), nullptr);
     NYX_MODULE *const in_its_place = make_module(lib, "cell", {"a"});
     ASSERT_EQ(in_its_place, cell);
@@ -225,6 +227,9 @@ TEST_F(REOPENED, ADatabaseThatWasNeverAskedAboutLeavesNoLink) {
         NYX_INSTANCE::allocate(make_module(db, "top"), "u", make_module(lib, "cell", {"a"}))->get_inst_header();
     ASSERT_NE(linker().find_linked_module(header), nullptr);
     db = reopen(db, "design");
-    EXPECT_EQ(linker().find_linked_module(header), nullptr);
+    NYX_MODULE *const other = make_module(lib, "other", {"x", "y"});
+    NYX_INSTANCE *const w = NYX_INSTANCE::allocate(make_module(db, "top"), "w", other);
+    ASSERT_EQ(w->get_inst_header(), header);
+    EXPECT_EQ(w->get_module(), other);
     db->purge();
 }
