@@ -149,9 +149,8 @@ TEST_F(ImageCheck, ChainsOfFreeRowsEnd) {
 }
 
 TEST_F(ImageCheck, TreesAreWhatTheySay) {
-    for (const char *const column :
-         {reinterpret_cast<const char *>(&root_of(m_db)->table<NYX_NET>().m_primary),
-          reinterpret_cast<const char *>(&root_of(m_db)->table<NYX_PORT>().m_primary)}) {
+    for (const char *const column : {reinterpret_cast<const char *>(&root_of(m_db)->table<NYX_NET>().m_primary),
+                                     reinterpret_cast<const char *>(&root_of(m_db)->table<NYX_PORT>().m_primary)}) {
         const char *const tree = column + 48;
         expect_link_refused(tree, "the allocator");
         for (const std::uint64_t wrong : {0ull, 77ull, ~0ull})
@@ -189,7 +188,8 @@ TEST_F(ImageCheck, NamesAreTextsInBlocksOfTheirOwn) {
         expect_link_refused(&strings->front(), "the first string");
     }
     expect_refused(&names.id_reverse_lookup[1],
-                   word_at<std::int64_t>(m_bytes, in_file(&names.id_reverse_lookup[0])) - 8, "a string that has an owner");
+                   word_at<std::int64_t>(m_bytes, in_file(&names.id_reverse_lookup[0])) - 8,
+                   "a string that has an owner");
     expect_link_refused(&names.segment, "the segment manager");
     const char *const text = names.id_reverse_lookup[2].get();
     std::string bytes = m_bytes;
