@@ -59,21 +59,23 @@ inline std::string failed_check(std::string_view expression, std::string_view te
 /// A segment's bytes at another address, copied as they are.
 class IMAGE_COPY {
 public:
-    explicit IMAGE_COPY(const NYX_SEGMENT &original)
-        : m_original(original.data())
-        , m_size(original.algorithm().get_size())
+    explicit IMAGE_COPY(const NYX_SEGMENT &original) : IMAGE_COPY(original.get_segment_manager()) {}
+    explicit IMAGE_COPY(const NYX_SEGMENT_MANAGER *original)
+        : m_original(reinterpret_cast<const char *>(original))
+        , m_size(nyx_get_algorithm(original)->get_size())
         , m_data(NYX::VIRTUAL_MEMORY::reserve_and_commit(m_size, m_size)) {
+        const auto &algorithm = *nyx_get_algorithm(original);
         // A free last block may lie in memory that was never committed, its control bytes and the end block don't.
         std::size_t used = m_size;
         std::size_t end_block = m_size;
-        original.algorithm().for_each_block([&](const auto &block) {
+        algorithm.for_each_block([&](const auto &block) {
             used = block.allocated ? m_size : block.offset + 40;
             end_block = block.offset + block.units * 8;
         });
-        original.algorithm().unpoison_free_blocks();
+        algorithm.unpoison_free_blocks();
         std::memcpy(m_data, m_original, used);
         std::memcpy(m_data + end_block, m_original + end_block, 16);
-        original.algorithm().poison_free_blocks();
+        algorithm.poison_free_blocks();
     }
     IMAGE_COPY(const IMAGE_COPY &) = delete;
     IMAGE_COPY &operator=(const IMAGE_COPY &) = delete;

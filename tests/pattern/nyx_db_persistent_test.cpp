@@ -3,6 +3,7 @@
 #include "names/nyx_name_mgr_impl.h"
 #include "nyx_report/nyx_report_exception.h"
 #include "support/capturing_sink.h"
+#include "traits/nyx_trait_core.h"
 
 #include <boost/interprocess/exceptions.hpp>
 
@@ -157,11 +158,11 @@ TEST(PersistentRoot, LookUpsEnterNoName) {
 
 TEST(PersistentRoot, FilesTraitsByNameAndObjectType) {
     ROOT root;
-    NYX_BYTE4_TRAIT_TABLE &table = root.root->table<NYX_BYTE4_TRAIT>();
-    NYX_BYTE4_TRAIT *const on_nets = table.allocate();
-    NYX_BYTE4_TRAIT *const on_ports = table.allocate();
-    root.root->register_byte4_trait("file_name", NYX_TRAIT_OBJ_TYPE::NET_SPARSE, NYX_BYTE4_TRAIT_ID(0));
-    root.root->register_byte4_trait("file_name", NYX_TRAIT_OBJ_TYPE::PORT_SPARSE, NYX_BYTE4_TRAIT_ID(1));
+    const auto add = [&root](NYX_TRAIT_OBJ_TYPE type) {
+        return NYX_TRAIT_CORE<NYX_INT_TRAIT>::allocate(root.root, "file_name", 0, "", "", "", type);
+    };
+    NYX_BYTE4_TRAIT *const on_nets = add(NYX_TRAIT_OBJ_TYPE::NET_SPARSE);
+    NYX_BYTE4_TRAIT *const on_ports = add(NYX_TRAIT_OBJ_TYPE::PORT_SPARSE);
     EXPECT_EQ(root.root->find_byte4_trait("file_name", NYX_TRAIT_OBJ_TYPE::NET_SPARSE), on_nets);
     EXPECT_EQ(root.root->find_byte4_trait("file_name", NYX_TRAIT_OBJ_TYPE::PORT_SPARSE), on_ports);
     EXPECT_EQ(root.root->find_byte8_trait("file_name", NYX_TRAIT_OBJ_TYPE::NET_SPARSE), nullptr);
@@ -257,10 +258,11 @@ TEST(PersistentRootDeathTest, SecondHeaderOfAKeyEndsTheRun) {
 
 TEST(PersistentRootDeathTest, SecondTraitOfANameAndTypeEndsTheRun) {
     ROOT root;
-    root.root->table<NYX_BYTE1_TRAIT>().allocate();
-    root.root->register_byte1_trait("t", NYX_TRAIT_OBJ_TYPE::NET_SPARSE, NYX_BYTE1_TRAIT_ID(0));
-    EXPECT_DEATH(root.root->register_byte1_trait("t", NYX_TRAIT_OBJ_TYPE::NET_SPARSE, NYX_BYTE1_TRAIT_ID(0)),
-                 "find_byte1_trait\\(trait->get_name\\(\\), object_type\\) == nullptr");
+    const auto add = [&root] {
+        NYX_TRAIT_CORE<NYX_BOOL_TRAIT>::allocate(root.root, "t", false, "", "", "", NYX_TRAIT_OBJ_TYPE::NET_SPARSE);
+    };
+    add();
+    EXPECT_DEATH(add(), "find_byte1_trait\\(trait->get_name\\(\\), object_type\\) == nullptr");
 }
 
 } // namespace

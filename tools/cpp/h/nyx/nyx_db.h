@@ -8,6 +8,7 @@
 #include "nyx/nyx_api.h"
 #include "nyx/nyx_defs.h"
 #include "nyx/nyx_fwd.h"
+#include "nyx/nyx_object.h"
 #include "nyx/nyx_stats.h"
 
 #include <boost/iterator/iterator_facade.hpp>
@@ -24,6 +25,7 @@
 #include <vector>
 
 class NYX_DB_GROUP;
+class NYX_DB_CACHE;
 class NYX_DB_IMPL;
 class NYX_DB_PERSISTENT;
 
@@ -60,7 +62,7 @@ struct NYX_DB_FILE_STATS {
 ///
 /// A database is for one thread at a time. Databases of different threads are independent of one another: the static
 /// members and close() lock what they share.
-class NYX_API NYX_DB {
+class NYX_API NYX_DB : public NYX_TRAIT_BEARER<NYX_DB> {
 public:
     /// What a user may do with a database. The values appear in messages.
     enum class ACCESS_MODE : unsigned char {
@@ -312,6 +314,42 @@ public:
     static boost::iterator_range<NYX_DB_SUB_DB_ITER> iter_leaf_dbs(const NYX_DB *db);
     /// \}
 
+    /// \name Modules
+    /// \{
+
+    /// The module of that name in this database, null if it has none. Enters no name. O(length of the name).
+    NYX_MODULE *find_local_module(const char *name) const;
+
+    /// The modules in the order of their identifiers; unless `this_db_only`, also those of the databases that this one
+    /// refers to itself.
+    boost::iterator_range<NYX_DB_MODULE_ITER> iter_modules(bool this_db_only = true) const;
+    /// The interfaces of all modules, in the same manner.
+    boost::iterator_range<NYX_DB_INTERFACE_ITER> iter_interfaces(bool this_db_only = true) const;
+
+    /// The module at the top of the design: the one that was set, or else the first. Null without modules. Only USER
+    /// and DEVICE databases have one, here and below: others raise NYX_RUNTIME_ERROR "Top module is defined for user
+    /// databases only".
+    NYX_MODULE *get_top_module() const;
+    /// `module` must be one of this database; null ends the run.
+    void set_top_module(NYX_MODULE *module);
+    /// Raises NYX_RUNTIME_ERROR "Can't rename top module as a module with this name already exists: NAME", for its
+    /// present name as well.
+    void rename_top_module(const char *new_name);
+    /// \}
+
+    /// \name Indexes by name
+    /// Look-ups by name in a module make an index of its own in ordinary memory when the list is long, and keep it in
+    /// step with every change. On by default.
+    /// \{
+
+    /// Empties the indexes and, if `enable`, makes them anew on demand; otherwise look-ups walk the lists. Unless
+    /// `this_db_only`, does the same for every database that this one refers to, itself or through others.
+    /// `track_updates` is accepted and makes no difference: indexes always follow.
+    void enable_cache(bool enable, bool track_updates, bool this_db_only) const;
+    /// Null while they are disabled.
+    NYX_DB_CACHE *get_cache() const;
+    /// \}
+
     /// \name About this database
     /// Once it is closed, all of these end the run with "%p NYX_DB is closed".
     /// \{
@@ -392,6 +430,8 @@ private:
     static void discard(NYX_DB *db);
     static void close_sub_dbs(const std::vector<NYX_DB *> &sub_dbs);
 
+    /// Declares the traits that the library itself uses.
+    void init_builtin_traits();
     int close(bool purge);
     NYX_DB_IMPL &get_impl() const;
     NYX_DB_GROUP *get_db_group() const;
@@ -447,5 +487,7 @@ private:
     bool m_direct = false;
     NYX_DB *m_db = nullptr;
 };
+
+#include "nyx/nyx_db_table_iters.h" // they need what stands above
 
 #endif

@@ -11,6 +11,9 @@
 class NYX_API NYX_DB;
 class NYX_API NYX_DB_OPEN_DB_ITER;
 class NYX_API NYX_DB_SUB_DB_ITER;
+class NYX_DB_PERSISTENT;
+class NYX_API NYX_DB_MODULE_ITER;
+class NYX_API NYX_DB_INTERFACE_ITER;
 enum class NYX_DB_TYPE : unsigned char;
 
 // Netlist.
@@ -24,6 +27,10 @@ class NYX_API NYX_PORT_BUS;
 class NYX_API NYX_NET_BUS;
 class NYX_API NYX_INSTANCE_BUS;
 class NYX_API NYX_INTERFACE;
+class NYX_API NYX_INTERFACE_INSTANCE;
+class NYX_API NYX_INTERFACE_INSTANCE_INST_PORT_ITER;
+class NYX_API NYX_INTERFACE_NET;
+class NYX_API NYX_BUS_DIMENSION;
 
 // Design entry.
 class NYX_API NYX_RELATIVE_OBJECT;
@@ -43,6 +50,21 @@ class NYX_API NYX_HIER_PORT;
 class NYX_API NYX_BYTE1_TRAIT;
 class NYX_API NYX_BYTE4_TRAIT;
 class NYX_API NYX_BYTE8_TRAIT;
+
+// Traits by the type of their values, and walks over them.
+class NYX_API NYX_BOOL_TRAIT;
+class NYX_API NYX_INT_TRAIT;
+class NYX_API NYX_STRING_TRAIT;
+class NYX_API NYX_FLOAT_TRAIT;
+class NYX_API NYX_DOUBLE_TRAIT;
+class NYX_API NYX_TIME_TRAIT;
+class NYX_API NYX_APP_TRAIT;
+class NYX_API NYX_APP_DATA;
+class NYX_API NYX_SPARSE_TRAIT_VISITOR;
+template <class TRAIT, class T>
+class NYX_API NYX_TRAIT_OBJECT_ITER;
+template <class T>
+class NYX_API NYX_PROPERTY_ITER;
 
 // The rows behind the handles: opaque to callers.
 class NYX_MODULE_IMPL;
@@ -92,5 +114,6 @@ class NYX_API NYX_TRANSFORM;
 class NYX_API NYX_FIELD_STATS;
 class NYX_API NYX_TYPE_STATS;
 class NYX_API NYX_STATS;
+class NYX_API NYX_PARAM_VALUES;
 
 #endif

@@ -8,6 +8,7 @@
 #include "database/nyx_db_paths.h"
 #include "netlist/nyx_db_observer.h"
 #include "netlist/nyx_schema.h"
+#include "nyx/nyx_module.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
 
@@ -152,7 +153,18 @@ NYX_DB *NYX_DB::register_new(const NEW_DB &description) {
         NYX_DB_IMPL::detach(db);
         throw;
     }
+    try {
+        db->init_builtin_traits();
+        db->get_impl().m_builtin_traits = std::make_unique<NYX_BUILTIN_TRAITS>(db);
+    } catch (...) {
+        discard(db);
+        throw;
+    }
     return db;
+}
+
+void NYX_DB::init_builtin_traits() {
+    NYX_BUILTIN_TRAITS::declare(this);
 }
 
 void NYX_DB::complete_new(NYX_DB *db) {
@@ -352,11 +364,8 @@ NYX_STATS NYX_DB::get_internal_stats() const {
 }
 
 std::uint64_t NYX_DB::get_schema_id(NYX_DB_TYPE, std::vector<NYX_SCHEMA_MEMBER> *members) {
-    constexpr std::uint64_t s_builtin_traits_version = 1;
     const std::uint64_t schema = NYX_DB_PERSISTENT::get_schema_id(members);
-    if (members != nullptr)
-        members->push_back(NYX_SCHEMA_MEMBER{s_builtin_traits_version, "NYX_BUILTIN_TRAITS"});
-    return nyx_hash_combine(schema, s_builtin_traits_version);
+    return nyx_hash_combine(schema, NYX_BUILTIN_TRAITS::get_schema_id(members));
 }
 
 bool NYX_DB::is_user() const {
@@ -422,4 +431,35 @@ const NYX_DB *NYX_DB::get_top_db() const {
         db = parents.front();
     }
     NYX_RAISE_RUNTIME_ERROR(function, db->get_name() + " is a sub-db of itself");
+}
+
+NYX_MODULE *NYX_DB::find_local_module(const char *name) const {
+    return get_impl().m_persistent->find_module(name);
+}
+
+NYX_MODULE *NYX_DB::get_top_module() const {
+    return get_impl().m_persistent->get_top_module();
+}
+
+void NYX_DB::set_top_module(NYX_MODULE *module) {
+    NYX_CHECK_MSG(module, "Top module must be non-null");
+    NYX_CHECK_MSG(module->get_db() == this, "Top module must be in this database");
+    get_impl().m_persistent->set_top_module(module);
+}
+
+void NYX_DB::rename_top_module(const char *new_name) {
+    get_impl().m_persistent->rename_top_module(new_name);
+}
+
+void NYX_DB::enable_cache(bool enable, bool track_updates, bool this_db_only) const {
+    const NYX_DB_LOCK lock;
+    get_impl().m_cache = enable ? std::make_unique<NYX_DB_CACHE>() : nullptr;
+    if (this_db_only)
+        return;
+    for (const NYX_DB *const sub_db : NYX_DB_LINKER::get().get_sub_dbs(this, false))
+        sub_db->enable_cache(enable, track_updates, true);
+}
+
+NYX_DB_CACHE *NYX_DB::get_cache() const {
+    return get_impl().m_cache.get();
 }

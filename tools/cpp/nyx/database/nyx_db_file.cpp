@@ -161,6 +161,12 @@ NYX_DB::OPENED NYX_DB::register_opened(const std::string &path, ACCESS_MODE mode
         NYX_DB_IMPL::detach(db);
         throw;
     }
+    try {
+        db->get_impl().m_builtin_traits = std::make_unique<NYX_BUILTIN_TRAITS>(db);
+    } catch (...) {
+        discard(db);
+        throw;
+    }
     return {db, true};
 }
 

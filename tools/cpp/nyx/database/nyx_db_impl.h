@@ -4,9 +4,11 @@
 /// \file
 /// What stands behind a handle, and where handles come from.
 
+#include "database/nyx_db_cache.h"
 #include "database/nyx_db_persistent.h"
 #include "file/nyx_managed_serialised_file.h"
 #include "nyx/nyx_db.h"
+#include "traits/nyx_builtin_traits.h"
 
 #include <memory>
 #include <optional>
@@ -17,12 +19,14 @@
 class NYX_DB_IMPL {
 public:
     std::unique_ptr<NYX_MANAGED_SERIALISED_FILE> m_file;
-    NYX_DB_PERSISTENT *m_persistent = nullptr; ///< the root in the segment
-    std::optional<std::string> m_file_name;    ///< none for a database that lives in memory only
+    std::unique_ptr<NYX_DB_CACHE> m_cache = std::make_unique<NYX_DB_CACHE>(); ///< null while it is disabled
+    NYX_DB_PERSISTENT *m_persistent = nullptr;                                ///< the root in the segment
+    std::optional<std::string> m_file_name; ///< none for a database that lives in memory only
     std::string m_name;
     NYX_DB::ACCESS_MODE m_access_mode = NYX_DB::ACCESS_MODE::MODIFY;
     NYX_DB_GROUP *m_group = nullptr; ///< null for the default group, never the linker
     bool m_commit_on_close = true;
+    std::unique_ptr<NYX_BUILTIN_TRAITS> m_builtin_traits; ///< there once the database stands
 
     /// The record of an open database; ends the run for a closed one.
     static NYX_DB_IMPL &of(const NYX_DB &db) { return db.get_impl(); }

@@ -87,6 +87,8 @@ private:
     const std::string &m_db_name;
 };
 
+NYX_DB_LINKER::NYX_DB_LINKER() : NYX_DB_GROUP(std::string()) {}
+
 NYX_DB_LINKER &NYX_DB_LINKER::get() {
     static NYX_DB_LINKER *const s_linker = new NYX_DB_LINKER;
     return *s_linker;
@@ -199,6 +201,8 @@ void NYX_DB_LINKER::register_db(const std::string &db_name, NYX_DB *db) {
         throw;
     }
     by_name.keep();
+    if (m_instances_of_module_initialized)
+        index_instances_in(record.m_persistent);
 }
 
 void NYX_DB_LINKER::unregister_db(const std::string &db_name, NYX_DB *db, bool force) {
@@ -251,6 +255,11 @@ void NYX_DB_LINKER::erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, co
     if (const auto found = m_file_to_db.find(file_key); found != m_file_to_db.end() && found->second == db)
         m_file_to_db.erase(found);
     m_links.erase(db);
+    const NYX_MANAGED_SERIALISED_FILE &segment = *NYX_DB_IMPL::of(*db).m_file;
+    const char *const begin = static_cast<const char *>(segment.get_starting_address());
+    purge_instances(begin, begin + segment.get_size());
+    purge_module_links(persistent, begin, begin + segment.get_size());
+    m_trait_links.purge(persistent);
     const std::unique_lock write(m_persistent_to_db_mutex);
     m_persistent_to_db.erase(persistent);
 }

@@ -4,8 +4,11 @@
 #include "database/nyx_db_group.h"
 #include "database/nyx_db_persistent.h"
 #include "nyx/nyx_db.h"
+#include "traits/nyx_trait_links.h"
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <map>
 #include <set>
@@ -142,9 +145,53 @@ public:
     const std::vector<NYX_DB *> &get_parents(const NYX_DB *db) const;
     /// \}
 
+    /// \name Modules and their users
+    /// What is known by address here goes with the database that it lies in.
+    /// \{
+
+    /// The instances in all open databases whose base module is `module`. The first call walks all instances of all
+    /// open databases, and from then on each one that comes, goes or changes its module is entered: nobody pays for
+    /// the index who does not ask for it. The set changes as instances do.
+    const std::set<NYX_INSTANCE *> &get_instances_of(NYX_MODULE *module);
+    /// Whether at most one instance uses `module`; builds the index as above.
+    bool has_fewer_than_two_instances(NYX_MODULE *module);
+
+    /// The module that a header has been found to stand for, null if it has not been looked for. Takes no lock: the
+    /// links of a database are its user's. O(1).
+    NYX_MODULE *find_linked_module(const NYX_INST_HEADER *header) const;
+    /// Keeps what a header stands for until one of the two is forgotten.
+    void link_header(NYX_INST_HEADER *header, NYX_MODULE *module);
+    /// To be called for a header that goes, or stands for something else from now on.
+    void forget_header(NYX_INST_HEADER *header);
+    /// To be called for a module that goes.
+    void forget_module(NYX_MODULE *module);
+    /// The headers in all open databases that stand for `module`. O(headers in open databases).
+    std::vector<NYX_INST_HEADER *> get_headers_of(NYX_MODULE *module);
+    /// One of these headers that lies in `persistent` and is linked already, null if there is none.
+    NYX_INST_HEADER *find_linked_header(const NYX_DB_PERSISTENT *persistent, const NYX_MODULE *module) const;
+    /// \}
+
+    /// \name Traits of several databases
+    /// \{
+
+    /// The trait of another open database, by its root, that corresponds to `trait`: same name, internal name, type of
+    /// objects and of values. Null if it has none. TRAIT is a width or a class of typed traits.
+    template <class TRAIT>
+    const TRAIT *find_corresponding_trait(const TRAIT *trait, const NYX_DB_PERSISTENT *root) {
+        // Both lead to the row's address, and the row decides what it is.
+        return static_cast<const TRAIT *>(find_corresponding(trait, root));
+    }
+    NYX_TRAIT_LINKS &trait_links() { return m_trait_links; }
+    /// \}
+
 private:
     /// The registration of a database by its name, with one use: taken back with this object unless it is kept.
     class DB_REG_BY_NAME;
+    /// Keeps the index of instances in step with the databases.
+    class OBSERVER;
+
+    /// By the number of a header the module that it stands for, null if that is not known.
+    using MODULE_LINKS = std::vector<NYX_MODULE *>;
 
     struct LINKS {
         NYX_DB_LIST direct;
@@ -154,13 +201,28 @@ private:
         bool initialized = false; ///< update_hierarchy_maps() has been here
     };
 
-    NYX_DB_LINKER() : NYX_DB_GROUP(std::string()) {}
+    NYX_DB_LINKER();
+    ~NYX_DB_LINKER() = delete;
 
     NYX_DB_GROUP &group_or_default(NYX_DB_GROUP *group) { return group != nullptr ? *group : *this; }
     const NYX_DB_GROUP &group_or_default(const NYX_DB_GROUP *group) const { return group != nullptr ? *group : *this; }
+    const void *find_corresponding(const NYX_BYTE1_TRAIT *trait, const NYX_DB_PERSISTENT *root);
+    const void *find_corresponding(const NYX_BYTE4_TRAIT *trait, const NYX_DB_PERSISTENT *root);
+    const void *find_corresponding(const NYX_BYTE8_TRAIT *trait, const NYX_DB_PERSISTENT *root);
+    template <class WIDTH>
+    const void *find_corresponding_of_width(const WIDTH *trait, const NYX_DB_PERSISTENT *root);
+    bool is_registered(const NYX_DB_PERSISTENT *persistent) const;
     void erase_db(const NYX_DB *db, NYX_DB_PERSISTENT *persistent, const std::string &file_key);
     std::vector<NYX_DB *> find_ancestors(const NYX_DB *db) const;
     NYX_DB_LIST collect_sub_dbs(const NYX_DB *db) const;
+
+    static NYX_MODULE *find_base_module(const NYX_INSTANCE *instance);
+    void index_instance(NYX_INSTANCE *instance);
+    void index_instances_in(const NYX_DB_PERSISTENT *persistent);
+    void index_waiting_instances(const NYX_INST_HEADER *header, NYX_MODULE *module);
+    void wait_for_module(const NYX_INST_HEADER *header, const NYX_MODULE *old_module);
+    void purge_instances(const void *begin, const void *end);
+    void purge_module_links(const NYX_DB_PERSISTENT *persistent, const void *begin, const void *end);
 
     std::map<std::string, NYX_DB_GROUP> m_groups;
     std::map<NYX_DB_PERSISTENT *, NYX_DB *> m_persistent_to_db;
@@ -169,6 +231,19 @@ private:
     mutable std::shared_mutex m_persistent_to_db_mutex;
     std::unordered_map<std::string, NYX_DB *> m_file_to_db;
     std::unordered_map<const NYX_DB *, LINKS> m_links;
+
+    /// Guards the two tables of headers; taken after NYX_DB_LOCK by those who need both.
+    mutable std::shared_mutex m_module_links_mutex;
+    std::unordered_map<const NYX_DB_PERSISTENT *, MODULE_LINKS> m_module_links; // by the root of the headers
+    std::atomic<std::uint64_t> m_module_links_generation{1};                    // changes when one of them goes
+    std::map<const NYX_MODULE *, std::vector<NYX_INST_HEADER *>> m_headers_of_module;
+
+    bool m_instances_of_module_initialized = false;
+    std::map<NYX_MODULE *, std::set<NYX_INSTANCE *>> m_instances_of_module;
+    /// Those whose base module is in no open database, by the header that would lead to it.
+    std::map<const NYX_INST_HEADER *, std::set<NYX_INSTANCE *>> m_instances_without_module;
+    OBSERVER *m_observer = nullptr; // as lasting as the linker
+    NYX_TRAIT_LINKS m_trait_links;
 };
 
 #endif

@@ -168,8 +168,27 @@ T *NYX_DB_PERSISTENT::find_trait(const NAME_TO_ID<ID> &map, const std::string &n
     const NYX_NAME_ID name_id = m_names.find_id(storage_name(name, object_type).c_str());
     if (name_id == NYX_NAME_ID::INVALID)
         return nullptr;
-    const auto found = map.find(name_id);
-    return found == map.end() ? nullptr : table<T>().get(found->second);
+    const auto *const found =
+        nyx_find_stored(map, hash_value(name_id), [name_id](const auto &entry) { return entry.first == name_id; });
+    if (found == nullptr || found->second == ID::INVALID)
+        return nullptr;
+    const ID trait_id = found->second;
+    auto *const table = &this->table<T>();
+    NYX_CHECK_AS(trait_id.get() < table->iter_limit(), "trait_id < table->iter_limit()");
+    auto *const trait = table->get(trait_id);
+    // "xINST_" on ports and "x" on inst ports are stored under one name.
+    return trait->m_trait_lookup_ptr->m_object_type == object_type ? trait : nullptr;
+}
+
+bool NYX_DB_PERSISTENT::trait_exists(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) const {
+    const NYX_NAME_ID name_id = m_names.find_id(storage_name(name, object_type).c_str());
+    const auto is_in = [name_id](const auto &map) {
+        return nyx_find_stored(map, hash_value(name_id),
+                               [name_id](const auto &entry) { return entry.first == name_id; }) != nullptr;
+    };
+    return name_id != NYX_NAME_ID::INVALID &&
+           (is_in(m_byte4_trait_nameid_to_objid) || is_in(m_byte8_trait_nameid_to_objid) ||
+            is_in(m_byte1_trait_nameid_to_objid));
 }
 
 NYX_BYTE1_TRAIT *NYX_DB_PERSISTENT::find_byte1_trait(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) const {
@@ -197,25 +216,36 @@ void NYX_DB_PERSISTENT::unregister_module(NYX_NAME_ID name_id) {
     m_module_nameid_to_objid.erase(name_id);
 }
 
-void NYX_DB_PERSISTENT::register_byte1_trait(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type,
-                                             NYX_BYTE1_TRAIT_ID id) {
-    NYX_CHECK_AS(find_byte1_trait(name, object_type) == nullptr,
-                 "find_byte1_trait(trait->get_name(), object_type) == nullptr");
-    m_byte1_trait_nameid_to_objid.emplace(m_names.get_id(storage_name(name, object_type).c_str()), id);
+template <class T, class ID>
+void NYX_DB_PERSISTENT::register_trait(NAME_TO_ID<ID> &map, const T *trait, NYX_TRAIT_OBJ_TYPE object_type) {
+    const typename NYX_OBJECT_TRAITS<T>::impl *const row = trait->get_impl();
+    const bool is_internal = trait->is_internal();
+    const NYX_NAME_ID filed_under = is_internal ? row->m_internal_storage_name_id : row->m_storage_name_id;
+    const NYX_NAME_ID reserved = m_names.get_id(storage_name(trait->get_name(), object_type).c_str());
+    map.insert_or_assign(filed_under, table<T>().get_id(row));
+    if (!is_internal)
+        return;
+    try {
+        map.insert_or_assign(reserved, ID::INVALID);
+    } catch (...) {
+        map.erase(filed_under);
+        throw;
+    }
 }
 
-void NYX_DB_PERSISTENT::register_byte4_trait(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type,
-                                             NYX_BYTE4_TRAIT_ID id) {
-    NYX_CHECK_AS(find_byte4_trait(name, object_type) == nullptr,
-                 "find_byte4_trait(trait->get_name(), object_type) == nullptr");
-    m_byte4_trait_nameid_to_objid.emplace(m_names.get_id(storage_name(name, object_type).c_str()), id);
+void NYX_DB_PERSISTENT::register_byte1_trait(NYX_BYTE1_TRAIT *trait, NYX_TRAIT_OBJ_TYPE object_type) {
+    NYX_CHECK(find_byte1_trait(trait->get_name(), object_type) == nullptr);
+    register_trait(m_byte1_trait_nameid_to_objid, trait, object_type);
 }
 
-void NYX_DB_PERSISTENT::register_byte8_trait(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type,
-                                             NYX_BYTE8_TRAIT_ID id) {
-    NYX_CHECK_AS(find_byte8_trait(name, object_type) == nullptr,
-                 "find_byte8_trait(trait->get_name(), object_type) == nullptr");
-    m_byte8_trait_nameid_to_objid.emplace(m_names.get_id(storage_name(name, object_type).c_str()), id);
+void NYX_DB_PERSISTENT::register_byte4_trait(NYX_BYTE4_TRAIT *trait, NYX_TRAIT_OBJ_TYPE object_type) {
+    NYX_CHECK(find_byte4_trait(trait->get_name(), object_type) == nullptr);
+    register_trait(m_byte4_trait_nameid_to_objid, trait, object_type);
+}
+
+void NYX_DB_PERSISTENT::register_byte8_trait(NYX_BYTE8_TRAIT *trait, NYX_TRAIT_OBJ_TYPE object_type) {
+    NYX_CHECK(find_byte8_trait(trait->get_name(), object_type) == nullptr);
+    register_trait(m_byte8_trait_nameid_to_objid, trait, object_type);
 }
 
 void NYX_DB_PERSISTENT::register_inst_header(const INST_HEADER_KEY &key, NYX_INST_HEADER_ID id) {

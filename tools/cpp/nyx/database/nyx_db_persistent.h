@@ -93,6 +93,9 @@ public:
     NYX_BYTE1_TRAIT *find_byte1_trait(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) const;
     NYX_BYTE4_TRAIT *find_byte4_trait(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) const;
     NYX_BYTE8_TRAIT *find_byte8_trait(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) const;
+    /// Whether the name is taken: a trait of any width is filed under it, or it is the plain name of one that has an
+    /// internal name, under which nothing is found.
+    bool trait_exists(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) const;
     /// INVALID if no header has the key.
     NYX_INST_HEADER_ID find_inst_header(const INST_HEADER_KEY &key) const;
     /// \}
@@ -102,12 +105,18 @@ public:
     /// \{
     void register_module(NYX_NAME_ID name_id, NYX_MODULE_ID id);
     void unregister_module(NYX_NAME_ID name_id);
-    void register_byte1_trait(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type, NYX_BYTE1_TRAIT_ID id);
-    void register_byte4_trait(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type, NYX_BYTE4_TRAIT_ID id);
-    void register_byte8_trait(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type, NYX_BYTE8_TRAIT_ID id);
+    /// A trait is filed under its internal name if it has one, and then keeps others from taking its plain name. All or
+    /// nothing when the segment is full.
+    void register_byte1_trait(NYX_BYTE1_TRAIT *trait, NYX_TRAIT_OBJ_TYPE object_type);
+    void register_byte4_trait(NYX_BYTE4_TRAIT *trait, NYX_TRAIT_OBJ_TYPE object_type);
+    void register_byte8_trait(NYX_BYTE8_TRAIT *trait, NYX_TRAIT_OBJ_TYPE object_type);
     void register_inst_header(const INST_HEADER_KEY &key, NYX_INST_HEADER_ID id);
     void unregister_inst_header(const INST_HEADER_KEY &key);
     /// \}
+
+    /// Shows a visitor the traits for objects of one type, or of all types for ALL_SPARSE: those of 1, of 4, then of 8
+    /// bytes, each in the order in which they were declared. Internal ones only if `include_internal` is set.
+    void visit(NYX_TRAIT_OBJ_TYPE object_type, NYX_SPARSE_TRAIT_VISITOR *visitor, bool include_internal) const;
 
     /// True when a header is in use: the database refers to another one. A database for which it is false is a leaf.
     bool has_inst_headers() const;
@@ -141,6 +150,8 @@ private:
     void check_has_top_module(const char *function) const;
     template <class T, class ID>
     T *find_trait(const NAME_TO_ID<ID> &map, const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) const;
+    template <class T, class ID>
+    void register_trait(NAME_TO_ID<ID> &map, const T *trait, NYX_TRAIT_OBJ_TYPE object_type);
     long own_bytes() const;
 
     // Stored, in this order.

@@ -45,7 +45,7 @@ public:
         // The page's first row index is page_index * s_capacity by construction; computing it saves reading the head,
         // and leaves a slot below s_capacity.
         const std::uint32_t slot = id.get() - page_index * PAGE::s_capacity;
-        return first_page_pointer()[page_index]->get_unchecked(slot);
+        return page_at(first_page_pointer()[page_index])->get_unchecked(slot);
     }
     const row_type *get(id_type id) const { return const_cast<NYX_COLUMN *>(this)->get(id); }
 
@@ -66,8 +66,8 @@ public:
     }
 
     std::size_t get_num_pages() const { return m_pages.size(); }
-    page_type *get_page(std::size_t page_number) { return m_pages[page_number].get(); }
-    const page_type *get_page(std::size_t page_number) const { return m_pages[page_number].get(); }
+    page_type *get_page(std::size_t page_number) { return page_at(m_pages[page_number]); }
+    const page_type *get_page(std::size_t page_number) const { return page_at(m_pages[page_number]); }
 
     /// Rows in the pages.
     std::uint64_t get_num_rows() const { return std::uint64_t(m_pages.size()) * PAGE::s_capacity; }
@@ -103,11 +103,13 @@ protected:
 
     /// Takes back an append_page of an operation that fails further on.
     void remove_last_page() {
-        release_page(m_pages.back().get());
+        release_page(page_at(m_pages.back()));
         m_pages.pop_back();
     }
 
-    using page_pointer = NYX_FAST_OFFSET_PTR<PAGE>;
+    // Without the type of the page, so that all columns share one vector class and one set class.
+    using page_pointer = NYX_FAST_OFFSET_PTR<void>;
+    static page_type *page_at(const page_pointer &pointer) { return static_cast<page_type *>(pointer.get()); }
 
     // Where the page links start. The vector's own access tests its pointer for null at every read, which is a third of
     // what get(id) costs; here the vector is known to have elements. Its layout is the file's, and pinned: allocator,
@@ -131,7 +133,7 @@ private:
     }
     void release_pages() {
         for (const page_pointer &page : m_pages)
-            release_page(page.get());
+            release_page(page_at(page));
     }
 };
 
@@ -164,7 +166,7 @@ public:
     row_type *allocate_from_free_list() {
         NYX_CHECK_MSG(!free_list_empty(), "Attempt to allocate from empty free list");
         const auto first = m_free_pages.begin();
-        page_type *const page = first->get();
+        page_type *const page = BASE::page_at(*first);
         row_type *const row = page->allocate();
         if (!page->has_free_row())
             m_free_pages.erase(first);

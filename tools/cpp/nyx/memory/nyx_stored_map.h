@@ -93,7 +93,9 @@ const std::pair<const KEY, VALUE> *nyx_find_stored(const NYX_SEGMENT_UNORDERED_M
 template <class KEY, class VALUE, class HASH, class EQUAL>
 long nyx_stored_map_bytes(const NYX_SEGMENT_UNORDERED_MAP<KEY, VALUE, HASH, EQUAL> &map) {
     constexpr std::size_t node_bytes = (sizeof(std::pair<const KEY, VALUE>) + 7) / 8 * 8 + 2 * sizeof(void *);
-    const std::size_t buckets = map.empty() ? 0 : map.bucket_count() + 1;
+    // They come with the first element, and stay when the last one goes.
+    const char *const stored = reinterpret_cast<const char *>(&map);
+    const std::size_t buckets = NYX::detail::follow_link(stored + 56) == nullptr ? 0 : map.bucket_count() + 1;
     return static_cast<long>(map.size() * node_bytes + buckets * sizeof(void *));
 }
 

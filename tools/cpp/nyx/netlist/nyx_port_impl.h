@@ -24,6 +24,8 @@ struct NYX_PORT_PRIMARY {
 class NYX_PORT_IMPL final : public NYX_PORT, public NYX_PORT_PRIMARY {
 public:
     using primary_type = NYX_PORT_PRIMARY;
+
+    NYX_NET_IMPL *get_net_ptr() const { return m_net_ptr.get(); }
 };
 
 static_assert(sizeof(NYX_PORT_IMPL) == 32 && std::is_standard_layout_v<NYX_PORT_IMPL>);

@@ -34,6 +34,21 @@ NYX_PROPERTY_MAP<ID> nyx_make_property_map(NYX_SEGMENT_MANAGER *manager) {
     return MAP(NYX_SEGMENT_INITIAL_BUCKETS, typename MAP::hasher(), typename MAP::key_equal(), manager);
 }
 
+/// Gives the blocks of a row's values back. The values refer to nothing then.
+void nyx_free_property_blocks(NYX_ROW_PROPERTIES &properties);
+/// What the values of a row take, blocks included.
+long nyx_get_property_bytes(const NYX_ROW_PROPERTIES &properties);
+
+/// Takes all values of a row out.
+template <class ID>
+void nyx_erase_properties(NYX_PROPERTY_MAP<ID> &map, ID id) {
+    const auto found = map.find(id);
+    if (found == map.end())
+        return;
+    nyx_free_property_blocks(found->second);
+    map.erase(found);
+}
+
 static_assert(sizeof(NYX_STORED_PROPERTY) == 16 && sizeof(NYX_ROW_PROPERTIES) == 40);
 static_assert(sizeof(NYX_PROPERTY_MAP<NYX_NET_ID>) == 64);
 

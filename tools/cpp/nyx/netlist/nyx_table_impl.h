@@ -44,9 +44,8 @@ NYX_TYPE_STATS NYX_TABLE<TABLE, ROW, ID>::get_stats() const {
     if constexpr (TABLE::s_has_properties) {
         // The map's own room, and that of the values of each row.
         long bytes = nyx_stored_map_bytes(self().m_properties);
-        constexpr std::size_t node_bytes = 3 * sizeof(void *) + sizeof(NYX_ROW_PROPERTIES::value_type);
         for (const auto &[id, values] : self().m_properties)
-            bytes += static_cast<long>(values.size() * node_bytes);
+            bytes += nyx_get_property_bytes(values);
         stats.add_field_stats(NYX_FIELD_STATS("properties", bytes, -1, 0));
     }
     if constexpr (requires { self().add_array_stats(stats); })

@@ -6,5 +6,15 @@ NYX_BYTE1_TRAIT_TABLE::NYX_BYTE1_TRAIT_TABLE(NYX_DB_PERSISTENT *persistent, NYX_
     : m_persistent(persistent)
     , m_primary(this, manager) {}
 
+void NYX_BYTE1_TRAIT_TABLE::add_array_stats(NYX_TYPE_STATS &stats) const {
+    for (unsigned i = 0; i < iter_limit(); ++i) {
+        const NYX_BYTE1_TRAIT_IMPL *const row = get(NYX_BYTE1_TRAIT_ID(i));
+        // Tables of nothing but rows have rows without values.
+        if (row->m_storage_name_id == NYX_NAME_ID::INVALID || !row->m_trait_lookup_ptr)
+            continue;
+        stats.add_sub_field_stats("*trait_lookup", row->m_trait_lookup_ptr->get_stats());
+    }
+}
+
 template class NYX_TABLE<NYX_BYTE1_TRAIT_TABLE, NYX_BYTE1_TRAIT_IMPL, NYX_BYTE1_TRAIT_ID>;
 template class NYX_FREE_LIST_TABLE<NYX_BYTE1_TRAIT_TABLE, NYX_BYTE1_TRAIT_IMPL, NYX_BYTE1_TRAIT_ID>;

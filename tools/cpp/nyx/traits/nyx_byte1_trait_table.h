@@ -13,6 +13,9 @@ public:
 
     NYX_BYTE1_TRAIT_TABLE(NYX_DB_PERSISTENT *persistent, NYX_SEGMENT_MANAGER *manager);
 
+    /// What the rows' values take, as "*trait_lookup".
+    void add_array_stats(NYX_TYPE_STATS &stats) const;
+
     // Stored, in this order.
     NYX_FAST_OFFSET_PTR<NYX_DB_PERSISTENT> m_persistent;
     NYX_PRIMARY_COLUMN<NYX_BYTE1_TRAIT_IMPL, NYX_BYTE1_TRAIT_ID> m_primary;

@@ -4,18 +4,19 @@
 #include "memory/nyx_serialization.h"
 #include "nyx/nyx_byte_trait.h"
 #include "nyx/nyx_defs.h"
+#include "nyx/nyx_traits.h"
+#include "traits/nyx_trait_lookup.h"
 
-#include <cstdint>
 #include <type_traits>
 
 // Stored: the order and the widths of the members are part of the file format.
 struct NYX_BYTE4_TRAIT_PRIMARY {
-    NYX_OFFSET_PTR<void> m_trait_lookup_ptr; ///< the values by object; owned by the row
+    NYX_OFFSET_PTR<NYX_BYTE4_TRAIT_LOOKUP> m_trait_lookup_ptr; ///< the values by object; owned by the row
     NYX_NAME_ID m_description_id;
     NYX_NAME_ID m_group_id;
     NYX_NAME_ID m_internal_storage_name_id; ///< INVALID: no internal name
     NYX_NAME_ID m_storage_name_id;
-    std::uint8_t m_value_type = 0; ///< the typed view that owns the row
+    NYX_TRAIT_VALUE_TYPE m_value_type{}; ///< the typed view that owns the row
 };
 
 /// The row behind a NYX_BYTE4_TRAIT: what lies in the page is this.

@@ -1,5 +1,5 @@
 #include "netlist/nyx_object_impl.h"
-#include "traits/nyx_byte4_trait_table.h"
+#include "traits/nyx_byte_trait_members.h"
 
 NYX_BYTE4_TRAIT_IMPL *NYX_BYTE4_TRAIT::get_impl() {
     return static_cast<NYX_BYTE4_TRAIT_IMPL *>(this);
@@ -9,3 +9,6 @@ const NYX_BYTE4_TRAIT_IMPL *NYX_BYTE4_TRAIT::get_impl() const {
 }
 
 template class NYX_OBJECT<NYX_BYTE4_TRAIT>;
+template class NYX_BYTE_TRAIT<NYX_BYTE4_TRAIT, int>;
+#define NYX_TRAIT_KIND(type, one, many, word) template class NYX_TRAIT_OBJECT_ITER<NYX_BYTE4_TRAIT, type>;
+#include "traits/nyx_trait_kinds.def"

@@ -1,0 +1,94 @@
+#include "traits/nyx_attributes.h"
+
+#include "database/nyx_db_linker.h"
+#include "memory/nyx_app_block.h"
+#include "traits/nyx_trait_core.h"
+#include "traits/nyx_trait_linking.h"
+
+#include <utility>
+
+namespace {
+
+// The traits of a width that objects of a kind may have a value of: action(row, map of the values).
+template <class WIDTH, class ACTION>
+void for_each_used_trait(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind, ACTION &&action) {
+    using ID = typename NYX_OBJECT_TRAITS<WIDTH>::id;
+    auto &table = root->table<WIDTH>();
+    for (unsigned i = 0; i < table.iter_limit(); ++i) {
+        auto *const row = table.get(ID(i));
+        if (!row->m_trait_lookup_ptr)
+            continue;
+        auto &values = row->m_trait_lookup_ptr->map(kind);
+        if (!values.empty() && row->m_trait_lookup_ptr->m_object_type == kind)
+            action(row, values);
+    }
+}
+
+template <class ACTION>
+void for_each_used_trait(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind, ACTION &&action) {
+    for_each_used_trait<NYX_BYTE1_TRAIT>(root, kind, action);
+    for_each_used_trait<NYX_BYTE4_TRAIT>(root, kind, action);
+    for_each_used_trait<NYX_BYTE8_TRAIT>(root, kind, action);
+}
+
+// Takes the value of an object from a map, and its block if it has one.
+template <class ROW, class MAP>
+void clear_value(ROW *row, MAP &values, NYX_ANY_ID id) {
+    const auto found = values.find(id);
+    if (found == values.end())
+        return;
+    if constexpr (std::is_same_v<ROW, NYX_BYTE8_TRAIT_IMPL>)
+        if (row->m_value_type == NYX_TRAIT_VALUE_TYPE::APP_TRAIT_VALUE)
+            nyx_free_app_block(*nyx_get_persistent(row)->get_segment_manager(),
+                               reinterpret_cast<unsigned char *>(row) + found->second);
+    values.erase(found);
+}
+
+// Copies by the traits of the destination's database: reads of the source find the way to its own.
+class COPY final : public NYX_SPARSE_TRAIT_VISITOR {
+public:
+    COPY(const NYX_BEARER &from, const NYX_BEARER &to) : m_from(from), m_to(to) {}
+    void visit(NYX_APP_TRAIT *trait) override { copy(trait); }
+    void visit(NYX_TIME_TRAIT *trait) override { copy(trait); }
+    void visit(NYX_DOUBLE_TRAIT *trait) override { copy(trait); }
+    void visit(NYX_FLOAT_TRAIT *trait) override { copy(trait); }
+    void visit(NYX_STRING_TRAIT *trait) override { copy(trait); }
+    void visit(NYX_INT_TRAIT *trait) override { copy(trait); }
+    void visit(NYX_BOOL_TRAIT *trait) override { copy(trait); }
+
+private:
+    template <class TRAIT>
+    void copy(TRAIT *trait) {
+        using CORE = NYX_TRAIT_CORE<TRAIT>;
+        if (!CORE::is_default_value(trait, m_from))
+            CORE::set_value(trait, m_to, CORE::get_value(trait, m_from));
+    }
+
+    const NYX_BEARER &m_from;
+    const NYX_BEARER &m_to;
+};
+
+} // namespace
+
+void nyx_clear_trait_values(const NYX_BEARER &object) {
+    for_each_used_trait(object.root, object.kind,
+                        [&object](auto *row, auto &values) { clear_value(row, values, object.id); });
+}
+
+void nyx_copy_trait_values(const NYX_BEARER &from, const NYX_BEARER &to) {
+    COPY visitor(from, to);
+    to.root->visit(to.kind, &visitor, true);
+}
+
+void nyx_move_trait_values(const NYX_BEARER &from, const NYX_BEARER &to) {
+    for_each_used_trait(to.root, to.kind, [&](auto *row, auto &values) {
+        if (from.id == to.id)
+            return;
+        clear_value(row, values, to.id);
+        auto node = values.extract(from.id);
+        if (node.empty())
+            return;
+        node.key() = to.id;
+        values.insert(std::move(node));
+    });
+}
