@@ -42,10 +42,8 @@ protected:
         return result.empty() ? error : result;
     }
 
-    // Ends the run by the format: the type, the algorithm, and a reservation that is refused.
-    static bool ends_the_run(std::size_t byte) {
-        return byte == 8 || (byte >= 21 && byte < 25) || (byte >= 33 && byte < 37);
-    }
+    // Ends the run by the format: the type and the algorithm, and the length of the tag, which moves the algorithm.
+    static bool ends_the_run(std::size_t byte) { return byte == 8 || (byte >= 17 && byte < 25); }
 
     TEMP_DIR m_dir;
     const std::string m_path = m_dir / "a.nyx";

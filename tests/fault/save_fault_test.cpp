@@ -89,6 +89,8 @@ TEST_P(SaveFault, FullDiskLeavesTheOldFile) {
             save();
         } catch (const NYX_FILE_IO_EXCEPTION &exception) {
             _exit(exception.operation() == NYX_FILE_IO_EXCEPTION::WRITE ? 0 : 2);
+        } catch (...) {
+            _exit(3);
         }
         _exit(1);
     }
@@ -168,12 +170,16 @@ TEST(SaveFault, KilledProcessLeavesAWholeFile) {
     for (int i = 0; i < s_num_kills; ++i) {
         const pid_t child = fork();
         if (child == 0) {
-            const auto file = make_file();
-            int *const number = file->get_segment_manager()->find<int>("number").first;
-            NYX_FILE_OPTIONS options;
-            options.durable = i % 4 == 0;
-            for (;; ++*number)
-                file->commit_impl(path, i % 2 ? NYX_COMPRESSION::ZSTD : NYX_COMPRESSION::NONE, 3, 4096, options);
+            try {
+                const auto file = make_file();
+                int *const number = file->get_segment_manager()->find<int>("number").first;
+                NYX_FILE_OPTIONS options;
+                options.durable = i % 4 == 0;
+                for (;; ++*number)
+                    file->commit_impl(path, i % 2 ? NYX_COMPRESSION::ZSTD : NYX_COMPRESSION::NONE, 3, 4096, options);
+            } catch (...) {
+                _exit(1);
+            }
         }
         usleep(5000 + generator() % 40000);
         ASSERT_EQ(kill(child, SIGKILL), 0);

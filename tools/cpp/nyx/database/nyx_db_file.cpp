@@ -162,6 +162,8 @@ NYX_DB::OPENED NYX_DB::register_opened(const std::string &path, ACCESS_MODE mode
         throw;
     }
     try {
+        if (!NYX_BUILTIN_TRAITS::are_in(db))
+            throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
         db->get_impl().m_builtin_traits = std::make_unique<NYX_BUILTIN_TRAITS>(db);
     } catch (...) {
         discard(db);

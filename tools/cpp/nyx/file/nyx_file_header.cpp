@@ -12,7 +12,10 @@ constexpr std::uint64_t s_unknown_size = std::numeric_limits<std::uint64_t>::max
 
 class READER {
 public:
-    READER(std::istream &is, const std::string &path) : m_is(is), m_path(path), m_start(is.tellg()) {}
+    READER(std::istream &is, const std::string &path) : m_is(is), m_path(path), m_start(is.tellg()) {
+        if (m_start == std::streampos(-1))
+            fail();
+    }
 
     template <class T>
     T read() {

@@ -28,6 +28,30 @@ std::uint64_t bytes_left(std::istream &is, const std::string &path) {
     return static_cast<std::uint64_t>(end - here);
 }
 
+// Compares the header with the file, before a range is reserved for what it says. A save that was interrupted has left
+// all ones in place of the sizes, which the reservation refuses.
+void check_sizes(std::istream &is, const std::string &path, const NYX_DB_FILE_STATS &header) {
+    constexpr std::uint64_t unknown = ~std::uint64_t(0);
+    constexpr std::uint64_t least_frame = 5; // a size word and a byte
+    if (header.default_size == unknown && header.data_size == unknown && header.payload_size == unknown)
+        return;
+    if (header.data_size < segment_algorithm::MinSegmentBytes)
+        throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
+    const std::uint64_t left = bytes_left(is, path);
+    const auto algorithm = static_cast<NYX_COMPRESSION>(header.compression_algorithm);
+    if (algorithm == NYX_COMPRESSION::NONE) {
+        if (header.payload_size != header.data_size)
+            throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
+        if (header.payload_size > left)
+            raise_read(path);
+    } else if (algorithm == NYX_COMPRESSION::LZ4 || algorithm == NYX_COMPRESSION::ZSTD) {
+        const bool can_be_coded = algorithm == NYX_COMPRESSION::LZ4 ? NYX::is_lz4_collet(header.chunk_size)
+                                                                    : NYX::is_zstd_collet(header.chunk_size);
+        if (!can_be_coded || header.payload_size > left || header.data_size / header.chunk_size > left / least_frame)
+            throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
+    }
+}
+
 // Decodes all of `out`. The chunk of a small image is bounded by the image, whatever the header says, and so is the
 // memory that this takes.
 template <class DECODER>
@@ -76,8 +100,7 @@ bool NYX_MANAGED_SERIALISED_FILE::load(const std::string &path, const NYX_FILE_O
         // What no unit of allocation fits in is left out.
         size = std::max<std::size_t>(size - size % segment_algorithm::Alignment, header.data_size);
     }
-    if (header.data_size < segment_algorithm::MinSegmentBytes)
-        throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
+    check_sizes(is, path, header);
     // Never so: an object is loaded once. A segment that is there would be mixed up with the file's.
     if (m_segment != nullptr) {
         m_segment.reset();
@@ -92,25 +115,17 @@ bool NYX_MANAGED_SERIALISED_FILE::load(const std::string &path, const NYX_FILE_O
 void NYX_MANAGED_SERIALISED_FILE::read(std::istream &is, const std::string &path, const NYX_DB_FILE_STATS &header,
                                        std::size_t size) {
     auto segment = std::make_unique<NYX_SEGMENT>(NYX_SEGMENT::FOR_IMAGE{}, size, header.data_size);
-    // Header against file, before the file is believed.
-    const std::uint64_t left = bytes_left(is, path);
     const gsl::span<char> image(segment->data(), header.data_size);
     switch (static_cast<NYX_COMPRESSION>(header.compression_algorithm)) {
     case NYX_COMPRESSION::NONE:
-        if (header.payload_size != header.data_size)
-            throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
         is.read(image.data(), static_cast<std::streamsize>(header.payload_size));
         if (is.fail())
             raise_read(path);
         break;
     case NYX_COMPRESSION::LZ4:
-        if (header.payload_size > left || !NYX::is_lz4_collet(header.chunk_size))
-            throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
         decode<NYX::LZ4_DECODER<ISTREAM_REF>>(is, path, header.chunk_size, image);
         break;
     case NYX_COMPRESSION::ZSTD:
-        if (header.payload_size > left || !NYX::is_zstd_collet(header.chunk_size))
-            throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
         decode<NYX::ZSTD_DECODER<ISTREAM_REF>>(is, path, header.chunk_size, image);
         break;
     default:

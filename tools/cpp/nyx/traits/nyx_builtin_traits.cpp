@@ -99,6 +99,15 @@ NYX_BUILTIN_TRAITS::NYX_BUILTIN_TRAITS(const NYX_DB *db) {
     });
 }
 
+bool NYX_BUILTIN_TRAITS::are_in(const NYX_DB *db) {
+    bool result = true;
+    for_each_builtin_trait([&result, db]<class TRAIT>(const DECLARATION<TRAIT> &trait) {
+        result = result && NYX_TRAIT_CORE<TRAIT>::find(
+                               trait.objects, db, trait.is_internal ? trait.internal_name() : trait.name) != nullptr;
+    });
+    return result;
+}
+
 const NYX_BUILTIN_TRAITS &NYX_BUILTIN_TRAITS::of(const NYX_DB *db) {
     const auto &traits = NYX_DB_IMPL::of(*db).m_builtin_traits;
     NYX_CHECK(traits != nullptr);

@@ -23,6 +23,9 @@ public:
     /// name of the member whose trait is missing.
     explicit NYX_BUILTIN_TRAITS(const NYX_DB *db);
 
+    /// Whether a database has all of them. One that was read from a file may lack what its creation declared.
+    static bool are_in(const NYX_DB *db);
+
     /// The record of an open database.
     static const NYX_BUILTIN_TRAITS &of(const NYX_DB *db);
 
