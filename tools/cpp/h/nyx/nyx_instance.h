@@ -111,7 +111,8 @@ public:
     /// In the order of the base module's ports. Places of deleted ports are walked too: there is_valid() is false.
     boost::iterator_range<NYX_INSTANCE_INST_PORT_ITER> iter_inst_ports();
     boost::iterator_range<NYX_INSTANCE_INST_PORT_CONST_ITER> const_iter_inst_ports() const;
-    /// An interface of the base module as this instance has it; fails as the constructor of NYX_INTERFACE_INSTANCE does.
+    /// An interface of the base module as this instance has it; fails as the constructor of NYX_INTERFACE_INSTANCE
+    /// does.
     NYX_INTERFACE_INSTANCE get_interface_instance(const NYX_INTERFACE *interface) const;
     /// \}
 
