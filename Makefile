@@ -1,5 +1,5 @@
 # The front door. Every target is a line or two over the CMake presets.
-.PHONY: install-deps demo test bench asan coverage fuzz lint format format-check layers clean
+.PHONY: install-deps demo example-netlist test bench asan coverage fuzz lint format format-check layers clean
 
 install-deps:
 	@scripts/install-deps
@@ -10,6 +10,10 @@ build/%/build.ninja: CMakePresets.json
 demo: install-deps build/release/build.ninja
 	@cmake --build --preset release --target nyx_demo
 	@build/release/examples/nyx_demo
+
+# Synthesises the example's netlist anew, which `make demo` starts from.
+example-netlist: install-deps
+	cd examples/soc && yosys -q synth.ys && zstd -q -19 --rm -f soc.json -o soc.json.zst
 
 test: install-deps build/release/build.ninja
 	cmake --build --preset release

@@ -9,6 +9,13 @@ pkg_check_modules(nyx_lz4 REQUIRED IMPORTED_TARGET liblz4)
 pkg_check_modules(nyx_zstd REQUIRED IMPORTED_TARGET libzstd)
 find_package(Threads REQUIRED)
 
+# What the readers, the writers and the command stand on.
+find_package(CLI11 REQUIRED)
+find_package(ZLIB REQUIRED)
+find_package(nlohmann_json REQUIRED)
+pkg_check_modules(nyx_simdjson REQUIRED IMPORTED_TARGET simdjson)
+pkg_check_modules(nyx_smartcols REQUIRED IMPORTED_TARGET smartcols)
+
 if(NYX_DEVELOPER)
   find_package(GTest REQUIRED)
   find_package(benchmark REQUIRED)

@@ -69,8 +69,9 @@ TEST_P(BitFlip, IsNoticedOrChangesNothing) {
         same += result == "same";
         other += result == "other";
         // Only a checksum sees all.
-        if (GetParam() == NYX_COMPRESSION::ZSTD)
+        if (GetParam() == NYX_COMPRESSION::ZSTD) {
             EXPECT_NE(result, "other") << "bit " << bit;
+        }
     }
     RecordProperty("noticed", noticed);
     RecordProperty("same", same);

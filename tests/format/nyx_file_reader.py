@@ -43,8 +43,8 @@ def read_fields(table, data, start, names):
     fields = {}
     end = 0
     for field, offset, width in table:
-        offset, width = evaluate(offset, {**names, **fields_as_numbers(fields)}), \
-            evaluate(width, {**names, **fields_as_numbers(fields)})
+        known = {**names, **fields_as_numbers(fields)}
+        offset, width = evaluate(offset, known), evaluate(width, known)
         if offset != end:
             raise FORMAT_ERROR(f"the page puts {field} at {offset}, but the field in front ends at {end}")
         raw = data[start + offset:start + offset + width]
@@ -53,6 +53,8 @@ def read_fields(table, data, start, names):
         is_number = width in (1, 4, 8) and field not in ("magic", "tag")
         fields[field] = int.from_bytes(raw, "little") if is_number else raw
         if field == "tag length":
+            if not is_number:
+                raise FORMAT_ERROR("the length of the tag is no number")
             names = {**names, "L": fields[field]}
         end = offset + width
     return fields, end

@@ -1,5 +1,6 @@
 // Headers: the references from one database to modules of another one.
 
+#include "netlist/nyx_inst_header_table.h"
 #include "netlist_test_support.h"
 
 using namespace netlist_test;
@@ -219,6 +220,9 @@ TEST_F(HEADER, LeadsToThePartitionInItsOwnGroup) {
     EXPECT_EQ(u->get_module(), right);
     EXPECT_EQ(v->get_module(), wrong);
     EXPECT_EQ(w->get_module(), cell);
+    EXPECT_TRUE(u->get_inst_header()->get_is_user_group());
+    EXPECT_FALSE(v->get_inst_header()->get_is_user_group());
+    EXPECT_FALSE(w->get_inst_header()->get_is_user_group());
     EXPECT_EQ(NYX_DB::get_num_users("partition", "work"), 2);
     right->set_name("renamed");
     EXPECT_EQ(u->get_inst_header()->get_module_name(), "renamed");
@@ -237,4 +241,44 @@ TEST_F(HEADER, IntoAnotherGroupIsRefused) {
                      "NYX_INST_HEADER::find_or_create"));
     EXPECT_EQ(top->get_num_instances(), 0u);
     EXPECT_FALSE(root_of(db)->has_inst_headers());
+}
+
+TEST_F(HEADER, IsMovedToTheOtherGroupByItsFlag) {
+    SCOPED_DB partition_of_default("partition");
+    SCOPED_DB group_top("group_top", NYX_DB_TYPE::USER, "work");
+    SCOPED_DB partition("partition", NYX_DB_TYPE::USER, "work");
+    NYX_MODULE *const in_default = make_module(partition_of_default, "block");
+    NYX_MODULE *const in_group = make_module(partition, "block");
+    NYX_INSTANCE *const u = NYX_INSTANCE::allocate(make_module(group_top, "parent"), "u", in_group);
+    NYX_INST_HEADER *const header = u->get_inst_header();
+    header->set_is_user_group(false);
+    EXPECT_FALSE(header->get_is_user_group());
+    EXPECT_EQ(u->get_module(), in_default);
+    header->set_is_user_group(true);
+    EXPECT_EQ(u->get_module(), in_group);
+    NYX_INSTANCE *const v = NYX_INSTANCE::allocate(u->get_parent(), "v", in_default);
+    EXPECT_EQ(raised<NYX_RUNTIME_ERROR>([&] { header->set_is_user_group(false); }),
+              RAISED("There is an inst header for module block in db partition already",
+                     "NYX_INST_HEADER::set_is_user_group"));
+    EXPECT_TRUE(header->get_is_user_group());
+    EXPECT_EQ(v->get_module(), in_default);
+    u->deallocate();
+    v->deallocate();
+    EXPECT_FALSE(root_of(group_top)->has_inst_headers());
+}
+
+TEST_F(HEADER, OfADatabaseOfAnotherKindIsInTheDefaultGroup) {
+    SCOPED_DB other("other", NYX_DB_TYPE::DEFINITION);
+    // Nothing makes one there: instances are refused. Its row is as good as any.
+    NYX_INST_HEADER *const header = root_of(other)->table<NYX_INST_HEADER>().allocate();
+    EXPECT_FALSE(header->get_is_user_group());
+    header->set_is_user_group(false);
+    EXPECT_FALSE(header->get_is_user_group());
+}
+
+TEST_F(HEADER, TakesItsValuesAlong) {
+    NYX_INSTANCE *const u = make_instance("u", cell);
+    u->get_inst_header()->set_property("mark", 1);
+    u->deallocate();
+    EXPECT_FALSE(make_instance("v", cell)->get_inst_header()->has_property("mark"));
 }

@@ -88,12 +88,14 @@ TEST_F(INST_PORT, IsDisconnectedAndToldWhenItIsDeleted) {
     EXPECT_EQ(u->get_num_inst_ports(), 2u);
 }
 
-TEST_F(INST_PORT, TakesItsPropertiesAlong) {
-    NYX_INST_PORT_TABLE &table = root_of(db)->table<NYX_INST_PORT>();
-    table.m_properties.try_emplace(NYX_INST_PORT_TABLE::get_id(a->get_impl()), root_of(db)->get_segment_manager())
-        .first->second[root_of(db)->names().get_id("weight")] = 1;
+TEST_F(INST_PORT, TakesItsValuesAlong) {
+    NYX_BOOL_TRAIT *const trait = NYX_INST_PORT::create_bool_trait(db, "mark", false, "", "", "");
+    a->set_value(trait, true);
+    a->set_property("mark", 1);
     a->deallocate();
-    EXPECT_TRUE(table.m_properties.empty());
+    NYX_INST_PORT::allocate(u, cell->find_port("a"));
+    EXPECT_FALSE(a->get_value(trait));
+    EXPECT_FALSE(a->has_property("mark"));
 }
 
 TEST_F(INST_PORT, IsDeletedWithItsPort) {

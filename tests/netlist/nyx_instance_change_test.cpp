@@ -1,5 +1,8 @@
 // Instances that get another base module, and how their inst ports follow the ports.
 
+#include "netlist/nyx_inst_header_table.h"
+#include "netlist/nyx_inst_port_table.h"
+#include "netlist/nyx_module_table.h"
 #include "netlist_test_support.h"
 
 using namespace netlist_test;
@@ -27,20 +30,22 @@ protected:
         for (NYX_INST_PORT *const inst_port : instance->iter_inst_ports())
             inst_port->connect(NYX_NET::allocate(top, inst_port->get_name()));
     }
-    void set_property(NYX_INST_PORT *inst_port, int value) {
-        root_of(db)
-            ->table<NYX_INST_PORT>()
-            .m_properties
-            .try_emplace(NYX_INST_PORT_TABLE::get_id(inst_port->get_impl()), root_of(db)->get_segment_manager())
-            .first->second[root_of(db)->names().get_id("weight")] = value;
+    // A trait and a property, to be found again where the inst port went.
+    void mark(NYX_INST_PORT *inst_port, int value) {
+        inst_port->set_property("mark", value);
+        inst_port->set_value(m_trait, value);
     }
-    int property(NYX_INST_PORT *inst_port) {
-        const auto &properties = root_of(db)->table<NYX_INST_PORT>().m_properties;
-        const auto found = properties.find(NYX_INST_PORT_TABLE::get_id(inst_port->get_impl()));
-        return found == properties.end() ? -1 : boost::get<int>(found->second.begin()->second);
+    int mark_of(NYX_INST_PORT *inst_port) {
+        const int value = inst_port->get_value(m_trait);
+        EXPECT_EQ(inst_port->has_property("mark"), value != 0);
+        if (value != 0) {
+            EXPECT_EQ(boost::get<int>(inst_port->get_property("mark")), value);
+        }
+        return value;
     }
 
     NYX_MODULE *abc = make_module(db, "abc", {"a", "b", "c"});
+    NYX_INT_TRAIT *m_trait = NYX_INST_PORT::create_int_trait(db, "mark", 0, "", "", "");
 };
 
 } // namespace
@@ -102,15 +107,15 @@ TEST_F(CHANGE, MapsInstPortsByName) {
     NYX_MODULE *const other = make_module(db, "other", {"c", "x", "a", "b"});
     NYX_INSTANCE *const u = make_instance("u", abc);
     connect_all(u);
-    set_property(u->find_inst_port("a"), 1);
-    set_property(u->find_inst_port("c"), 3);
+    mark(u->find_inst_port("a"), 1);
+    mark(u->find_inst_port("c"), 3);
     u->change_module(other);
     EXPECT_EQ(u->get_module(), other);
     EXPECT_EQ(connections(u), (STRINGS{"c:c", "x:", "a:a", "b:b"}));
-    EXPECT_EQ(property(u->find_inst_port("a")), 1);
-    EXPECT_EQ(property(u->find_inst_port("b")), -1);
-    EXPECT_EQ(property(u->find_inst_port("c")), 3);
-    EXPECT_EQ(property(u->find_inst_port("x")), -1);
+    EXPECT_EQ(mark_of(u->find_inst_port("a")), 1);
+    EXPECT_EQ(mark_of(u->find_inst_port("b")), 0);
+    EXPECT_EQ(mark_of(u->find_inst_port("c")), 3);
+    EXPECT_EQ(mark_of(u->find_inst_port("x")), 0);
     EXPECT_EQ(references(abc), 0u);
     EXPECT_EQ(references(other), 1u);
     // The run of before is free again.
@@ -121,10 +126,10 @@ TEST_F(CHANGE, OfTheOrderInARunOfTheSameLengthSwapsWithoutLoss) {
     NYX_MODULE *const other = make_module(db, "other", {"c", "a", "b"});
     NYX_INSTANCE *const u = make_instance("u", abc);
     connect_all(u);
-    set_property(u->find_inst_port("b"), 2);
+    mark(u->find_inst_port("b"), 2);
     u->change_module(other);
     EXPECT_EQ(connections(u), (STRINGS{"c:c", "a:a", "b:b"}));
-    EXPECT_EQ(property(u->find_inst_port("b")), 2);
+    EXPECT_EQ(mark_of(u->find_inst_port("b")), 2);
     EXPECT_EQ(root_of(db)->table<NYX_INST_PORT>().num_allocated(), 3u);
 }
 
@@ -227,16 +232,16 @@ TEST_F(CHANGE, ToADefinitionModuleIsRefusedWithoutChange) {
 TEST_F(CHANGE, OfTheModulesPortsIsFollowed) {
     NYX_INSTANCE *const u = make_instance("u", abc);
     connect_all(u);
-    set_property(u->find_inst_port("c"), 3);
+    mark(u->find_inst_port("c"), 3);
     abc->increase_num_ports(2);
     EXPECT_EQ(connections(u), (STRINGS{"a:a", "b:b", "c:c", "-", "-"}));
     abc->find_port("b")->deallocate();
     EXPECT_EQ(connections(u), (STRINGS{"a:a", "-", "c:c", "-", "-"}));
     abc->update_num_ports();
     EXPECT_EQ(connections(u), (STRINGS{"a:a", "c:c"}));
-    EXPECT_EQ(property(u->find_inst_port("c")), 3);
+    EXPECT_EQ(mark_of(u->find_inst_port("c")), 3);
     EXPECT_EQ(root_of(db)->table<NYX_INST_PORT>().num_allocated(), 2u);
-    EXPECT_EQ(top->find_net("c")->iter_inst_ports().begin()->get_inst(), u);
+    EXPECT_EQ((*top->find_net("c")->iter_inst_ports().begin())->get_inst(), u);
 }
 
 TEST_F(CHANGE, OfTheModulesPortsReachesInstancesInOtherDatabases) {
@@ -265,4 +270,24 @@ TEST_F(CHANGE, OfThePortsToldAsMovesOfInstPorts) {
             moves.push_back(event);
     }
     EXPECT_EQ(moves, (STRINGS{"inst port u.b moved", "inst port u.c moved"}));
+}
+
+TEST_F(CHANGE, ThatFindsNoRoomChangesNothing) {
+    NYX_MODULE *const wide = NYX_MODULE::allocate(db, "wide", 10000);
+    NYX_INSTANCE *const u = make_instance("u", abc);
+    connect_all(u);
+    unsigned made = 0;
+    EXPECT_THROW(
+        {
+            for (;; ++made)
+                make_instance("f", wide);
+        },
+        boost::interprocess::bad_alloc);
+    EVENT_LOG log;
+    EXPECT_THROW(u->change_module(wide), boost::interprocess::bad_alloc);
+    EXPECT_EQ(log.take(), STRINGS());
+    EXPECT_EQ(u->get_module(), abc);
+    EXPECT_EQ(connections(u), (STRINGS{"a:a", "b:b", "c:c"}));
+    EXPECT_EQ(references(wide), made);
+    EXPECT_EQ(references(abc), 1u);
 }

@@ -1,5 +1,9 @@
 // What ends the run in instances, inst ports and headers.
 
+#include "netlist/nyx_db_observer.h"
+#include "netlist/nyx_inst_header_table.h"
+#include "netlist/nyx_instance_table.h"
+#include "netlist/nyx_module_table.h"
 #include "netlist_test_support.h"
 
 using namespace netlist_test;
@@ -195,6 +199,19 @@ TEST_F(HEADER_DEATH, OfAModuleWithAnotherNumberOfPortsThanItWasMadeFor) {
             make_instance("v", remote);
         },
         "header->get_num_ports\\(\\) == num_ports: number of ports mismatches");
+}
+
+TEST_F(HEADER_DEATH, OfAGroupInALibrary) {
+    SCOPED_DB lib("lib", NYX_DB_TYPE::COMPONENT);
+    NYX_INST_HEADER *const header = NYX_INSTANCE::allocate(make_module(lib, "m"), "u", cell)->get_inst_header();
+    EXPECT_DEATH(header->get_is_user_group(), "db->is_user\\(\\) && trait");
+    EXPECT_DEATH(header->set_is_user_group(true), "db->is_user\\(\\) && trait");
+    EXPECT_DEATH(header->set_is_user_group(false), "db->is_user\\(\\) && trait");
+    // The library itself does not ask.
+    EXPECT_EQ(header->get_module(), cell);
+    SCOPED_DB definitions("definitions", NYX_DB_TYPE::DEFINITION);
+    NYX_INST_HEADER *const other = root_of(definitions)->table<NYX_INST_HEADER>().allocate();
+    EXPECT_DEATH(other->set_is_user_group(true), "!is_group_link");
 }
 
 // ---- The index of instances

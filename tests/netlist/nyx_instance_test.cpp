@@ -1,5 +1,8 @@
 // Instances: how they are made and deleted, their inst ports, names, placement and location.
 
+#include "netlist/nyx_inst_port_table.h"
+#include "netlist/nyx_instance_table.h"
+#include "netlist/nyx_module_table.h"
 #include "netlist_test_support.h"
 
 #include <algorithm>
@@ -220,18 +223,35 @@ TEST_F(INSTANCE, GivesItsRunBack) {
     EXPECT_EQ(v->find_inst_port("a")->get_net(), nullptr);
 }
 
-TEST_F(INSTANCE, TakesItsPropertiesAndThoseOfItsInstPortsAlong) {
+TEST_F(INSTANCE, TakesItsValuesAndThoseOfItsInstPortsAlong) {
+    NYX_INT_TRAIT *const weight = NYX_INSTANCE::create_int_trait(db, "weight", 0, "", "", "");
+    NYX_INT_TRAIT *const delay = NYX_INST_PORT::create_int_trait(db, "delay", 0, "", "", "");
     NYX_INSTANCE *const u = make_instance("u", cell);
-    NYX_INSTANCE_TABLE &instances = root_of(db)->table<NYX_INSTANCE>();
-    NYX_INST_PORT_TABLE &inst_ports = root_of(db)->table<NYX_INST_PORT>();
-    const NYX_NAME_ID name = root_of(db)->names().get_id("weight");
-    NYX_SEGMENT_MANAGER *const manager = root_of(db)->get_segment_manager();
-    instances.m_properties.try_emplace(NYX_INSTANCE_TABLE::get_id(u->get_impl()), manager).first->second[name] = 1;
-    inst_ports.m_properties.try_emplace(NYX_INST_PORT_TABLE::get_id(u->find_inst_port("b")->get_impl()), manager)
-        .first->second[name] = 2;
+    u->set_property("owner", std::string("me"));
+    u->set_value(weight, 1);
+    u->set_initial_value(true);
+    u->find_inst_port("b")->set_property("owner", std::string("me"));
+    u->find_inst_port("b")->set_value(delay, 2);
     u->deallocate();
-    EXPECT_TRUE(instances.m_properties.empty());
-    EXPECT_TRUE(inst_ports.m_properties.empty());
+    NYX_INSTANCE *const v = make_instance("v", cell);
+    ASSERT_EQ(v, u);
+    EXPECT_FALSE(v->has_property("owner"));
+    EXPECT_EQ(v->get_value(weight), 0);
+    EXPECT_FALSE(v->has_initial_value());
+    EXPECT_FALSE(v->find_inst_port("b")->has_property("owner"));
+    EXPECT_EQ(v->find_inst_port("b")->get_value(delay), 0);
+    EXPECT_TRUE(root_of(db)->table<NYX_INST_PORT>().m_properties.empty());
+}
+
+TEST_F(INSTANCE, LeavesItsBus) {
+    NYX_INSTANCE_BUS *const bus = NYX_INSTANCE_BUS::allocate(top, "u", 1, 0);
+    NYX_INSTANCE *const u = make_instance("u[0]", cell);
+    bus->set_instance(0, u);
+    EXPECT_EQ(u->get_bus(), bus);
+    EVENT_LOG log;
+    u->deallocate();
+    EXPECT_EQ(log.take().back(), "instance u[0] deallocated in top");
+    EXPECT_EQ(bus->get_instance({0}), nullptr);
 }
 
 TEST_F(INSTANCE, DeletedWithItsParentIsTold) {
@@ -370,7 +390,27 @@ TEST_F(INSTANCE, HasTheBoundsOfItsModuleWhereItIsPlaced) {
               NYX_BOX(3, 0, 1, 0));
 }
 
-// ---- Source location and flags
+// ---- Initial value, source location and flags
+
+TEST_F(INSTANCE, MayHaveAnInitialValue) {
+    NYX_INSTANCE *const u = make_instance("u", cell);
+    EXPECT_FALSE(u->has_initial_value());
+    EXPECT_EQ(raised<NYX_RUNTIME_ERROR>([&] { u->get_initial_value(); }),
+              RAISED("Net u has no initial value", "NYX_INSTANCE::get_initial_value"));
+    u->set_initial_value(true);
+    EXPECT_TRUE(u->has_initial_value());
+    EXPECT_TRUE(u->get_initial_value());
+    u->set_initial_value(false);
+    EXPECT_TRUE(u->has_initial_value());
+    EXPECT_FALSE(u->get_initial_value());
+}
+
+TEST_F(INSTANCE, GivesTheViewOnAnInterfaceOfItsModule) {
+    NYX_INTERFACE *const interface = NYX_INTERFACE::allocate(cell, "bus");
+    NYX_INSTANCE *const u = make_instance("u", cell);
+    EXPECT_EQ(u->get_interface_instance(interface), NYX_INTERFACE_INSTANCE(u, interface));
+    EXPECT_EQ(u->get_interface_instance(interface).get_instance(), u);
+}
 
 TEST_F(INSTANCE, RemembersWhereItWasWritten) {
     NYX_INSTANCE *const u = make_instance("u", cell);

@@ -182,7 +182,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(InBothWays, MovedPorts, testing::Bool(),
-                         [](const auto &info) { return info.param ? "ToALongerRun" : "WithinTheRun"; });
+                         [](const auto &test) { return test.param ? "ToALongerRun" : "WithinTheRun"; });
 
 TEST_P(MovedPorts, KeepTheirColumns) {
     c->set_bidir();
@@ -234,17 +234,43 @@ TEST_P(MovedPorts, StayAtTheirPlaceInTheirBuses) {
 }
 
 TEST_P(MovedPorts, KeepTheirPropertiesAndLeaveNoneBehind) {
-    auto &properties = root_of(db)->table<NYX_PORT>().m_properties;
-    const NYX_NAME_ID name = root_of(db)->names().get_id("weight");
-    const NYX_PORT_ID old_id = NYX_PORT_TABLE::get_id(c->get_impl());
-    NYX_ROW_PROPERTIES values(root_of(db)->get_segment_manager());
-    values.emplace(name, NYX_STORED_PROPERTY(42));
-    properties.emplace(old_id, std::move(values));
+    c->set_property("weight", 42);
     move();
-    ASSERT_EQ(properties.size(), 1u);
-    const auto found = properties.find(NYX_PORT_TABLE::get_id(c->get_impl()));
-    ASSERT_NE(found, properties.end());
-    EXPECT_EQ(boost::get<int>(found->second.at(name)), 42);
+    EXPECT_EQ(root_of(db)->table<NYX_PORT>().m_properties.size(), 1u);
+    ASSERT_TRUE(c->has_property("weight"));
+    EXPECT_EQ(boost::get<int>(c->get_property("weight")), 42);
+    EXPECT_FALSE(module->find_port("d")->has_property("weight"));
+}
+
+TEST_P(MovedPorts, KeepTheirTraitsOfAllWidthsAndLeaveNoneBehind) {
+    NYX_BOOL_TRAIT *const flag = NYX_PORT::create_bool_trait(db, "flag", false, "", "", "");
+    NYX_STRING_TRAIT *const text = NYX_PORT::create_string_trait(db, "text", "none", "", "", "");
+    NYX_DOUBLE_TRAIT *const number = NYX_PORT::create_double_trait(db, "number", 0, "", "", "");
+    c->set_value(flag, true);
+    c->set_value(text, "c's");
+    c->set_value(number, 1.5);
+    module->find_port("d")->set_value(text, "d's");
+    c->set_src_location("f.v", 12);
+    move();
+    EXPECT_TRUE(c->get_value(flag));
+    EXPECT_EQ(c->get_value(text), "c's");
+    EXPECT_EQ(c->get_value(number), 1.5);
+    EXPECT_EQ(c->get_src_location(), "f.v:12");
+    NYX_PORT *const d = module->find_port("d");
+    EXPECT_FALSE(d->get_value(flag));
+    EXPECT_EQ(d->get_value(text), "d's");
+    // New ports in the rows that were left start from the defaults.
+    module->increase_num_ports(3);
+    for (unsigned i = 0; i < module->get_num_ports(); ++i) {
+        if (module->get_port_by_index(i) == nullptr) {
+            EXPECT_EQ(NYX_PORT::allocate(module, "new", i)->get_value(text), "none");
+        }
+    }
+    NYX_MODULE *const other = make_module(db, "other", {"x", "y", "z", "w"});
+    for (NYX_PORT *const port : other->iter_ports()) {
+        EXPECT_EQ(port->get_value(text), "none");
+        EXPECT_EQ(port->get_src_location(), "");
+    }
 }
 
 TEST_P(MovedPorts, StayInTheirInterfacesInTheirOrder) {
@@ -315,6 +341,35 @@ TEST_F(ModulePorts, DoNotMoveWhenAnInstanceMayNotFollow) {
     NYX_DB_IMPL::of(*db).m_access_mode = NYX_DB::ACCESS_MODE::MODIFY;
 }
 
+TEST_F(ModulePorts, StayAsTheyAreWhenADatabaseIsFull) {
+    NYX_MODULE *const leaf = make_module(db, "leaf", {"a", "", "c"});
+    NYX_INSTANCE *const u = make_instance("u", leaf);
+    NYX_INSTANCE *const v = make_instance("v", leaf);
+    u->find_inst_port("c")->connect(NYX_NET::allocate(top, "n"));
+    const NYX_PORT *const a = leaf->get_port_by_index(0);
+    const unsigned rows = root_of(db)->table<NYX_INST_PORT>().num_allocated();
+    // Two instances and the module need three runs, for which there is room at first, then for two, one and none.
+    int failures = 0;
+    for (const unsigned size : {10000000u, 300000u, 250000u, 200000u, 150000u, 120000u, 100000u}) {
+        bool failed = false;
+        try {
+            leaf->increase_num_ports(size);
+        } catch (const boost::interprocess::bad_alloc &) {
+            failed = true;
+        }
+        if (!failed)
+            break;
+        ++failures;
+        EXPECT_EQ(leaf->get_port_by_index(0), a);
+        EXPECT_EQ(port_names(leaf), STRINGS({"a", "-", "c"}));
+        for (NYX_INSTANCE *const instance : {u, v})
+            EXPECT_EQ(inst_ports(instance), STRINGS({"a", "-", "c"}));
+        EXPECT_EQ(root_of(db)->table<NYX_INST_PORT>().num_allocated(), rows);
+        expect_sound(db);
+    }
+    EXPECT_GT(failures, 1);
+}
+
 // ---- Many changes
 
 TEST_F(ModulePorts, SurviveManyChangesWithAllThatHangsOnThem) {
@@ -361,15 +416,17 @@ TEST_F(ModulePorts, SurviveManyChangesWithAllThatHangsOnThem) {
             ASSERT_EQ(other->get_name(), std::to_string(number));
             ASSERT_EQ(other->get_net(), number % 2 != 0 ? inside : nullptr);
             ASSERT_EQ(other->get_bus(), number < 100 ? bus : nullptr);
-            if (number < 100)
+            if (number < 100) {
                 ASSERT_EQ((*bus)[number], other);
+            }
             ASSERT_EQ(u->get_inst_port_for_port(other)->get_net(), outside);
             ASSERT_EQ(v->get_inst_port_for_port(other), nullptr);
         }
         ASSERT_EQ(u->get_num_inst_ports(), leaf->get_num_ports());
         ASSERT_EQ(v->get_num_inst_ports(), leaf->get_num_ports());
-        if (step % 20 == 0)
+        if (step % 20 == 0) {
             ASSERT_EQ(nyx_check_netlist(*root_of(db)), STRINGS());
+        }
     }
     EXPECT_GT(next, 50);
 }

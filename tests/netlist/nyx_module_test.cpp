@@ -188,6 +188,42 @@ TEST_F(Module, TakesARowThatWasFreedAsANewOne) {
     EXPECT_TRUE(module->iter_ports().empty());
 }
 
+TEST_F(Module, IsNotMadeInAFullDatabase) {
+    NYX_DB *const small = NYX_DB::create_non_persistent(2, NYX_DB_TYPE::USER, "small", "");
+    std::string name;
+    unsigned num_modules = 0;
+    // Ever shorter runs of ports: a module fails for want of its ports, of its entry, and of its name.
+    for (unsigned num_ports = 5000; num_ports > 0; num_ports /= 2) {
+        try {
+            for (;; ++num_modules) {
+                name = "module" + std::to_string(num_modules);
+                NYX_MODULE::allocate(small, name, num_ports);
+            }
+        } catch (const boost::interprocess::bad_alloc &) {
+            EXPECT_EQ(small->find_local_module(name.c_str()), nullptr);
+            EXPECT_EQ(static_cast<unsigned>(boost::distance(small->iter_modules())), num_modules);
+            expect_sound(small);
+        }
+    }
+    EXPECT_GT(num_modules, 10u);
+    small->purge();
+}
+
+TEST_F(Module, IsNotToldOfToObserversThatAreNotEnabled) {
+    struct LISTENER : NYX_OBSERVER<NYX_MODULE> {
+        LISTENER() : NYX_OBSERVER(1) {}
+        void allocated(NYX_MODULE *) override { ++events; }
+        void deallocated(NYX_MODULE *) override { ++events; }
+        void name_changed(NYX_MODULE *, const std::string &) override { ++events; }
+        int events = 0;
+    } listener;
+    ASSERT_FALSE(NYX_OBSERVER<NYX_MODULE>::is_enabled());
+    NYX_MODULE *const module = NYX_MODULE::allocate(db, "m", 0);
+    module->set_name("n");
+    module->deallocate();
+    EXPECT_EQ(listener.events, 0);
+}
+
 // ---- Kinds
 
 TEST_F(ModuleType, HasItsBits) {
@@ -324,6 +360,31 @@ TEST_F(ModuleLocation, CanBeChanged) {
     top->set_src_location(nullptr, 5);
     EXPECT_FALSE(top->is_defined());
     EXPECT_EQ(top->get_file_lineno(), 5u);
+}
+
+// ---- Origin
+
+TEST_F(Module, HasAnOriginOnceItIsSet) {
+    NYX_MODULE *const other = NYX_MODULE::allocate(db, "other", 0);
+    EXPECT_EQ(top->get_entity_name(), "");
+    EXPECT_EQ(top->get_library_name(), "");
+    EXPECT_FALSE(top->get_case_sensitivity());
+    EXPECT_FALSE(top->is_encrypted());
+    top->set_entity_name("entity");
+    EXPECT_EQ(top->get_entity_name(), "entity");
+    EXPECT_EQ(top->get_library_name(), "");
+    top->set_library_name("work");
+    EXPECT_EQ(top->get_library_name(), "work");
+    top->set_case_sensitivity(true);
+    EXPECT_TRUE(top->get_case_sensitivity());
+    EXPECT_FALSE(top->is_encrypted());
+    top->set_is_encrypted(true);
+    EXPECT_TRUE(top->is_encrypted());
+    top->set_case_sensitivity(false);
+    EXPECT_FALSE(top->get_case_sensitivity());
+    EXPECT_EQ(other->get_entity_name(), "");
+    EXPECT_EQ(other->get_library_name(), "");
+    EXPECT_FALSE(other->is_encrypted());
 }
 
 // ---- Renaming
@@ -494,6 +555,24 @@ TEST_F(ModuleDeletion, GivesTheRunOfPortsBackWithAllItsRowsNew) {
     EXPECT_EQ(port->get_bus(), nullptr);
 }
 
+TEST_F(ModuleDeletion, TakesTheTraitsAndPropertiesOfTheModuleAndItsPorts) {
+    NYX_INT_TRAIT *const port_trait = NYX_PORT::create_int_trait(db, "weight", 1, "", "", "");
+    NYX_INT_TRAIT *const module_trait = NYX_MODULE::create_int_trait(db, "weight", 1, "", "", "");
+    NYX_MODULE *const module = make_module(db, "m", {"p", "q"});
+    NYX_PORT *const q = module->get_port_by_index(1);
+    q->set_value(port_trait, 7);
+    q->set_property("note", 8);
+    module->set_value(module_trait, 9);
+    module->set_property("note", 10);
+    module->set_entity_name("entity");
+    module->deallocate();
+    EXPECT_TRUE(NYX_PORT::trait_is_empty(port_trait));
+    EXPECT_TRUE(NYX_MODULE::trait_is_empty(module_trait));
+    EXPECT_TRUE(root_of(db)->table<NYX_PORT>().m_properties.empty());
+    EXPECT_TRUE(root_of(db)->table<NYX_MODULE>().m_properties.empty());
+    EXPECT_EQ(make_module(db, "again")->get_entity_name(), "");
+}
+
 // ---- Bounds
 
 TEST_F(ModuleBounds, AreWhatWasSet) {
@@ -507,7 +586,9 @@ TEST_F(ModuleBounds, AreFoundFromPortsAndPlacedInstances) {
     NYX_MODULE *const module = make_module(db, "m", {"p", "", "q"});
     module->set_bounds(NYX_BOX(-1000, -1000, 1000, 1000));
     module->get_port_by_index(0)->set_bounds(NYX_BOX(-5, 0, -4, 1));
-    NYX_INSTANCE::allocate(module, "u", leaf, NYX_TRANSFORM(NYX_POINT(100, 200)));
+    NYX_TRANSFORM transform;
+    transform.set_offset(NYX_POINT(100, 200));
+    NYX_INSTANCE::allocate(module, "u", leaf, transform);
     NYX_INSTANCE::allocate(module, "unplaced", leaf);
     module->update_bounds();
     EXPECT_EQ(module->get_bounds(), NYX_BOX(-5, 0, 110, 220));

@@ -1,5 +1,7 @@
 #include "netlist_test_support.h"
 
+#include "traits/nyx_builtin_traits.h"
+
 using namespace netlist_test;
 
 namespace {
@@ -65,6 +67,12 @@ TEST_F(PortDeathTest, ConnectedAcrossDatabasesDies) {
 
 TEST_F(PortDeathTest, DisconnectedFromNothingDies) {
     EXPECT_DEATH(port->disconnect(), "check failed: net: The port is not connected");
+}
+
+TEST_F(PortDeathTest, ALineBelowZeroDies) {
+    port->set_value(NYX_BUILTIN_TRAITS::of(db).m_port_file_lineno_trait, -1);
+    EXPECT_DEATH(port->get_file_lineno(), "check failed: lineno >= 0 \\[");
+    EXPECT_DEATH(port->set_src_location("f", 0x80000000u), "check failed: lineno >= 0 \\[");
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "netlist_test_support.h"
 
 #include "netlist/nyx_chain.h"
+#include "traits/nyx_builtin_traits.h"
 
 #include <set>
 
@@ -316,12 +317,83 @@ TEST_F(PortDeletion, ReachesInstancesInOtherDatabases) {
 }
 
 TEST_F(PortDeletion, TakesItsProperties) {
-    auto &properties = root_of(db)->table<NYX_PORT>().m_properties;
-    NYX_ROW_PROPERTIES values(root_of(db)->get_segment_manager());
-    values.emplace(root_of(db)->names().get_id("weight"), NYX_STORED_PROPERTY(42));
-    properties.emplace(NYX_PORT_TABLE::get_id(port->get_impl()), std::move(values));
+    port->set_property("weight", 42);
     port->deallocate();
-    EXPECT_TRUE(properties.empty());
+    EXPECT_TRUE(root_of(db)->table<NYX_PORT>().m_properties.empty());
+    EXPECT_FALSE(NYX_PORT::allocate(module, "again", 1)->has_property("weight"));
+}
+
+// ---- Source location
+
+class PortLocation : public Port {
+protected:
+    // The ports that have a file, and those that have a line, of their own.
+    bool has_own_file(const NYX_PORT *of) const { return !of->is_default_value(traits.m_port_file_name_trait); }
+    bool has_own_line(const NYX_PORT *of) const { return !of->is_default_value(traits.m_port_file_lineno_trait); }
+
+    const NYX_BUILTIN_TRAITS &traits = NYX_BUILTIN_TRAITS::of(db);
+    NYX_PORT_BUS *bus = NYX_PORT_BUS::allocate(module, "b", 0, 1);
+};
+
+TEST_F(PortLocation, IsNoneAtFirst) {
+    EXPECT_EQ(port->get_file_name(), "");
+    EXPECT_EQ(port->get_file_lineno(), 0u);
+    EXPECT_EQ(port->get_src_location(), "");
+}
+
+TEST_F(PortLocation, IsWhatWasSet) {
+    port->set_src_location("f.v", 12);
+    EXPECT_EQ(port->get_file_name(), "f.v");
+    EXPECT_EQ(port->get_file_lineno(), 12u);
+    EXPECT_EQ(port->get_src_location(), "f.v:12");
+    EXPECT_EQ(module->get_port_by_index(0)->get_src_location(), "");
+    port->set_src_location(nullptr, 0);
+    EXPECT_EQ(port->get_src_location(), "");
+    EXPECT_FALSE(has_own_file(port));
+}
+
+TEST_F(PortLocation, OfABusMemberIsThatOfTheBusWithoutAValueOfItsOwn) {
+    bus->set_src_location("f.v", 12);
+    bus->set_port(0, port);
+    EXPECT_EQ(port->get_src_location(), "f.v:12");
+    port->set_src_location("f.v", 12);
+    EXPECT_EQ(port->get_src_location(), "f.v:12");
+    EXPECT_FALSE(has_own_file(port));
+    EXPECT_FALSE(has_own_line(port));
+    bus->set_src_location("g.v", 1);
+    EXPECT_EQ(port->get_src_location(), "g.v:1");
+}
+
+TEST_F(PortLocation, OfABusMemberMayDiffer) {
+    bus->set_src_location("f.v", 12);
+    bus->set_port(0, port);
+    port->set_src_location("f.v", 13);
+    EXPECT_EQ(port->get_src_location(), "f.v:13");
+    EXPECT_TRUE(has_own_file(port));
+    port->set_src_location("g.v", 12);
+    EXPECT_EQ(port->get_src_location(), "g.v:12");
+    // Back at that of the bus, the values go.
+    port->set_src_location("f.v", 12);
+    EXPECT_FALSE(has_own_file(port));
+    EXPECT_FALSE(has_own_line(port));
+}
+
+TEST_F(PortLocation, OfAPortThatLeavesItsBusIsItsOwn) {
+    bus->set_src_location("f.v", 12);
+    bus->set_port(0, port);
+    bus->remove_port(port);
+    EXPECT_EQ(port->get_src_location(), "");
+}
+
+TEST_F(PortDeletion, TakesItsTraits) {
+    port->set_src_location("f.v", 12);
+    NYX_INT_TRAIT *const trait = NYX_PORT::create_int_trait(db, "weight", 1, "", "", "");
+    port->set_value(trait, 5);
+    port->deallocate();
+    EXPECT_TRUE(NYX_PORT::trait_is_empty(trait));
+    NYX_PORT *const made = NYX_PORT::allocate(module, "again", 1);
+    EXPECT_EQ(made->get_src_location(), "");
+    EXPECT_EQ(made->get_value(trait), 1);
 }
 
 // ---- Names

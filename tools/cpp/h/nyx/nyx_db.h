@@ -371,6 +371,12 @@ public:
     /// the reporting library when they don't account for what is used. Takes time in proportion to what is stored.
     NYX_STATS get_internal_stats() const;
 
+    /// Looks at everything that is stored, whatever it may be, and tells each fault in words; empty for a sound
+    /// database. Opening a file has seen to it that tables, pages and names can be used; this also looks at what they
+    /// hold. Writes nothing, follows nothing that it has not looked at, and always ends. Takes time in proportion to
+    /// what is stored.
+    std::vector<std::string> verify() const;
+
     /// The number of the stored layout of a database; a file with another one can't be loaded. The same for all types.
     /// The parts that went into it are appended to `members` when that is given.
     static std::uint64_t get_schema_id(NYX_DB_TYPE type, std::vector<NYX_SCHEMA_MEMBER> *members);

@@ -42,6 +42,13 @@ public:
     /// True in a component library.
     bool is_unique() const;
 
+    /// Whether the other database is looked for in this one's group rather than in the default one. False in databases
+    /// that are neither a design nor a component library; ends the run in the latter, "db->is_user() && trait".
+    bool get_is_user_group() const;
+    /// Ends the run in component libraries, and with true in all others but designs, "!is_group_link". Throws
+    /// NYX_RUNTIME_ERROR "There is an inst header for module MODULE in db DB already" if that would make two of one.
+    void set_is_user_group(bool value);
+
     /// \internal The row.
     NYX_INST_HEADER_IMPL *get_impl();
     const NYX_INST_HEADER_IMPL *get_impl() const;
@@ -64,8 +71,10 @@ private:
     NYX_MODULE *find_module() const;
     const NYX_DB_PERSISTENT *find_sub_db() const;
 
-    /// Whether the other database is in this one's group rather than in the default one.
+    /// get_is_user_group, but false in a component library.
     bool links_to_user_group() const;
+    /// Files the header under another key.
+    void set_key(bool is_group_link, NYX_NAME_ID module_name_id, const char *function);
 
     void set_num_ports(unsigned int num_ports);
     void increase_reference_count();

@@ -37,15 +37,16 @@ public:
     /// Creates an unplaced instance of `module` at the end of `parent`'s instances, with its inst ports, all
     /// unconnected, and tells the observers: of each inst port first, then of the instance. With `make_unique` the
     /// instance gets the next number of its name, which get_name() shows behind the name; otherwise names may repeat.
-    /// `params` are for modules of definition libraries; null for none. A module of another database makes that
-    /// database one that this one uses. O(length of the name + ports).
+    /// `params` are for modules of definition libraries, which are refused so far; null or empty for none. A module of
+    /// another database makes that database one that this one uses. O(length of the name + ports).
     ///
     /// Throws NYX_INVALID_ARGUMENT: "Cannot allocate instance NAME in null parent module"; "Cannot allocate instance
     /// NAME in PARENT using null module"; "Cannot create an instance inside working library DB" and "Cannot create an
     /// instance inside definition library DB"; "Cannot specify parameters for non-definition module MODULE". Throws
-    /// what is told at NYX_INST_HEADER for modules that can't be referred to. boost::interprocess::bad_alloc when the
-    /// segment is full. Nothing is made in any of these cases. Ends the run for an empty name, a module inside itself,
-    /// and modules of or for a device in another database.
+    /// NYX_RUNTIME_ERROR "Cannot use module MODULE: instances of modules in definition libraries are not supported",
+    /// and what is told at NYX_INST_HEADER for modules that can't be referred to. boost::interprocess::bad_alloc when
+    /// the segment is full. Nothing is made in any of these cases. Ends the run for an empty name, a module inside
+    /// itself, and modules of or for a device in another database.
     static NYX_INSTANCE *allocate(NYX_MODULE *parent, const std::string &name, NYX_MODULE *module,
                                   bool make_unique = false, const NYX_PARAM_VALUES *params = nullptr);
     /// The same, placed at `transform`, without number and parameters. The observers are told before it is placed.
@@ -163,6 +164,15 @@ public:
     std::string get_src_location() const;
     /// A null file name stands for none.
     void set_src_location(const char *file_name, unsigned int lineno);
+    /// \}
+
+    /// \name Initial value
+    /// That of what the instance holds when the design starts, such as a flip-flop's.
+    /// \{
+    bool has_initial_value() const;
+    /// Throws NYX_RUNTIME_ERROR "Net NAME has no initial value", in the words that nets use.
+    bool get_initial_value() const;
+    void set_initial_value(bool value);
     /// \}
 
     /// \name Flags

@@ -81,6 +81,24 @@ public:
     void set_src_location(const char *file_name, unsigned int lineno);
     /// \}
 
+    /// \name Origin
+    /// What few modules have takes room for them alone.
+    /// \{
+
+    /// The name of the design entity that the module was made from. Empty by default.
+    std::string get_entity_name() const;
+    void set_entity_name(const std::string &entity_name);
+    /// The name of the library of its source. Empty by default.
+    std::string get_library_name() const;
+    void set_library_name(const std::string &library_name);
+    /// Whether case counts in the names of its source. False by default.
+    bool get_case_sensitivity() const;
+    void set_case_sensitivity(bool case_sensitivity);
+    /// Whether its source was encrypted. False by default.
+    bool is_encrypted() const;
+    void set_is_encrypted(bool is_encrypted);
+    /// \}
+
     /// \name Kind
     /// \{
     TYPE get_type() const;

@@ -2,16 +2,16 @@
 #define NYX_PARAM_VALUES_H
 
 #include "nyx/nyx_api.h"
+#include "nyx/nyx_property.h"
 
 #include <boost/optional.hpp>
 #include <boost/range/iterator_range_core.hpp>
-#include <boost/variant.hpp>
 
 #include <map>
 #include <string>
 
 /// The value of a parameter. Give texts as std::string: a literal would become a bool.
-using NYX_PARAM_VALUE = boost::variant<bool, int, unsigned int, float, std::string, double, long long>;
+using NYX_PARAM_VALUE = NYX_PROPERTY_VALUE;
 
 /// Values of parameters by name: what an instance of a definition module is made with. A plain value.
 class NYX_API NYX_PARAM_VALUES {

@@ -82,6 +82,20 @@ public:
     void set_name(const std::string &name);
     /// \}
 
+    /// \name Source location
+    /// A member of a bus that has none of its own has that of the bus, and takes no room for it.
+    /// \{
+
+    /// Empty for none.
+    std::string get_file_name() const;
+    /// Ends the run if a number below zero was stored.
+    unsigned int get_file_lineno() const;
+    /// "FILE:LINE", empty without a file.
+    std::string get_src_location() const;
+    /// Null is no file.
+    void set_src_location(const char *file_name, unsigned int lineno);
+    /// \}
+
     /// \name Direction
     /// A port is an input, an output, both at once or neither. Those that set one with `value` false turn an input into
     /// an output and the other way round, and a bidirectional port into one without direction.

@@ -56,7 +56,11 @@ constexpr std::uint64_t s_max_rows = ~std::uint32_t(0);
 
 class NYX_DB_IMAGE_CHECKER {
 public:
-    explicit NYX_DB_IMAGE_CHECKER(NYX_SEGMENT_MANAGER *manager) : m_reader(manager) {}
+    /// With `faults` it looks at everything, goes on behind a fault, and tells all; without, it looks at what has to be
+    /// right before anything is used, and throws the first.
+    NYX_DB_IMAGE_CHECKER(NYX_SEGMENT_MANAGER *manager, std::vector<std::string> *faults)
+        : m_reader(manager)
+        , m_faults(faults) {}
 
     NYX_DB_PERSISTENT *check(NYX_DB_TYPE type) {
         NYX_DB_PERSISTENT *const root = find_root();
@@ -73,11 +77,23 @@ public:
 private:
     using READER = NYX_IMAGE_READER;
 
+    // Runs a part of the check that others don't build on.
+    template <class CHECK>
+    void part(CHECK &&check) {
+        if (m_faults == nullptr)
+            return check();
+        try {
+            check();
+        } catch (const NYX_IMAGE_FAULT &fault) {
+            m_faults->push_back(fault.text);
+        }
+    }
+
     NYX_DB_PERSISTENT *find_root() {
         const char *const index = m_reader.base() + s_named_index_offset;
         const char *const head = index + 8;
         const char *const unique = m_reader.base() + s_unique_index_offset;
-        if (READER::word(index) != 0 || READER::word(unique) != 0 || READER::target(unique + 8) != 0 ||
+        if (READER::word(index) != 1 || READER::word(unique) != 0 || READER::target(unique + 8) != 0 ||
             READER::target(unique + 16) != reinterpret_cast<std::uintptr_t>(unique + 8) ||
             READER::target(unique + 24) != reinterpret_cast<std::uintptr_t>(unique + 8))
             READER::fail("an index of objects is damaged");
@@ -121,15 +137,15 @@ private:
         return {m_reader.claim(READER::target(at + 8), capacity * element_bytes, what), size};
     }
 
-    // A map of the root: its buckets and nodes, and that the values are identifiers of rows.
-    template <class MAP>
-    void check_map(const MAP &map, std::uint64_t limit, const char *what) {
+    // A hash map: its buckets and nodes. `check_element(element)` looks at what a node holds.
+    template <class MAP, class CHECK_ELEMENT>
+    void check_map(const MAP &map, const char *what, bool hashes, CHECK_ELEMENT &&check_element) {
         using ELEMENT = typename MAP::value_type;
         constexpr std::size_t next_link = (sizeof(ELEMENT) + 7) / 8 * 8;
         static_assert(sizeof(map) == 64);
         const char *const at = reinterpret_cast<const char *>(&map);
         // Which pair of functions is in use, then the allocators of buckets and nodes, and behind the counts the
-        // greatest load, which is 1, and what it comes to.
+        // greatest load, which is 1.
         if (static_cast<unsigned char>(*at) > 3 || !m_reader.leads_to_manager(at + 8) ||
             !m_reader.leads_to_manager(at + 16) || half_word(at + 40) != 0x3F800000)
             READER::fail("%s has another allocator or load", what);
@@ -145,49 +161,57 @@ private:
             return;
         }
         const char *const bucket_array = m_reader.claim(first_bucket, (buckets + 1) * 8, what);
-        // The links of the buckets lead to nodes of the list, or to the one bucket more that is its start.
-        const std::uintptr_t list = reinterpret_cast<std::uintptr_t>(bucket_array + buckets * 8);
+        // One bucket more than there are leads to a node without an element, behind which the list of all nodes begins.
+        // The others lead to the node in front of their first one.
+        const char *const start = m_reader.claim(READER::target(bucket_array + buckets * 8), next_link + 16, what);
+        std::uintptr_t before = reinterpret_cast<std::uintptr_t>(start);
         std::uint64_t found = 0;
+        std::uint64_t num_groups = 0;
         std::uint64_t previous_bucket = ~std::uint64_t(0);
-        std::vector<std::pair<std::uint64_t, std::uintptr_t>> expected;
-        for (std::uintptr_t node = READER::target(bucket_array + buckets * 8), before = list; node != 0; ++found) {
+        for (std::uintptr_t node = READER::target(start + next_link); node != 0; ++found) {
             if (found == count)
                 READER::fail("%s has more than its %llu elements", what, ull(count));
-            const char *const element = m_reader.claim(node, next_link + 16, what);
-            if (reinterpret_cast<const ELEMENT *>(element)->second.get() >= limit)
-                READER::fail("%s leads to row %u of %llu", what,
-                             reinterpret_cast<const ELEMENT *>(element)->second.get(), ull(limit));
-            const std::uint64_t info = static_cast<std::uint64_t>(READER::word(element + next_link + 8));
+            const char *const raw = m_reader.claim(node, next_link + 16, what);
+            const ELEMENT &element = *reinterpret_cast<const ELEMENT *>(raw);
+            check_element(element);
+            const std::uint64_t info = static_cast<std::uint64_t>(READER::word(raw + next_link + 8));
             const std::uint64_t bucket = info & (~std::uint64_t(0) >> 1);
-            const bool is_first_of_group = info >> 63 == 0;
-            if (bucket >= buckets || (!is_first_of_group && bucket != previous_bucket) ||
-                nyx_mix_hash(typename MAP::hasher()(reinterpret_cast<const ELEMENT *>(element)->first)) % buckets !=
-                    bucket)
+            if (bucket >= buckets)
+                READER::fail("%s has an element in bucket %llu of %llu", what, ull(bucket), ull(buckets));
+            if (hashes && nyx_mix_hash(typename MAP::hasher()(element.first)) % buckets != bucket)
                 READER::fail("%s has an element in the wrong bucket", what);
-            if (bucket != previous_bucket)
-                // As if the list's start were the link of a node.
-                expected.emplace_back(bucket, before == list ? list - next_link : before);
+            if (bucket != previous_bucket) {
+                ++num_groups;
+                if (READER::target(bucket_array + bucket * 8) != before)
+                    READER::fail("%s: bucket %llu leads elsewhere", what, ull(bucket));
+            }
             previous_bucket = bucket;
             before = node;
-            node = READER::target(element + next_link);
+            node = READER::target(raw + next_link);
         }
         if (found != count)
             READER::fail("%s has %llu elements, not %llu", what, ull(found), ull(count));
-        std::sort(expected.begin(), expected.end());
-        auto next = expected.begin();
-        for (std::uint64_t bucket = 0; bucket < buckets; ++bucket) {
-            std::uintptr_t wanted = 0;
-            if (next != expected.end() && next->first == bucket)
-                wanted = next++->second;
-            if (next != expected.end() && next->first == bucket)
-                READER::fail("%s has a bucket in two places", what);
-            if (READER::target(bucket_array + bucket * 8) != wanted)
-                READER::fail("%s: bucket %llu leads elsewhere", what, ull(bucket));
-        }
+        // No bucket leads anywhere else; a bucket in two places has failed above.
+        std::uint64_t num_used = 0;
+        for (std::uint64_t bucket = 0; bucket < buckets; ++bucket)
+            num_used += READER::target(bucket_array + bucket * 8) != 0;
+        if (num_used != num_groups)
+            READER::fail("%s has %llu buckets in use of %llu", what, ull(num_groups), ull(num_used));
+    }
+
+    // One of the root's maps, whose values are identifiers of rows.
+    template <class MAP>
+    void check_row_map(const MAP &map, std::uint64_t limit, const char *what) {
+        check_map(map, what, true, [&](const typename MAP::value_type &element) {
+            if (element.second.get() >= limit)
+                READER::fail("%s leads to row %u of %llu", what, element.second.get(), ull(limit));
+        });
     }
 
     void check_names(NYX_DB_PERSISTENT *root);
-    void check_strings(const NYX_NAME_MANAGER_IMPL::STRINGS &strings, std::uint64_t limit, const char *what);
+    void check_strings(const NYX_NAME_MANAGER_IMPL::STRINGS &strings, const NYX_NAME_MANAGER_IMPL::NAMESPACE &names,
+                       std::uint64_t limit, const char *what);
+    void check_counts(const NYX_NAME_MANAGER_IMPL::COUNTS &counts, const char *what);
     void check_tables(NYX_DB_PERSISTENT *root);
     template <class TABLE>
     void check_table(const void *link);
@@ -198,11 +222,18 @@ private:
     template <class PAGE>
     void check_free_chunks(const NYX_CHUNK_COLUMN<PAGE> &column, std::uint64_t num_allocated, const char *what);
 
+    template <class TABLE>
+    void check_properties(const TABLE &table);
+    void check_name_id(NYX_NAME_ID id, const char *what);
+
     NYX_IMAGE_READER m_reader;
+    std::vector<std::string> *const m_faults;
     std::uintptr_t m_root = 0;
+    const NYX_NAME_MANAGER *m_names = nullptr;
 };
 
-void NYX_DB_IMAGE_CHECKER::check_strings(const NYX_NAME_MANAGER_IMPL::STRINGS &strings, std::uint64_t limit,
+void NYX_DB_IMAGE_CHECKER::check_strings(const NYX_NAME_MANAGER_IMPL::STRINGS &strings,
+                                         const NYX_NAME_MANAGER_IMPL::NAMESPACE &names, std::uint64_t limit,
                                          const char *what) {
     const auto [links, count] = check_vector(&strings, sizeof(NYX_NAME_STRING_PTR), what);
     if (count > limit)
@@ -214,6 +245,29 @@ void NYX_DB_IMAGE_CHECKER::check_strings(const NYX_NAME_MANAGER_IMPL::STRINGS &s
             READER::fail("%s: name %llu is no text", what, ull(i));
         m_reader.claim(address, 1, what);
     }
+    // A node for each string, and each node a string. The hashes would have to be computed anew from all texts.
+    std::vector<bool> seen(m_faults != nullptr ? count : 0);
+    std::uint64_t num_nodes = 0;
+    check_map(names, what, m_faults != nullptr, [&, begin = links, end = count](const auto &element) {
+        const std::uint64_t id = element.second.get();
+        if (id >= end || READER::target(&element.first) != READER::target(begin + id * 8))
+            READER::fail("%s: an element of the map is not name %llu", what, ull(id));
+        if (!seen.empty()) {
+            if (seen[id])
+                READER::fail("%s: name %llu is in the map twice", what, ull(id));
+            seen[id] = true;
+        }
+        ++num_nodes;
+    });
+    if (num_nodes != count)
+        READER::fail("%s has %llu of %llu names in its map", what, ull(num_nodes), ull(count));
+}
+
+void NYX_DB_IMAGE_CHECKER::check_counts(const NYX_NAME_MANAGER_IMPL::COUNTS &counts, const char *what) {
+    check_map(counts, what, m_faults != nullptr, [&](const NYX_NAME_MANAGER_IMPL::COUNTS::value_type &element) {
+        if (m_faults != nullptr)
+            check_name_id(element.first, what);
+    });
 }
 
 void NYX_DB_IMAGE_CHECKER::check_names(NYX_DB_PERSISTENT *root) {
@@ -223,8 +277,43 @@ void NYX_DB_IMAGE_CHECKER::check_names(NYX_DB_PERSISTENT *root) {
         READER::fail("the name manager belongs to another segment");
     constexpr std::uint64_t max_names = std::uint64_t(1) << 31;
     constexpr std::uint64_t max_bus_names = std::uint64_t(1) << 23;
-    check_strings(impl->id_reverse_lookup, max_names, "the table of names");
-    check_strings(impl->bus_id_reverse_lookup, max_bus_names, "the table of bus names");
+    check_strings(impl->id_reverse_lookup, impl->id_namespace, max_names, "the table of names");
+    check_strings(impl->bus_id_reverse_lookup, impl->bus_id_namespace, max_bus_names, "the table of bus names");
+    m_names = &root->m_names;
+    part([&] { check_counts(impl->id_count, "the counters of names"); });
+    part([&] { check_counts(impl->bus_id_count, "the counters of bus names"); });
+}
+
+void NYX_DB_IMAGE_CHECKER::check_name_id(NYX_NAME_ID id, const char *what) {
+    if (id == NYX_NAME_ID::INVALID || m_names->get_impl().find_string(id) == nullptr)
+        READER::fail("%s: there is no name %u", what, id.get());
+}
+
+// The values of rows: a map from rows to trees from names to values.
+template <class TABLE>
+void NYX_DB_IMAGE_CHECKER::check_properties(const TABLE &table) {
+    const char *const what = TABLE::s_name;
+    using VALUE = NYX_ROW_PROPERTIES::value_type;
+    static_assert(sizeof(VALUE) == 24);
+    check_map(table.m_properties, what, true, [&](const auto &element) {
+        if (element.first.get() >= table.iter_limit())
+            READER::fail("%s has properties of row %u of %u", what, element.first.get(), table.iter_limit());
+        const char *const tree = reinterpret_cast<const char *>(&element.second);
+        if (!m_reader.leads_to_manager(tree))
+            READER::fail("%s: the properties of row %u have another allocator", what, element.first.get());
+        NYX_IMAGE_TREE(m_reader, what)
+            .walk(tree + 16, static_cast<std::uint64_t>(READER::word(tree + 8)), sizeof(VALUE), [&](const char *value) {
+                check_name_id(NYX_NAME_ID(half_word(value)), what);
+                // The number of the variant's type, then its value.
+                const std::uint32_t type = half_word(value + 8);
+                if (type > 7)
+                    READER::fail("%s has a property of type %u", what, type);
+                if (type == 4)
+                    check_name_id(NYX_NAME_ID(half_word(value + 16)), what);
+                if (type == 7 && READER::target(value + 16) != 0)
+                    m_reader.claim(READER::target(value + 16), 1, what);
+            });
+    });
 }
 
 template <class PAGE>
@@ -342,42 +431,84 @@ void NYX_DB_IMAGE_CHECKER::check_table(const void *link) {
         check_free_chunks(table.m_primary, num_allocated, what);
     TABLE::for_each_column(
         [&](const char *, auto column) { check_column(table.*column, address, table.m_primary.get_num_rows(), what); });
+    if constexpr (TABLE::s_has_properties)
+        if (m_faults != nullptr)
+            check_properties(table);
 }
 
 void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {
     // The links stand in front of all else, in the order of the members.
     const auto *links = reinterpret_cast<const std::int64_t *>(root);
-    check_table<NYX_MODULE_TABLE>(links++);
-    check_table<NYX_INSTANCE_TABLE>(links++);
-    check_table<NYX_INSTANCE_BUS_TABLE>(links++);
-    check_table<NYX_PORT_TABLE>(links++);
-    check_table<NYX_PORT_BUS_TABLE>(links++);
-    check_table<NYX_NET_BUS_TABLE>(links++);
-    check_table<NYX_INST_PORT_TABLE>(links++);
-    check_table<NYX_NET_TABLE>(links++);
-    check_table<NYX_INTERFACE_TABLE>(links++);
-    check_table<NYX_INST_HEADER_TABLE>(links++);
-    check_table<NYX_BYTE1_TRAIT_TABLE>(links++);
-    check_table<NYX_BYTE4_TRAIT_TABLE>(links++);
-    check_table<NYX_BYTE8_TRAIT_TABLE>(links++);
-    check_table<NYX_HIER_INSTANCE_TABLE>(links++);
-    check_table<NYX_HIER_MODULE_TABLE>(links++);
-    check_table<NYX_HIER_PORT_TABLE>(links++);
+    part([&] { check_table<NYX_MODULE_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_INSTANCE_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_INSTANCE_BUS_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_PORT_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_PORT_BUS_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_NET_BUS_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_INST_PORT_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_NET_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_INTERFACE_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_INST_HEADER_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_BYTE1_TRAIT_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_BYTE4_TRAIT_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_BYTE8_TRAIT_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_HIER_INSTANCE_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_HIER_MODULE_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_HIER_PORT_TABLE>(links); });
+    ++links;
     links = reinterpret_cast<const std::int64_t *>(
         claim_object<NYX_DB_USER_DATA>(links, "the design entry", READER::fast_target(links)));
-    check_table<NYX_RELATIVE_OBJECT_TABLE>(links++);
-    check_table<NYX_CONSTRAINT_COLLECTION_TABLE>(links++);
-    check_table<NYX_CONSTRAINT_STMT_TABLE>(links++);
-    check_table<NYX_CONSTRAINT_ARG_TABLE>(links++);
-    check_table<NYX_SOURCE_FILE_TABLE>(links++);
-    check_table<NYX_ENTITY_TABLE>(links++);
-    check_table<NYX_SDC_CLOCK_TABLE>(links++);
+    part([&] { check_table<NYX_RELATIVE_OBJECT_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_CONSTRAINT_COLLECTION_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_CONSTRAINT_STMT_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_CONSTRAINT_ARG_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_SOURCE_FILE_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_ENTITY_TABLE>(links); });
+    ++links;
+    part([&] { check_table<NYX_SDC_CLOCK_TABLE>(links); });
+    ++links;
 
-    check_map(root->m_module_nameid_to_objid, root->m_module_table->iter_limit(), "the map of modules");
-    check_map(root->m_byte1_trait_nameid_to_objid, root->m_byte1_trait_table->iter_limit(), "the map of byte1 traits");
-    check_map(root->m_byte4_trait_nameid_to_objid, root->m_byte4_trait_table->iter_limit(), "the map of byte4 traits");
-    check_map(root->m_byte8_trait_nameid_to_objid, root->m_byte8_trait_table->iter_limit(), "the map of byte8 traits");
-    check_map(root->m_inst_header_key_to_id, root->m_inst_header_table->iter_limit(), "the map of inst headers");
+    if (m_faults != nullptr && !m_faults->empty())
+        return; // what follows asks the tables
+    part([&] {
+        check_row_map(root->m_module_nameid_to_objid, root->m_module_table->iter_limit(), "the map of modules");
+    });
+    part([&] {
+        check_row_map(root->m_byte1_trait_nameid_to_objid, root->m_byte1_trait_table->iter_limit(),
+                      "the map of byte1 traits");
+    });
+    part([&] {
+        check_row_map(root->m_byte4_trait_nameid_to_objid, root->m_byte4_trait_table->iter_limit(),
+                      "the map of byte4 traits");
+    });
+    part([&] {
+        check_row_map(root->m_byte8_trait_nameid_to_objid, root->m_byte8_trait_table->iter_limit(),
+                      "the map of byte8 traits");
+    });
+    part([&] {
+        check_row_map(root->m_inst_header_key_to_id, root->m_inst_header_table->iter_limit(),
+                      "the map of inst headers");
+    });
     const NYX_MODULE_ID top = root->m_top_module_id;
     if (root->m_module_table->num_allocated() != 0 && top.get() >= root->m_module_table->iter_limit() &&
         (root->m_type == NYX_DB_TYPE::USER || root->m_type == NYX_DB_TYPE::DEVICE))
@@ -386,10 +517,24 @@ void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {
 
 NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type, std::string *fault) {
     try {
-        return NYX_DB_IMAGE_CHECKER(manager).check(type);
+        return NYX_DB_IMAGE_CHECKER(manager, nullptr).check(type);
     } catch (const NYX_IMAGE_FAULT &found) {
         if (fault != nullptr)
             *fault = found.text;
         return nullptr;
     }
+}
+
+std::vector<std::string> nyx_find_image_faults(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type) {
+    std::vector<std::string> faults;
+    if (std::string fault = nyx_get_algorithm(manager)->find_fault(); !fault.empty()) {
+        faults.push_back(std::move(fault));
+        return faults;
+    }
+    try {
+        NYX_DB_IMAGE_CHECKER(manager, &faults).check(type);
+    } catch (const NYX_IMAGE_FAULT &fault) {
+        faults.push_back(fault.text);
+    }
+    return faults;
 }

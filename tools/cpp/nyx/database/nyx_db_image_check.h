@@ -3,15 +3,21 @@
 
 /// \file
 /// What a loaded image has to show before anything in it is used: that the root, the tables, the columns with their
-/// pages, the containers of the root and the strings of names lie in blocks of their own that are large enough, and
-/// that their counts agree. Rows and the values of containers are not looked at; see nyx_db_verify.h.
+/// pages, the maps of the root and the names lie in blocks of their own that are large enough, and that their counts
+/// agree. What rows hold is not looked at; NYX_DB::verify() does that.
 
 #include "memory/nyx_segment.h"
 #include "nyx/nyx_db.h"
 
 #include <string>
+#include <vector>
 
 class NYX_DB_PERSISTENT;
+
+/// Every fault that is found in a segment whose range is readable: of its blocks and their tree, and if these are
+/// sound, of all that nyx_find_sound_root() looks at, of the hashes of all maps, and of the properties of rows. Writes
+/// nothing and always ends. O(blocks + pages + names + properties).
+std::vector<std::string> nyx_find_image_faults(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type);
 
 /// The root of the database in a segment whose blocks are sound. Null if it isn't a database of that type. `fault`, if
 /// given, tells what is wrong in words. Writes nothing. O(blocks + pages + names).

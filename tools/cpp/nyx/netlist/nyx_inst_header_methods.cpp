@@ -12,6 +12,7 @@
 #include "nyx/nyx_param_values.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
+#include "traits/nyx_attributes.h"
 
 #include <boost/format.hpp>
 
@@ -30,6 +31,15 @@ namespace {
 
 INST_HEADER_KEY make_key(bool is_group_link, NYX_NAME_ID db_name_id, NYX_NAME_ID module_name_id) {
     return INST_HEADER_KEY(std::string_view(), is_group_link, db_name_id, module_name_id);
+}
+
+// Partitions are parts of designs.
+void check_can_link(const NYX_DB_PERSISTENT *persistent, bool is_group_link) {
+    const NYX_DB_TYPE type = persistent->get_type();
+    if (type == NYX_DB_TYPE::COMPONENT)
+        NYX_CHECK_AS(!is_group_link, "db->is_user() && trait");
+    else if (type != NYX_DB_TYPE::USER)
+        NYX_CHECK_AS(!is_group_link, "!is_group_link");
 }
 
 std::string name_of(const NYX_INST_HEADER *header, NYX_NAME_ID name_id) {
@@ -83,6 +93,7 @@ NYX_INST_HEADER *NYX_INST_HEADER::find_or_create(NYX_DB_PERSISTENT *db, NYX_MODU
                 NYX_RAISE_RUNTIME_ERROR(function, "Cannot create instance of module '" + module_name +
                                                       "' from super-db '" + db_name + "' in its sub-db '" +
                                                       this_db->get_name() + "'");
+            check_can_link(db, is_group_link);
             db_name_id = names.get_id(db_name.c_str());
             module_name_id = names.get_id(module_name.c_str());
             header = create(db, make_key(is_group_link, db_name_id, module_name_id), num_ports);
@@ -107,6 +118,15 @@ NYX_INST_HEADER *NYX_INST_HEADER::create(NYX_DB_PERSISTENT *db, const INST_HEADE
     row->m_db_name_id = key.m_db_name_id;
     row->m_module_name_id = key.m_module_name_id;
     row->m_num_ports = num_ports;
+    if (key.m_is_user_group) {
+        try {
+            row->set_value(nyx_builtin_traits<NYX_INST_HEADER>(row).m_inst_header_is_user_group_trait, true);
+        } catch (...) {
+            db->unregister_inst_header(key);
+            table.deallocate(row);
+            throw;
+        }
+    }
     return row;
 }
 
@@ -167,11 +187,43 @@ const NYX_DB_PERSISTENT *NYX_INST_HEADER::find_sub_db() const {
     return linker.find_db_persistent(get_db_name(), group);
 }
 
-// The key says it: it is what the header is filed under.
 bool NYX_INST_HEADER::links_to_user_group() const {
-    const NYX_INST_HEADER_IMPL *const impl = get_impl();
-    return nyx_get_persistent(impl)->find_inst_header(make_key(true, impl->m_db_name_id, impl->m_module_name_id)) ==
-           NYX_INST_HEADER_TABLE::get_id(impl);
+    return nyx_get_persistent(this)->get_type() == NYX_DB_TYPE::USER &&
+           get_value(nyx_builtin_traits(this).m_inst_header_is_user_group_trait);
+}
+
+bool NYX_INST_HEADER::get_is_user_group() const {
+    const NYX_DB_TYPE type = nyx_get_persistent(this)->get_type();
+    if (type != NYX_DB_TYPE::USER && type != NYX_DB_TYPE::COMPONENT)
+        return false;
+    check_can_link(nyx_get_persistent(this), true);
+    return get_value(nyx_builtin_traits(this).m_inst_header_is_user_group_trait);
+}
+
+void NYX_INST_HEADER::set_is_user_group(bool value) {
+    const NYX_DB_TYPE type = nyx_get_persistent(this)->get_type();
+    check_can_link(nyx_get_persistent(this), value || type == NYX_DB_TYPE::COMPONENT);
+    if (type != NYX_DB_TYPE::USER)
+        return;
+    NYX_BOOL_TRAIT *const trait = nyx_builtin_traits(this).m_inst_header_is_user_group_trait;
+    if (get_value(trait) == value)
+        return;
+    set_key(value, get_impl()->m_module_name_id, "NYX_INST_HEADER::set_is_user_group");
+    set_value(trait, value);
+}
+
+void NYX_INST_HEADER::set_key(bool is_group_link, NYX_NAME_ID module_name_id, const char *function) {
+    NYX_INST_HEADER_IMPL *const impl = get_impl();
+    NYX_DB_PERSISTENT *const persistent = nyx_get_persistent(impl);
+    const INST_HEADER_KEY old_key = make_key(links_to_user_group(), impl->m_db_name_id, impl->m_module_name_id);
+    const INST_HEADER_KEY new_key = make_key(is_group_link, impl->m_db_name_id, module_name_id);
+    if (persistent->find_inst_header(new_key) != NYX_INST_HEADER_ID::INVALID)
+        NYX_RAISE_RUNTIME_ERROR(function, "There is an inst header for module " + name_of(this, module_name_id) +
+                                              " in db " + get_db_name() + " already");
+    persistent->register_inst_header(new_key, NYX_INST_HEADER_TABLE::get_id(impl));
+    persistent->unregister_inst_header(old_key);
+    impl->m_module_name_id = module_name_id;
+    NYX_DB_LINKER::get().forget_header(this);
 }
 
 std::string NYX_INST_HEADER::get_db_name() const {
@@ -188,18 +240,8 @@ void NYX_INST_HEADER::set_module_name(const std::string &name) {
     NYX_INST_HEADER_IMPL *const impl = get_impl();
     NYX_DB_PERSISTENT *const persistent = nyx_get_persistent(impl);
     const NYX_NAME_ID name_id = persistent->names().get_id(name.c_str());
-    if (name_id == impl->m_module_name_id)
-        return;
-    const bool is_group_link = links_to_user_group();
-    const INST_HEADER_KEY old_key = make_key(is_group_link, impl->m_db_name_id, impl->m_module_name_id);
-    const INST_HEADER_KEY new_key = make_key(is_group_link, impl->m_db_name_id, name_id);
-    if (persistent->find_inst_header(new_key) != NYX_INST_HEADER_ID::INVALID)
-        NYX_RAISE_RUNTIME_ERROR(function,
-                                "There is an inst header for module " + name + " in db " + get_db_name() + " already");
-    persistent->register_inst_header(new_key, NYX_INST_HEADER_TABLE::get_id(impl));
-    persistent->unregister_inst_header(old_key);
-    impl->m_module_name_id = name_id;
-    NYX_DB_LINKER::get().forget_header(this);
+    if (name_id != impl->m_module_name_id)
+        set_key(links_to_user_group(), name_id, function);
 }
 
 // ---- Counts

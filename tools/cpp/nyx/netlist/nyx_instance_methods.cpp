@@ -17,6 +17,7 @@
 #include "nyx/nyx_port.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
+#include "traits/nyx_attributes.h"
 
 NYX_INSTANCE_IMPL *NYX_INSTANCE::get_impl() {
     return static_cast<NYX_INSTANCE_IMPL *>(this);
@@ -333,6 +334,24 @@ std::string NYX_INSTANCE::get_src_location() const {
 void NYX_INSTANCE::set_src_location(const char *file_name, unsigned int lineno) {
     set_file_name(file_name != nullptr ? file_name : "");
     set_file_lineno(lineno);
+}
+
+// ---- Initial value
+
+bool NYX_INSTANCE::has_initial_value() const {
+    return get_value(nyx_builtin_traits(this).m_instance_has_init_value_trait);
+}
+
+bool NYX_INSTANCE::get_initial_value() const {
+    if (!has_initial_value())
+        NYX_RAISE_RUNTIME_ERROR("NYX_INSTANCE::get_initial_value", "Net " + get_name() + " has no initial value");
+    return get_value(nyx_builtin_traits(this).m_instance_init_value_trait);
+}
+
+void NYX_INSTANCE::set_initial_value(bool value) {
+    const NYX_BUILTIN_TRAITS &traits = nyx_builtin_traits(this);
+    set_value(traits.m_instance_has_init_value_trait, true);
+    set_value(traits.m_instance_init_value_trait, value);
 }
 
 // ---- Flags

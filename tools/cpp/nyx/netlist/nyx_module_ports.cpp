@@ -9,6 +9,7 @@
 #include "database/nyx_db_persistent.h"
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_db_observer.h"
+#include "netlist/nyx_inst_port_run.h"
 #include "netlist/nyx_interface_members.h"
 #include "netlist/nyx_object_values.h"
 #include "nyx/nyx_instance.h"
@@ -22,6 +23,7 @@
 
 #include <cstdlib>
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -158,10 +160,25 @@ void nyx_check_ports_are_writable(NYX_MODULE *module, const char *function) {
 
 void NYX_MODULE::set_num_ports(unsigned int num_ports) {
     PORT_MOVE move(get_impl(), num_ports);
-    move.run();
+    // All rows that are needed are taken before the first port moves, here and for each instance.
+    std::vector<std::pair<NYX_INSTANCE *, NYX_INST_PORT_ID>> instances;
+    try {
+        for (NYX_INSTANCE *const instance : iter_instances_of()) {
+            instances.emplace_back(instance, NYX_INST_PORT_ID::INVALID);
+            instances.back().second = instance->reserve_run(num_ports, move.new_to_old());
+        }
+        move.run();
+    } catch (...) {
+        for (const auto &[instance, run] : instances) {
+            if (run != NYX_INST_PORT_ID::INVALID &&
+                run != nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, instance->get_impl()))
+                nyx_release_inst_ports(nyx_get_persistent(instance)->table<NYX_INST_PORT>(), run, num_ports);
+        }
+        throw;
+    }
     nyx_cache_drop(get_impl());
-    for (NYX_INSTANCE *const instance : iter_instances_of())
-        instance->update_inst_port_array(num_ports, move.new_to_old());
+    for (const auto &[instance, run] : instances)
+        instance->move_inst_ports(num_ports, move.new_to_old(), run);
     move.tell();
 }
 

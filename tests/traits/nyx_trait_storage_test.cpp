@@ -1,0 +1,236 @@
+// Rows, names and maps of traits.
+#include "traits/trait_test_support.h"
+
+#include "memory/segment_image.h"
+#include "pattern/object_types.h"
+#include "traits/nyx_trait_object_type.h"
+
+namespace {
+
+using KIND = NYX_TRAIT_OBJ_TYPE;
+
+TEST(TraitObjectTypes, HaveTheirWordsAsTexts) {
+    const char *const texts[] = {"MODULE_SPARSE",
+                                 "PORT_SPARSE",
+                                 "NET_SPARSE",
+                                 "INSTANCE_SPARSE",
+                                 "INSTANCE_BUS_SPARSE",
+                                 "INST_PORT_SPARSE",
+                                 "PORT_BUS_SPARSE",
+                                 "NET_BUS_SPARSE",
+                                 "RELATIVE_OBJECT_SPARSE",
+                                 "DB_SPARSE",
+                                 "CONSTRAINT_STMT_SPARSE",
+                                 "SOURCE_FILE_SPARSE",
+                                 "ENTITY_SPARSE",
+                                 "SDC_CLOCK_SPARSE",
+                                 "INST_HEADER_SPARSE",
+                                 "HIER_MODULE_SPARSE",
+                                 "INTERFACE_SPARSE"};
+    for (unsigned i = 0; i < 256; ++i)
+        EXPECT_STREQ(nyx_get_trait_object_type_text(KIND(i)), i < 17 ? texts[i] : "") << i;
+}
+
+TEST(TraitLookup, ListsItselfAndItsMapsInStatistics) {
+    NYX_SEGMENT segment(std::size_t(1) << 20);
+    NYX_BYTE4_TRAIT_LOOKUP values(segment.get_segment_manager());
+    values.m_object_type = KIND::NET_SPARSE;
+    values.set(KIND::NET_SPARSE, NYX_ANY_ID(5), 7);
+    const NYX_TYPE_STATS stats = values.get_stats();
+    EXPECT_EQ(stats.get_type(), "NYX_BYTE4_TRAIT_LOOKUP");
+    ASSERT_EQ(stats.get_field_stats().size(), 18u);
+    for (const NYX_FIELD_STATS &field : stats.get_field_stats()) {
+        const long expected = field.get_type() == "self" ? 1096 : field.get_type() == "net_lookup" ? 24 + 17 * 8 : 0;
+        EXPECT_EQ(field.get_bytes(), expected) << field.get_type();
+    }
+    // The buckets stay when the last value goes, and go at a reset.
+    values.set(KIND::NET_SPARSE, NYX_ANY_ID(5), 0);
+    EXPECT_TRUE(values.is_empty());
+    const auto net_bytes = [&values] {
+        for (const NYX_FIELD_STATS &field : values.get_stats().get_field_stats())
+            if (field.get_type() == "net_lookup")
+                return field.get_bytes();
+        return -1L;
+    };
+    EXPECT_EQ(net_bytes(), 17 * 8);
+    values.reset_all_objects_having_this_trait();
+    EXPECT_EQ(net_bytes(), 0);
+}
+
+TEST(TraitLookup, StoresItsMapsInTheFilesOrder) {
+    const KIND order[] = {KIND::MODULE_SPARSE,
+                          KIND::PORT_SPARSE,
+                          KIND::NET_SPARSE,
+                          KIND::INSTANCE_SPARSE,
+                          KIND::INSTANCE_BUS_SPARSE,
+                          KIND::INST_PORT_SPARSE,
+                          KIND::PORT_BUS_SPARSE,
+                          KIND::NET_BUS_SPARSE,
+                          KIND::INTERFACE_SPARSE,
+                          KIND::INST_HEADER_SPARSE,
+                          KIND::RELATIVE_OBJECT_SPARSE,
+                          KIND::CONSTRAINT_STMT_SPARSE,
+                          KIND::SOURCE_FILE_SPARSE,
+                          KIND::ENTITY_SPARSE,
+                          KIND::SDC_CLOCK_SPARSE,
+                          KIND::DB_SPARSE,
+                          KIND::HIER_MODULE_SPARSE};
+    NYX_SEGMENT segment(std::size_t(1) << 20);
+    auto *const values = segment.get_segment_manager()->construct<NYX_BYTE8_TRAIT_LOOKUP>(
+        boost::interprocess::anonymous_instance)(segment.get_segment_manager());
+    for (unsigned i = 0; i < 17; ++i)
+        EXPECT_EQ(reinterpret_cast<const char *>(&values->map(order[i])) - reinterpret_cast<const char *>(values),
+                  64 * i);
+    values->m_default_value = 0x123456789;
+    values->m_object_type = KIND::NET_SPARSE;
+    EXPECT_EQ(stored<long long>(values, 1088), 0x123456789);
+    EXPECT_EQ(stored<unsigned char>(values, 1096), 2);
+}
+
+TEST(TraitLookup, ResettingClearsTheMapOfTheTraitsKindAlone) {
+    NYX_SEGMENT segment(std::size_t(1) << 20);
+    NYX_BYTE1_TRAIT_LOOKUP values(segment.get_segment_manager());
+    values.m_object_type = KIND::PORT_SPARSE;
+    values.set(KIND::PORT_SPARSE, NYX_ANY_ID(1), 1);
+    values.set(KIND::NET_SPARSE, NYX_ANY_ID(1), 1);
+    values.reset_all_objects_having_this_trait();
+    EXPECT_EQ(values.find(KIND::PORT_SPARSE, NYX_ANY_ID(1)), nullptr);
+    EXPECT_NE(values.find(KIND::NET_SPARSE, NYX_ANY_ID(1)), nullptr);
+}
+
+TEST(TraitLookup, IsCopiedAndMovedWithAllThatItHolds) {
+    NYX_SEGMENT segment(std::size_t(1) << 20);
+    NYX_BYTE1_TRAIT_LOOKUP values(segment.get_segment_manager());
+    values.m_default_value = 3;
+    values.m_object_type = KIND::PORT_SPARSE;
+    values.set(KIND::PORT_SPARSE, NYX_ANY_ID(1), 7);
+    NYX_BYTE1_TRAIT_LOOKUP copy(values);
+    values.set(KIND::PORT_SPARSE, NYX_ANY_ID(1), 3);
+    ASSERT_NE(copy.find(KIND::PORT_SPARSE, NYX_ANY_ID(1)), nullptr);
+    const NYX_BYTE1_TRAIT_LOOKUP moved(std::move(copy));
+    EXPECT_EQ(*moved.find(KIND::PORT_SPARSE, NYX_ANY_ID(1)), 7);
+    values = moved;
+    EXPECT_EQ(*values.find(KIND::PORT_SPARSE, NYX_ANY_ID(1)), 7);
+    EXPECT_EQ(moved.m_default_value, 3);
+    EXPECT_EQ(moved.m_object_type, KIND::PORT_SPARSE);
+}
+
+TEST(TraitLookupDeathTest, ResettingATraitOfNoKindEndsTheRun) {
+    NYX_SEGMENT segment(std::size_t(1) << 20);
+    NYX_BYTE1_TRAIT_LOOKUP values(segment.get_segment_manager());
+    EXPECT_DEATH(values.reset_all_objects_having_this_trait(), "Invalid object type");
+}
+
+TEST(TraitStorage, ObjectsOfAnotherKindHaveAMapOfTheirOwn) {
+    ROOT root;
+    auto *const on_nets = NYX_TRAIT_CORE<NYX_INT_TRAIT>::allocate(root.root, "t", 0, "", "", "", KIND::NET_SPARSE);
+    NYX_NET *const net = root.root->table<NYX_NET>().allocate();
+    NYX_PORT *const port = root.root->table<NYX_PORT>().allocate(1);
+    net->set_value(on_nets, 1);
+    port->set_value(on_nets, 2);
+    EXPECT_EQ(net->get_value(on_nets), 1);
+    EXPECT_EQ(port->get_value(on_nets), 2);
+    on_nets->reset_all_objects_having_this_trait();
+    EXPECT_EQ(net->get_value(on_nets), 0);
+    EXPECT_EQ(port->get_value(on_nets), 2);
+}
+
+TEST(TraitStorage, NullObjectsHaveTheDefaultButTakeNoValue) {
+    ROOT root;
+    auto *const trait = NYX_TRAIT_CORE<NYX_INT_TRAIT>::allocate(root.root, "t", 5, "", "", "", KIND::NET_SPARSE);
+    auto *const text = NYX_TRAIT_CORE<NYX_STRING_TRAIT>::allocate(root.root, "s", "d", "", "", "", KIND::NET_SPARSE);
+    auto *const app =
+        NYX_TRAIT_CORE<NYX_APP_TRAIT>::allocate(root.root, "a", NYX_APP_DATA(), "", "", "", KIND::NET_SPARSE);
+    const NYX_BEARER none = nyx_bearer<NYX_NET>(nullptr);
+    EXPECT_EQ(NYX_TRAIT_CORE<NYX_INT_TRAIT>::get_value(trait, none), 5);
+    EXPECT_EQ(NYX_TRAIT_CORE<NYX_STRING_TRAIT>::get_value(text, none), "d");
+    EXPECT_EQ(nyx_get_raw<NYX_BYTE4_TRAIT>(trait, none), 5);
+    const auto says = [](const char *function) { return RAISED("Obj cannot be NULL", function); };
+    EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { NYX_TRAIT_CORE<NYX_INT_TRAIT>::set_value(trait, none, 1); }),
+              says("NYX_BYTE4_TRAIT::set_value"));
+    EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { NYX_TRAIT_CORE<NYX_STRING_TRAIT>::set_value(text, none, "x"); }),
+              says("NYX_STRING_TRAIT::set_value"));
+    EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { NYX_TRAIT_CORE<NYX_APP_TRAIT>::set_value(app, none, bytes("x")); }),
+              says("NYX_APP_TRAIT::set_value"));
+    EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { NYX_TRAIT_CORE<NYX_INT_TRAIT>::is_default_value(trait, none); }),
+              says("NYX_INT_TRAIT::is_default_value"));
+    EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { nyx_is_default_raw<NYX_BYTE4_TRAIT>(trait, none); }),
+              says("NYX_BYTE4_TRAIT::is_default_value"));
+    EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { trait->output_to_str(static_cast<const NYX_NET *>(nullptr)); }),
+              says("NYX_INT_TRAIT::output_to_str"));
+}
+
+TEST(TraitStorage, NamesThatEndInATextOfATypeStayWhole) {
+    ROOT root;
+    const NYX_BYTE4_TRAIT *const trait =
+        NYX_TRAIT_CORE<NYX_INT_TRAIT>::allocate(root.root, "aNET_SPARSE", 5, "", "", "bNET_SPARSE", KIND::NET_SPARSE);
+    EXPECT_EQ(trait->get_name(), "aNET_SPARSE");
+    EXPECT_EQ(trait->get_internal_name(), "bNET_SPARSE");
+    EXPECT_EQ(root.root->find_byte4_trait("bNET_SPARSE", KIND::NET_SPARSE), trait);
+    EXPECT_EQ(root.root->find_byte4_trait("b", KIND::NET_SPARSE), nullptr);
+}
+
+TEST(TraitStorage, NamesThatAreStoredAlikeAreTakenButNotFound) {
+    ROOT root;
+    // "x" on inst ports and "xINST_" on ports are both "xINST_PORT_SPARSE".
+    const auto *const trait =
+        NYX_TRAIT_CORE<NYX_INT_TRAIT>::allocate(root.root, "x", 0, "", "", "", KIND::INST_PORT_SPARSE);
+    EXPECT_EQ(root.root->find_byte4_trait("x", KIND::INST_PORT_SPARSE), trait);
+    EXPECT_EQ(root.root->find_byte4_trait("xINST_", KIND::PORT_SPARSE), nullptr);
+    EXPECT_TRUE(root.root->trait_exists("xINST_", KIND::PORT_SPARSE));
+}
+
+TEST(TraitStorage, LookUpsEnterNoName) {
+    ROOT root;
+    const std::size_t names = root.root->names().get_size();
+    EXPECT_EQ(root.root->find_byte8_trait("nobody", KIND::NET_SPARSE), nullptr);
+    EXPECT_FALSE(root.root->trait_exists("nobody", KIND::NET_SPARSE));
+    EXPECT_EQ(root.root->names().get_size(), names);
+}
+
+TEST(TraitStorage, RowsAreFoundByTheirNumber) {
+    ROOT root;
+    using CORE = NYX_TRAIT_CORE<NYX_TIME_TRAIT>;
+    auto *const trait = CORE::allocate(root.root, "x", 0, "", "", "", KIND::NET_SPARSE);
+    EXPECT_EQ(CORE::get_trait(root.root, NYX_BYTE8_TRAIT_ID(0)), trait);
+    EXPECT_EQ(CORE::get_trait(root.root, NYX_BYTE8_TRAIT_ID::INVALID), nullptr);
+    EXPECT_DEATH(CORE::get_trait(root.root, NYX_BYTE8_TRAIT_ID(1)), "trait_id < table->num_allocated\\(\\)");
+}
+
+TEST(TraitStorageDeathTest, FindingARowBehindTheTableEndsTheRun) {
+    ROOT root;
+    auto *const trait = NYX_TRAIT_CORE<NYX_INT_TRAIT>::allocate(root.root, "t", 0, "", "", "", KIND::NET_SPARSE);
+    // The entry leads to row 0 of a table that says that it has none.
+    root.root->table<NYX_BYTE4_TRAIT>().m_iter_limit = 0;
+    EXPECT_DEATH(root.root->find_byte4_trait("t", KIND::NET_SPARSE), "trait_id < table->iter_limit\\(\\)");
+    EXPECT_NE(trait, nullptr);
+}
+
+TEST(TraitStorageDeathTest, StoredNamesWithoutTheirTypeEndTheRun) {
+    ROOT root;
+    auto *const trait = NYX_TRAIT_CORE<NYX_INT_TRAIT>::allocate(root.root, "t", 0, "", "", "", KIND::NET_SPARSE);
+    nyx_row_of<NYX_BYTE4_TRAIT>(trait)->m_storage_name_id = root.root->names().get_id("t");
+    EXPECT_DEATH(trait->get_name(), "pos != std::string::npos");
+}
+
+TEST(TraitStorage, StatisticsAccountForAllThatTraitsAndPropertiesTake) {
+    SCOPED_DB db("stats");
+    auto *const texts = NYX_NET::create_string_trait(db, "text", "", "", "", "");
+    auto *const data = NYX_NET::create_app_trait(db, "data", bytes("default"), "", "", "");
+    std::vector<NYX_NET *> nets;
+    for (int i = 0; i < 1000; ++i) {
+        NYX_NET *const net = add_object<NYX_NET>(db);
+        nets.push_back(net);
+        net->set_value(texts, "text" + std::to_string(i));
+        net->set_value(data, bytes(std::string(200, 'x')));
+        net->set_property("p", bytes(std::string(200, 'x')));
+    }
+    CAPTURING_SINK sink;
+    (void)db->get_internal_stats();
+    for (NYX_NET *const net : nets)
+        nyx_clear_traits(net);
+    (void)db->get_internal_stats();
+    EXPECT_EQ(sink.texts(NYX_REPORT::SEVERITY::WARNING), TEXTS());
+}
+
+} // namespace
