@@ -185,7 +185,7 @@ void NYX_MODULE::set_num_ports(unsigned int num_ports) {
 void NYX_MODULE::increase_num_ports(unsigned int num_ports) {
     if (num_ports == 0)
         return;
-    NYX_CHECK_MSG(get_num_ports() + num_ports >= num_ports, "Too many ports");
+    NYX_CHECK_MSG(num_ports <= ~0u - get_num_ports(), "Too many ports");
     nyx_check_ports_are_writable(this, "NYX_MODULE::increase_num_ports");
     set_num_ports(get_num_ports() + num_ports);
 }
