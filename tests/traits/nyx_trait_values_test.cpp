@@ -59,7 +59,9 @@ TEST_F(TraitValues, HaveTheirTexts) {
     EXPECT_EQ(NYX_TIME_TRAIT::convert_value_to_str(-9000000000LL), "-9000000000");
     EXPECT_EQ(NYX_STRING_TRAIT::convert_value_to_str("a b"), "a b");
     const std::string data = "\1\2\3\4\5\6\377";
-    const auto text = [&data](unsigned size) { return NYX_APP_TRAIT::convert_value_to_str(bytes(data.substr(0, size))); };
+    const auto text = [&data](unsigned size) {
+        return NYX_APP_TRAIT::convert_value_to_str(bytes(data.substr(0, size)));
+    };
     EXPECT_EQ(text(0), "App Data (0 bytes)");
     EXPECT_EQ(text(1), "App Data (1 bytes: 1)");
     EXPECT_EQ(text(5), "App Data (5 bytes: 1 2 3 4 5)");
