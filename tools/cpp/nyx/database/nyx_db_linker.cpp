@@ -194,15 +194,18 @@ void NYX_DB_LINKER::register_db(const std::string &db_name, NYX_DB *db) {
         if (file != nullptr)
             m_file_to_db.emplace(file_key, db);
         m_links.try_emplace(db).first->second.file_key = file_key;
-        const std::unique_lock write(m_persistent_to_db_mutex);
-        m_persistent_to_db.emplace(record.m_persistent, db);
+        {
+            const std::unique_lock write(m_persistent_to_db_mutex);
+            m_persistent_to_db.emplace(record.m_persistent, db);
+        }
+        // Asks for the database of the root, so it comes behind that and without that lock.
+        if (m_instances_of_module_initialized)
+            index_instances_in(record.m_persistent);
     } catch (...) {
         erase_db(db, record.m_persistent, file_key);
         throw;
     }
     by_name.keep();
-    if (m_instances_of_module_initialized)
-        index_instances_in(record.m_persistent);
 }
 
 void NYX_DB_LINKER::unregister_db(const std::string &db_name, NYX_DB *db, bool force) {
