@@ -333,7 +333,7 @@ public:
     /// `module` must be one of this database; null ends the run.
     void set_top_module(NYX_MODULE *module);
     /// Raises NYX_RUNTIME_ERROR "Can't rename top module as a module with this name already exists: NAME", for its
-    /// present name as well.
+    /// present name as well, and "Can't rename top module as there is none".
     void rename_top_module(const char *new_name);
     /// \}
 

@@ -220,9 +220,10 @@ int NYX_DB::close(bool purge) {
 
     std::vector<NYX_DB *> sub_dbs;
     try {
+        nyx_notify<NYX_DB>(&NYX_OBSERVER<NYX_DB>::closing, this);
+        // Before anything is saved: a refused close leaves the file as it is.
         if (!purge)
             linker.check_not_in_use(name, this);
-        nyx_notify<NYX_DB>(&NYX_OBSERVER<NYX_DB>::closing, this);
         // While it is registered: one that can't be saved stays open.
         if (m_impl->m_commit_on_close && is_persistent() && !is_read_only())
             m_impl->m_file->commit_impl(*m_impl->m_file_name);
@@ -442,9 +443,11 @@ NYX_MODULE *NYX_DB::get_top_module() const {
 }
 
 void NYX_DB::set_top_module(NYX_MODULE *module) {
+    NYX_DB_PERSISTENT *const persistent = get_impl().m_persistent;
+    persistent->check_has_top_module("NYX_DB::set_top_module");
     NYX_CHECK_MSG(module, "Top module must be non-null");
     NYX_CHECK_MSG(module->get_db() == this, "Top module must be in this database");
-    get_impl().m_persistent->set_top_module(module);
+    persistent->set_top_module(module);
 }
 
 void NYX_DB::rename_top_module(const char *new_name) {

@@ -156,17 +156,13 @@ NYX_DB::OPENED NYX_DB::register_opened(const std::string &path, ACCESS_MODE mode
     NYX_DB *const db = NYX_DB_IMPL::attach(std::move(record));
     trace_db_access("open() of new DB", db);
     try {
-        linker.register_db(db_name, db);
-    } catch (...) {
-        NYX_DB_IMPL::detach(db);
-        throw;
-    }
-    try {
+        // The traits first: an index of instances that is there already asks by them where headers lead.
         if (!NYX_BUILTIN_TRAITS::are_in(db))
             throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
         db->get_impl().m_builtin_traits = std::make_unique<NYX_BUILTIN_TRAITS>(db);
+        linker.register_db(db_name, db);
     } catch (...) {
-        discard(db);
+        NYX_DB_IMPL::detach(db);
         throw;
     }
     return {db, true};

@@ -194,15 +194,18 @@ void NYX_DB_LINKER::register_db(const std::string &db_name, NYX_DB *db) {
         if (file != nullptr)
             m_file_to_db.emplace(file_key, db);
         m_links.try_emplace(db).first->second.file_key = file_key;
-        const std::unique_lock write(m_persistent_to_db_mutex);
-        m_persistent_to_db.emplace(record.m_persistent, db);
+        {
+            const std::unique_lock write(m_persistent_to_db_mutex);
+            m_persistent_to_db.emplace(record.m_persistent, db);
+        }
+        // Asks for the database of the root, so it comes behind that and without that lock.
+        if (m_instances_of_module_initialized)
+            index_instances_in(record.m_persistent);
     } catch (...) {
         erase_db(db, record.m_persistent, file_key);
         throw;
     }
     by_name.keep();
-    if (m_instances_of_module_initialized)
-        index_instances_in(record.m_persistent);
 }
 
 void NYX_DB_LINKER::unregister_db(const std::string &db_name, NYX_DB *db, bool force) {
@@ -226,10 +229,10 @@ void NYX_DB_LINKER::unregister_db(const std::string &db_name, NYX_DB *db, bool f
     if (const auto found = m_persistent_to_db.find(record.m_persistent);
         found == m_persistent_to_db.end() || found->second != db)
         NYX_RAISE_RUNTIME_ERROR(function, "db_persistent for '" + db_name + "' is not registered");
-    group.unregister_db(db_name);
-
-    // Only forced closings have ancestors, and only theirs are the lists that lead through this database.
+    // Only forced closings have ancestors, and only theirs are the lists that lead through this database. What takes
+    // memory comes before the first change.
     const std::vector<NYX_DB *> ancestors = find_ancestors(db);
+    group.unregister_db(db_name);
     for (NYX_DB *const parent : parents) {
         NYX_REPORT::warn(PREFIX_VIEW()) << "The db '" << db_name << "' is still in use by db '" << parent->get_name()
                                         << "'";

@@ -139,11 +139,14 @@ void NYX_DB_PERSISTENT::set_top_module(NYX_MODULE *module) {
 }
 
 void NYX_DB_PERSISTENT::rename_top_module(const char *new_name) {
-    check_has_top_module("NYX_DB_PERSISTENT::rename_top_module");
+    constexpr const char *function = "NYX_DB_PERSISTENT::rename_top_module";
+    check_has_top_module(function);
+    if (get_top_module() == nullptr)
+        NYX_RAISE_RUNTIME_ERROR(function, "Can't rename top module as there is none");
     const NYX_NAME_ID new_id = m_names.get_id(new_name);
     if (m_module_nameid_to_objid.find(new_id) != m_module_nameid_to_objid.end())
         NYX_RAISE_RUNTIME_ERROR(
-            "NYX_DB_PERSISTENT::rename_top_module",
+            function,
             (boost::format("Can't rename top module as a module with this name already exists: %1%") % new_name).str());
     NYX_NAME_ID &name_id = *m_module_table->m_name_id.get(m_top_module_id);
     // The new entry comes first: when the segment is full, the module keeps its name.
@@ -329,7 +332,7 @@ NYX_STATS NYX_DB_PERSISTENT::get_stats() const {
         [&blocks](const NYX::MEM_ALGO::segment_algorithm::BLOCK &block) { blocks += block.allocated; });
     const long long used = static_cast<long long>(stats.get_used());
     if (used < accounted || used > accounted + blocks * s_block_overhead)
-        NYX_REPORT::warn("The DB used %lld bytes , but %lld bytes were accounted for\n", used, accounted);
+        NYX_REPORT::warn("The DB used %lld bytes , but %lld bytes were accounted for", used, accounted);
     return stats;
 }
 

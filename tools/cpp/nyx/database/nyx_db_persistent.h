@@ -78,11 +78,14 @@ public:
     /// Of DEVICE and USER databases; others raise NYX_RUNTIME_ERROR, "Top module is defined for user databases only".
     /// \{
 
+    /// Raises what is told above, in the name of `function`.
+    void check_has_top_module(const char *function) const;
     /// Null in a database without modules, and when the module that was the top is gone.
     NYX_MODULE *get_top_module() const;
     /// `module` must be one of this database.
     void set_top_module(NYX_MODULE *module);
-    /// Raises NYX_RUNTIME_ERROR when a module of that name exists, the top module included.
+    /// Raises NYX_RUNTIME_ERROR when a module of that name exists, the top module included, and when there is no top
+    /// module: "Can't rename top module as there is none".
     void rename_top_module(const char *new_name);
     /// \}
 
@@ -147,7 +150,6 @@ private:
     using NAME_TO_ID = NYX_SEGMENT_UNORDERED_MAP<NYX_NAME_ID, ID>;
     using KEY_TO_HEADER = NYX_SEGMENT_UNORDERED_MAP<INST_HEADER_KEY, NYX_INST_HEADER_ID>;
 
-    void check_has_top_module(const char *function) const;
     template <class T, class ID>
     T *find_trait(const NAME_TO_ID<ID> &map, const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) const;
     template <class T, class ID>

@@ -10,7 +10,8 @@
 ///   NYX_FREE_LIST_COLUMN  rows are allocated and freed one at a time
 ///   NYX_CHUNK_COLUMN      rows are allocated in runs of consecutive identifiers
 ///
-/// Pages never go back to the segment while the column lives, except through clear().
+/// Pages never go back to the segment while the column lives, except through clear() and, right after they were added,
+/// shrink().
 
 #include "memory/nyx_page.h"
 #include "memory/nyx_segment.h"
@@ -58,6 +59,9 @@ public:
     /// Appends one page. boost::interprocess::bad_alloc when the segment is full, boost::numeric::positive_overflow
     /// when the identifiers run out; the column is unchanged then.
     void grow() { append_page(); }
+
+    /// Takes the last page, in which nothing is used, back from the column and returns it to the segment.
+    void shrink() { remove_last_page(); }
 
     /// Returns every page to the segment. Rows and links to them are gone.
     void clear() {

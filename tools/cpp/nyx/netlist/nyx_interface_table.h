@@ -21,6 +21,9 @@ public:
         visit("prev_in_module", &NYX_INTERFACE_TABLE::m_prev_in_module);
     }
 
+    /// Adds the room of the lists that rows point to.
+    void add_array_stats(NYX_TYPE_STATS &stats) const;
+
     // Stored, in this order.
     NYX_FAST_OFFSET_PTR<NYX_DB_PERSISTENT> m_persistent;
     NYX_PRIMARY_COLUMN<NYX_INTERFACE_IMPL, NYX_INTERFACE_ID> m_primary;

@@ -106,16 +106,30 @@ protected:
     TABLE &self() { return static_cast<TABLE &>(*this); }
     const TABLE &self() const { return static_cast<const TABLE &>(*this); }
 
-    // Brings every secondary column up to `rows` rows. A column that has been extended when another one can't be is no
-    // harm: it covers more than it has to.
-    void cover(std::uint64_t rows) {
-        TABLE::for_each_column([this, rows](const char *, auto column) {
-            auto &cells = self().*column;
+    // Brings every secondary column up to `rows` rows and calls `grow_primary`, which adds as many to the primary one.
+    // When one of them can't be extended, the pages that the others got go back: a run that is too long for the segment
+    // must not fill it for good.
+    template <class GROW_PRIMARY>
+    auto grow_to(std::uint64_t rows, GROW_PRIMARY &&grow_primary) {
+        const auto pages_for = [](std::uint64_t num_rows, const auto &cells) {
             constexpr unsigned capacity = std::remove_reference_t<decltype(cells)>::page_type::s_capacity;
-            const int pages = boost::numeric_cast<int>((rows + capacity - 1) / capacity);
-            while (static_cast<int>(cells.get_num_pages()) < pages)
-                cells.grow();
-        });
+            return boost::numeric_cast<int>((num_rows + capacity - 1) / capacity);
+        };
+        try {
+            TABLE::for_each_column([&](const char *, auto column) {
+                auto &cells = self().*column;
+                while (static_cast<int>(cells.get_num_pages()) < pages_for(rows, cells))
+                    cells.grow();
+            });
+            return grow_primary();
+        } catch (...) {
+            TABLE::for_each_column([&](const char *, auto column) {
+                auto &cells = self().*column;
+                while (static_cast<int>(cells.get_num_pages()) > pages_for(self().m_primary.get_num_rows(), cells))
+                    cells.shrink();
+            });
+            throw;
+        }
     }
 
     // Puts what a row has outside its primary row in its initial state.

@@ -57,10 +57,9 @@ template <class TABLE, class ROW, class ID>
 ROW *NYX_FREE_LIST_TABLE<TABLE, ROW, ID>::allocate() {
     auto &primary = self().m_primary;
     // The secondary columns first: once the primary one has a free row, every column has a cell for it.
-    if (primary.free_list_empty()) {
-        this->cover(primary.get_num_rows() + std::remove_reference_t<decltype(primary)>::page_type::s_capacity);
-        primary.grow();
-    }
+    if (primary.free_list_empty())
+        this->grow_to(primary.get_num_rows() + std::remove_reference_t<decltype(primary)>::page_type::s_capacity,
+                      [&primary] { primary.grow(); });
     ROW *const row = primary.allocate_from_free_list();
     this->count_allocated(this->get_id(row), 1);
     return row;
@@ -78,9 +77,10 @@ template <class TABLE, class ROW, class ID>
 ROW *NYX_RANGE_TABLE<TABLE, ROW, ID>::allocate(unsigned num_rows) {
     auto &primary = self().m_primary;
     const int size = boost::numeric_cast<int>(num_rows);
-    this->cover(primary.get_num_rows_after(size));
-    bool grew = false;
-    ROW *const row = primary.allocate_chunk(size, grew);
+    ROW *const row = this->grow_to(primary.get_num_rows_after(size), [&primary, size] {
+        bool grew = false;
+        return primary.allocate_chunk(size, grew);
+    });
     this->count_allocated(this->get_id(row), num_rows);
     return row;
 }
