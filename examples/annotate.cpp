@@ -23,7 +23,8 @@ int count_fanout(NYX_NET *net) {
 
 void annotate(NYX_DB *db) {
     // A trait is declared once in a database. It takes room for those objects alone that differ from its default.
-    NYX_INT_TRAIT *const fanout = NYX_NET::find_or_create_int_trait(db, "fanout", 1, "example", "Inputs on the net", "");
+    NYX_INT_TRAIT *const fanout =
+        NYX_NET::find_or_create_int_trait(db, "fanout", 1, "example", "Inputs on the net", "");
     NYX_BOOL_TRAIT *const is_state =
         NYX_INSTANCE::find_or_create_bool_trait(db, "is_state", false, "example", "The instance stores a bit", "");
 

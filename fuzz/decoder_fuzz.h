@@ -2,9 +2,9 @@
 #define NYX_DECODER_FUZZ_H
 
 /// \file
-/// What the fuzz targets of the decoders do alike. An input is a chunk size and a number of wanted bytes, two bytes each,
-/// and a payload. The payload is decoded in one piece and in two, which must agree; then it is encoded, and has to come
-/// back.
+/// What the fuzz targets of the decoders do alike. An input is a chunk size and a number of wanted bytes, two bytes
+/// each, and a payload. The payload is decoded in one piece and in two, which must agree; then it is encoded, and has
+/// to come back.
 
 #include "nyx_common/nyx_common_collet_decoders.h"
 #include "nyx_common/nyx_common_collet_encoders.h"

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -44,7 +45,7 @@ bool is_clock(unsigned leaf, unsigned input) {
 
 } // namespace
 
-NYX_MODULE *build_flat(NYX_DB *db, unsigned num_instances) {
+FLAT build_flat(NYX_DB *db, unsigned num_instances) {
     const std::array<NYX_MODULE *, 4> leaves{
         make_leaf(db, "AND2", {"A", "B"}, "Z"), make_leaf(db, "XOR2", {"A", "B"}, "Z"),
         make_leaf(db, "MUX2", {"A", "B", "S"}, "Z"), make_leaf(db, "DFF", {"D", "C"}, "Q")};
@@ -62,10 +63,12 @@ NYX_MODULE *build_flat(NYX_DB *db, unsigned num_instances) {
     }
 
     FLAT_RANDOM random;
+    std::vector<NYX_INSTANCE *> instances(num_instances);
     std::vector<NYX_NET *> nets(num_instances);
     for (unsigned i = 0; i < num_instances; ++i) {
         const unsigned leaf = i % 4;
         NYX_INSTANCE *const instance = NYX_INSTANCE::allocate(top, instance_name(i), leaves[leaf], false, nullptr);
+        instances[i] = instance;
         nets[i] = NYX_NET::allocate(top, net_name(i), false);
         instance->get_inst_port_by_index(num_inputs[leaf])->connect(nets[i]);
         for (unsigned input = 0; input < num_inputs[leaf]; ++input) {
@@ -77,7 +80,7 @@ NYX_MODULE *build_flat(NYX_DB *db, unsigned num_instances) {
     }
     for (unsigned k = 0; k < 64; ++k)
         NYX_PORT::allocate(top, out_name(k), 65 + k, nets[num_instances - 64 + k])->set_output();
-    return top;
+    return {top, std::move(instances), std::move(nets)};
 }
 
 std::uint64_t walk_flat(NYX_MODULE *top) {
@@ -98,19 +101,11 @@ std::uint64_t find_flat(NYX_MODULE *top, unsigned num_instances, unsigned num_fi
     return found;
 }
 
-void edit_flat(NYX_MODULE *top, unsigned num_instances, unsigned num_edits) {
-    std::vector<NYX_INSTANCE *> instances;
-    instances.reserve(num_instances);
-    for (NYX_INSTANCE *const instance : top->iter_instances())
-        instances.push_back(instance);
-    std::vector<NYX_NET *> nets;
-    nets.reserve(num_instances);
-    for (NYX_INSTANCE *const instance : instances)
-        nets.push_back(instance->get_inst_port_by_index(instance->get_num_inst_ports() - 1)->get_net());
+void edit_flat(FLAT &flat, unsigned num_edits) {
     FLAT_RANDOM random;
     for (unsigned i = 0; i < num_edits; ++i) {
-        NYX_INST_PORT *const input = instances[random.next() % num_instances]->get_inst_port_by_index(0);
+        NYX_INST_PORT *const input = flat.instances[random.next() % flat.instances.size()]->get_inst_port_by_index(0);
         input->disconnect();
-        input->connect(nets[random.next() % num_instances]);
+        input->connect(flat.nets[random.next() % flat.nets.size()]);
     }
 }

@@ -38,15 +38,15 @@ int main(int argc, char **argv) {
     const unsigned num_instances = argc > 1 ? static_cast<unsigned>(std::atoi(argv[1])) : 1'000'000;
     const long before = resident_bytes();
     NYX_DB *const db = NYX_DB::create_non_persistent(4096, NYX_DB_TYPE::USER, "flat", "");
-    NYX_MODULE *top = nullptr;
-    time_it("build", [&] { top = build_flat(db, num_instances); });
+    FLAT flat;
+    time_it("build", [&] { flat = build_flat(db, num_instances); });
     std::printf("%-8s %8.1f bytes an instance\n", "memory",
                 static_cast<double>(resident_bytes() - before) / num_instances);
     std::uint64_t inputs = 0, found = 0;
-    time_it("walk", [&] { inputs = walk_flat(top); });
+    time_it("walk", [&] { inputs = walk_flat(flat.top); });
     std::printf("%-8s %8llu\n", "inputs", static_cast<unsigned long long>(inputs));
-    time_it("find", [&] { found = find_flat(top, num_instances, 1'000'000); });
+    time_it("find", [&] { found = find_flat(flat.top, num_instances, 1'000'000); });
     std::printf("%-8s %8llu\n", "found", static_cast<unsigned long long>(found));
-    time_it("edit", [&] { edit_flat(top, num_instances, 100'000); });
+    time_it("edit", [&] { edit_flat(flat, 100'000); });
     db->close();
 }

@@ -1,6 +1,6 @@
 #include "bus_test_support.h"
 
-#include "temp_dir.h"
+#include "support/temp_dir.h"
 
 using namespace bus_test;
 
@@ -166,7 +166,7 @@ TYPED_TEST(Bus, IsFoundByItsNewName) {
     bus->set_name("b");
     EXPECT_EQ(TypeParam::find(this->module, "a"), nullptr);
     EXPECT_EQ(TypeParam::find(this->module, "b"), bus);
-    EXPECT_EQ(TypeParam::query(bus, "b"), STRINGS({"-", "-"}));
+    EXPECT_EQ(this->query(bus, "b"), STRINGS({"-", "-"}));
 }
 
 TYPED_TEST(Bus, HasASourceLocation) {
@@ -195,8 +195,8 @@ TYPED_TEST(Bus, IsCountedWithItsArray) {
     long bytes = 0;
     for (const NYX_TYPE_STATS &type : stats.get_type_stats()) {
         for (const NYX_FIELD_STATS &field : type.get_field_stats()) {
-            if (type.get_name() == std::string(TypeParam::s_table) &&
-                field.get_name() == '*' + std::string(TypeParam::s_member) + 's')
+            if (type.get_type() == std::string(TypeParam::s_table) &&
+                field.get_type() == '*' + std::string(TypeParam::s_member) + 's')
                 bytes += field.get_bytes();
         }
     }

@@ -1,5 +1,6 @@
 // Headers: the references from one database to modules of another one.
 
+#include "netlist/nyx_inst_header_table.h"
 #include "netlist_test_support.h"
 
 using namespace netlist_test;

@@ -1,5 +1,8 @@
 // Instances that get another base module, and how their inst ports follow the ports.
 
+#include "netlist/nyx_inst_header_table.h"
+#include "netlist/nyx_inst_port_table.h"
+#include "netlist/nyx_module_table.h"
 #include "netlist_test_support.h"
 
 using namespace netlist_test;
@@ -36,7 +39,7 @@ protected:
         const int value = inst_port->get_value(m_trait);
         EXPECT_EQ(inst_port->has_property("mark"), value != 0);
         if (value != 0) {
-            EXPECT_EQ(inst_port->get_property("mark"), NYX_PROPERTY_VALUE(value));
+            EXPECT_EQ(boost::get<int>(inst_port->get_property("mark")), value);
         }
         return value;
     }
@@ -238,7 +241,7 @@ TEST_F(CHANGE, OfTheModulesPortsIsFollowed) {
     EXPECT_EQ(connections(u), (STRINGS{"a:a", "c:c"}));
     EXPECT_EQ(mark_of(u->find_inst_port("c")), 3);
     EXPECT_EQ(root_of(db)->table<NYX_INST_PORT>().num_allocated(), 2u);
-    EXPECT_EQ(top->find_net("c")->iter_inst_ports().begin()->get_inst(), u);
+    EXPECT_EQ((*top->find_net("c")->iter_inst_ports().begin())->get_inst(), u);
 }
 
 TEST_F(CHANGE, OfTheModulesPortsReachesInstancesInOtherDatabases) {
@@ -267,4 +270,24 @@ TEST_F(CHANGE, OfThePortsToldAsMovesOfInstPorts) {
             moves.push_back(event);
     }
     EXPECT_EQ(moves, (STRINGS{"inst port u.b moved", "inst port u.c moved"}));
+}
+
+TEST_F(CHANGE, ThatFindsNoRoomChangesNothing) {
+    NYX_MODULE *const wide = NYX_MODULE::allocate(db, "wide", 10000);
+    NYX_INSTANCE *const u = make_instance("u", abc);
+    connect_all(u);
+    unsigned made = 0;
+    EXPECT_THROW(
+        {
+            for (;; ++made)
+                make_instance("f", wide);
+        },
+        boost::interprocess::bad_alloc);
+    EVENT_LOG log;
+    EXPECT_THROW(u->change_module(wide), boost::interprocess::bad_alloc);
+    EXPECT_EQ(log.take(), STRINGS());
+    EXPECT_EQ(u->get_module(), abc);
+    EXPECT_EQ(connections(u), (STRINGS{"a:a", "b:b", "c:c"}));
+    EXPECT_EQ(references(wide), made);
+    EXPECT_EQ(references(abc), 1u);
 }

@@ -1,5 +1,9 @@
 // What ends the run in instances, inst ports and headers.
 
+#include "netlist/nyx_db_observer.h"
+#include "netlist/nyx_inst_header_table.h"
+#include "netlist/nyx_instance_table.h"
+#include "netlist/nyx_module_table.h"
 #include "netlist_test_support.h"
 
 using namespace netlist_test;

@@ -1,5 +1,8 @@
 // Instances: how they are made and deleted, their inst ports, names, placement and location.
 
+#include "netlist/nyx_inst_port_table.h"
+#include "netlist/nyx_instance_table.h"
+#include "netlist/nyx_module_table.h"
 #include "netlist_test_support.h"
 
 #include <algorithm>
@@ -238,6 +241,17 @@ TEST_F(INSTANCE, TakesItsValuesAndThoseOfItsInstPortsAlong) {
     EXPECT_FALSE(v->find_inst_port("b")->has_property("owner"));
     EXPECT_EQ(v->find_inst_port("b")->get_value(delay), 0);
     EXPECT_TRUE(root_of(db)->table<NYX_INST_PORT>().m_properties.empty());
+}
+
+TEST_F(INSTANCE, LeavesItsBus) {
+    NYX_INSTANCE_BUS *const bus = NYX_INSTANCE_BUS::allocate(top, "u", 1, 0);
+    NYX_INSTANCE *const u = make_instance("u[0]", cell);
+    bus->set_instance(0, u);
+    EXPECT_EQ(u->get_bus(), bus);
+    EVENT_LOG log;
+    u->deallocate();
+    EXPECT_EQ(log.take().back(), "instance u[0] deallocated in top");
+    EXPECT_EQ(bus->get_instance({0}), nullptr);
 }
 
 TEST_F(INSTANCE, DeletedWithItsParentIsTold) {

@@ -2,6 +2,9 @@
 
 #include "netlist_test_support.h"
 
+#include <set>
+#include <vector>
+
 using namespace netlist_test;
 
 namespace {

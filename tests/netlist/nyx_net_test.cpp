@@ -504,9 +504,9 @@ TEST_F(NetConvert, TakesTheFlagsInPlaceOfItsOwn) {
 }
 
 TEST_F(NetConvert, TakesTraitsAcrossDatabasesInPlaceOfItsOwn) {
-    NYX_INT_TRAIT *const weight = NYX_NET::create_int_trait(m_db, "weight", 0, "", "");
-    NYX_INT_TRAIT *const other_weight = NYX_NET::create_int_trait(m_other_db, "weight", 0, "", "");
-    NYX_INT_TRAIT *const own = NYX_NET::create_int_trait(m_db, "own", 0, "", "");
+    NYX_INT_TRAIT *const weight = NYX_NET::create_int_trait(m_db, "weight", 0, "", "", "");
+    NYX_INT_TRAIT *const other_weight = NYX_NET::create_int_trait(m_other_db, "weight", 0, "", "", "");
+    NYX_INT_TRAIT *const own = NYX_NET::create_int_trait(m_db, "own", 0, "", "", "");
     m_net->set_value(own, 5);
     m_base->set_value(other_weight, 7);
     m_base->set_is_global(true);
@@ -539,7 +539,7 @@ TEST_F(NetConvert, OfNullEndsTheRun) {
 // Values that go with the net.
 
 TEST_F(Net, DeletionTakesItsTraitsAndProperties) {
-    NYX_INT_TRAIT *const weight = NYX_NET::create_int_trait(m_db, "weight", 0, "", "");
+    NYX_INT_TRAIT *const weight = NYX_NET::create_int_trait(m_db, "weight", 0, "", "", "");
     NYX_NET *const old = make("n");
     old->set_value(weight, 3);
     old->set_property("x", 1);

@@ -65,8 +65,7 @@ void expect_all(const NYX_BUILTIN_TRAITS &traits) {
            {KIND::INST_PORT_SPARSE, "bool", "is_inverted", "False", "Is inst port inverted?"});
     expect(traits.m_instance_bus_bus_dimensions_trait,
            {KIND::INSTANCE_BUS_SPARSE, "app", "dimensions", empty, "Bus dimensions"});
-    expect(traits.m_net_bus_bus_dimensions_trait,
-           {KIND::NET_BUS_SPARSE, "app", "dimensions", empty, "Bus dimensions"});
+    expect(traits.m_net_bus_bus_dimensions_trait, {KIND::NET_BUS_SPARSE, "app", "dimensions", empty, "Bus dimensions"});
     expect(traits.m_port_bus_bus_dimensions_trait,
            {KIND::PORT_BUS_SPARSE, "app", "dimensions", empty, "Bus dimensions"});
     expect(traits.m_port_bus_interface_id_trait,

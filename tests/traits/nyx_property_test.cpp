@@ -31,7 +31,7 @@ std::string out_of_range(ACTION &&action) {
 }
 
 TYPED_TEST(PropertyFamily, ValuesOfAllTypesComeBack) {
-    const NYX_PROPERTY_VALUE values[] = {true, -1, 4000000000u, 0.1f, std::string("text"), 0.1, -9000000000LL,
+    const NYX_PROPERTY_VALUE values[] = {true,          -1, 4000000000u, 0.1f, std::string("text"), 0.1, -9000000000LL,
                                          bytes("bytes")};
     auto *const object = add_object<TypeParam>(this->m_db);
     auto *const other = add_object<TypeParam>(this->m_db);

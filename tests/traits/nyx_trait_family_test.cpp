@@ -88,9 +88,9 @@ TYPED_TEST(TraitFamily, NamesAreUniqueAcrossTypesOfValues) {
     EXPECT_EQ(TypeParam::find_int_trait(this->m_db, "u"), nullptr);
     for_each_trait_type([&]<class TRAIT>() {
         using V = VALUES<TRAIT>;
-        EXPECT_EQ(raised<NYX_RUNTIME_ERROR>([&] { V::template create<TypeParam>(this->m_db, "t"); }),
-                  this->says(this->name() + " already has trait named t",
-                             "create_" + std::string(V::s_word) + "_trait"));
+        EXPECT_EQ(
+            raised<NYX_RUNTIME_ERROR>([&] { V::template create<TypeParam>(this->m_db, "t"); }),
+            this->says(this->name() + " already has trait named t", "create_" + std::string(V::s_word) + "_trait"));
     });
 }
 
@@ -103,13 +103,12 @@ TYPED_TEST(TraitFamily, FindsOrDeclares) {
         TRAIT *const trait = V::template find_or_create<TypeParam>(this->m_db, name, V::by_default());
         EXPECT_EQ(trait->get_description(), "another description");
         EXPECT_EQ(V::template find_or_create<TypeParam>(this->m_db, name, V::by_default()), trait);
-        EXPECT_EQ(raised<NYX_RUNTIME_ERROR>(
-                      [&] { V::template find_or_create<TypeParam>(this->m_db, name, V::other()); }),
-                  this->says(this->name() + " already has trait named " + name + " with a default value of " +
-                                 TRAIT::convert_value_to_str(V::by_default()) +
-                                 " that does not match the input default value of " +
-                                 TRAIT::convert_value_to_str(V::other()),
-                             member));
+        EXPECT_EQ(
+            raised<NYX_RUNTIME_ERROR>([&] { V::template find_or_create<TypeParam>(this->m_db, name, V::other()); }),
+            this->says(this->name() + " already has trait named " + name + " with a default value of " +
+                           TRAIT::convert_value_to_str(V::by_default()) +
+                           " that does not match the input default value of " + TRAIT::convert_value_to_str(V::other()),
+                       member));
         EXPECT_EQ(raised<NYX_RUNTIME_ERROR>(
                       [&] { V::template find_or_create<TypeParam>(this->m_db, name, V::by_default(), "inner"); }),
                   this->says(this->name() + " already has an internal trait named " + name + ".", member));
@@ -129,9 +128,9 @@ TYPED_TEST(TraitFamily, RefusesNullAndEmptyNames) {
                   this->says(no_db, "create_" + word + "_trait"));
         EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { V::template create<TypeParam>(this->m_db, ""); }),
                   this->says("Cannot create a trait with an empty name", "create_" + word + "_trait"));
-        EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>(
-                      [&] { V::template create<TypeParam>(this->m_db, std::string("a\0b", 3)); }),
-                  this->says("Cannot create a trait with a NUL in its name", "create_" + word + "_trait"));
+        EXPECT_EQ(
+            raised<NYX_INVALID_ARGUMENT>([&] { V::template create<TypeParam>(this->m_db, std::string("a\0b", 3)); }),
+            this->says("Cannot create a trait with a NUL in its name", "create_" + word + "_trait"));
         EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([] { V::template find<TypeParam>(nullptr, "t"); }),
                   this->says(no_db, "find_" + word + "_trait"));
         EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { V::template find<TypeParam>(this->m_db, ""); }),

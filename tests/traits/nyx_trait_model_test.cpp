@@ -1,5 +1,5 @@
-// Many traits and properties on many objects against std::map, with rows freed and used again, and with the image copied
-// to other addresses and protected there.
+// Many traits and properties on many objects against std::map, with rows freed and used again, and with the image
+// copied to other addresses and protected there.
 #include "traits/trait_test_support.h"
 
 #include "memory/segment_image.h"
@@ -79,10 +79,9 @@ void expect_like_model(NYX_DB_PERSISTENT *root, const MODEL &model) {
         });
         std::map<std::string, std::string> properties;
         for (const auto &[name, value] : net->iter_properties()) {
-            properties[name] = value.which() == 7
-                                   ? text_of<NYX_APP_TRAIT>(boost::get<NYX_APP_DATA>(value))
-                                   : (value.which() == 4 ? boost::get<std::string>(value)
-                                                         : std::to_string(boost::get<int>(value)));
+            properties[name] = value.which() == 7 ? text_of<NYX_APP_TRAIT>(boost::get<NYX_APP_DATA>(value))
+                                                  : (value.which() == 4 ? boost::get<std::string>(value)
+                                                                        : std::to_string(boost::get<int>(value)));
             ASSERT_TRUE(net->has_property(name));
             ASSERT_EQ(net->find_property(name), value);
             ASSERT_EQ(net->get_property(name), value);
@@ -167,7 +166,7 @@ TEST_P(TraitModel, BehavesLikeMapsAtAnyAddress) {
             model.properties[i].erase(property);
         } else if (what < 96) {
             // The row is given back, and the next one is the same again.
-            nyx_clear_traits(net);
+            nyx_clear_traits<NYX_NET>(net);
             nets.deallocate(net);
             ASSERT_EQ(nets.allocate(), net);
             model.values.erase(i);

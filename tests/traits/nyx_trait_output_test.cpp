@@ -20,8 +20,9 @@ std::string pad(std::string text, std::size_t width) {
 
 const std::string s_head = "NAME                           TYPE       DEFAULT VALUE   GROUP                INTERNAL   "
                            "DESCRIPTION                   \n";
-const std::string s_head_with_value = "NAME                           TYPE       VALUE           DEFAULT VALUE   GROUP   "
-                                      "             INTERNAL   DESCRIPTION                   \n";
+const std::string s_head_with_value =
+    "NAME                           TYPE       VALUE           DEFAULT VALUE   GROUP   "
+    "             INTERNAL   DESCRIPTION                   \n";
 
 TEST(TraitTable, HasAHeadAndTellsItsSubjectInTheLog) {
     CAPTURING_SINK sink;
@@ -68,11 +69,10 @@ TEST(TraitTable, ListsTheTraitsOfAClass) {
     std::ostringstream nets;
     NYX_NET::output_all_sparse_traits(nets, db, true);
     const NYX_BUILTIN_TRAITS &traits = NYX_BUILTIN_TRAITS::of(db);
-    EXPECT_EQ(nets.str(), s_head + address(traits.m_net_is_global_trait) + " " +
-                              traits.m_net_is_global_trait->output_to_str() + address(traits.m_net_file_name_trait) +
-                              " " + traits.m_net_file_name_trait->output_to_str() +
-                              address(traits.m_net_file_lineno_trait) + " " +
-                              traits.m_net_file_lineno_trait->output_to_str());
+    EXPECT_EQ(nets.str(),
+              s_head + address(traits.m_net_is_global_trait) + " " + traits.m_net_is_global_trait->output_to_str() +
+                  address(traits.m_net_file_name_trait) + " " + traits.m_net_file_name_trait->output_to_str() +
+                  address(traits.m_net_file_lineno_trait) + " " + traits.m_net_file_lineno_trait->output_to_str());
     EXPECT_EQ(traits.m_net_file_lineno_trait->output_to_str(),
               pad("file_lineno", 31) + pad("int", 11) + pad("0", 16) + pad("", 21) + pad("True", 11) +
                   "Line number in the file where the net is defined\n");

@@ -10,11 +10,23 @@ namespace {
 using KIND = NYX_TRAIT_OBJ_TYPE;
 
 TEST(TraitObjectTypes, HaveTheirWordsAsTexts) {
-    const char *const texts[] = {"MODULE_SPARSE",       "PORT_SPARSE",          "NET_SPARSE",       "INSTANCE_SPARSE",
-                                 "INSTANCE_BUS_SPARSE", "INST_PORT_SPARSE",     "PORT_BUS_SPARSE",  "NET_BUS_SPARSE",
-                                 "RELATIVE_OBJECT_SPARSE", "DB_SPARSE",         "CONSTRAINT_STMT_SPARSE",
-                                 "SOURCE_FILE_SPARSE",  "ENTITY_SPARSE",        "SDC_CLOCK_SPARSE", "INST_HEADER_SPARSE",
-                                 "HIER_MODULE_SPARSE",  "INTERFACE_SPARSE"};
+    const char *const texts[] = {"MODULE_SPARSE",
+                                 "PORT_SPARSE",
+                                 "NET_SPARSE",
+                                 "INSTANCE_SPARSE",
+                                 "INSTANCE_BUS_SPARSE",
+                                 "INST_PORT_SPARSE",
+                                 "PORT_BUS_SPARSE",
+                                 "NET_BUS_SPARSE",
+                                 "RELATIVE_OBJECT_SPARSE",
+                                 "DB_SPARSE",
+                                 "CONSTRAINT_STMT_SPARSE",
+                                 "SOURCE_FILE_SPARSE",
+                                 "ENTITY_SPARSE",
+                                 "SDC_CLOCK_SPARSE",
+                                 "INST_HEADER_SPARSE",
+                                 "HIER_MODULE_SPARSE",
+                                 "INTERFACE_SPARSE"};
     for (unsigned i = 0; i < 256; ++i)
         EXPECT_STREQ(nyx_get_trait_object_type_text(KIND(i)), i < 17 ? texts[i] : "") << i;
 }
@@ -46,12 +58,23 @@ TEST(TraitLookup, ListsItselfAndItsMapsInStatistics) {
 }
 
 TEST(TraitLookup, StoresItsMapsInTheFilesOrder) {
-    const KIND order[] = {KIND::MODULE_SPARSE,      KIND::PORT_SPARSE,         KIND::NET_SPARSE,
-                          KIND::INSTANCE_SPARSE,    KIND::INSTANCE_BUS_SPARSE, KIND::INST_PORT_SPARSE,
-                          KIND::PORT_BUS_SPARSE,    KIND::NET_BUS_SPARSE,      KIND::INTERFACE_SPARSE,
-                          KIND::INST_HEADER_SPARSE, KIND::RELATIVE_OBJECT_SPARSE, KIND::CONSTRAINT_STMT_SPARSE,
-                          KIND::SOURCE_FILE_SPARSE, KIND::ENTITY_SPARSE,       KIND::SDC_CLOCK_SPARSE,
-                          KIND::DB_SPARSE,          KIND::HIER_MODULE_SPARSE};
+    const KIND order[] = {KIND::MODULE_SPARSE,
+                          KIND::PORT_SPARSE,
+                          KIND::NET_SPARSE,
+                          KIND::INSTANCE_SPARSE,
+                          KIND::INSTANCE_BUS_SPARSE,
+                          KIND::INST_PORT_SPARSE,
+                          KIND::PORT_BUS_SPARSE,
+                          KIND::NET_BUS_SPARSE,
+                          KIND::INTERFACE_SPARSE,
+                          KIND::INST_HEADER_SPARSE,
+                          KIND::RELATIVE_OBJECT_SPARSE,
+                          KIND::CONSTRAINT_STMT_SPARSE,
+                          KIND::SOURCE_FILE_SPARSE,
+                          KIND::ENTITY_SPARSE,
+                          KIND::SDC_CLOCK_SPARSE,
+                          KIND::DB_SPARSE,
+                          KIND::HIER_MODULE_SPARSE};
     NYX_SEGMENT segment(std::size_t(1) << 20);
     auto *const values = segment.get_segment_manager()->construct<NYX_BYTE8_TRAIT_LOOKUP>(
         boost::interprocess::anonymous_instance)(segment.get_segment_manager());

@@ -59,7 +59,9 @@ TEST_F(TraitValues, HaveTheirTexts) {
     EXPECT_EQ(NYX_TIME_TRAIT::convert_value_to_str(-9000000000LL), "-9000000000");
     EXPECT_EQ(NYX_STRING_TRAIT::convert_value_to_str("a b"), "a b");
     const std::string data = "\1\2\3\4\5\6\377";
-    const auto text = [&data](unsigned size) { return NYX_APP_TRAIT::convert_value_to_str(bytes(data.substr(0, size))); };
+    const auto text = [&data](unsigned size) {
+        return NYX_APP_TRAIT::convert_value_to_str(bytes(data.substr(0, size)));
+    };
     EXPECT_EQ(text(0), "App Data (0 bytes)");
     EXPECT_EQ(text(1), "App Data (1 bytes: 1)");
     EXPECT_EQ(text(5), "App Data (5 bytes: 1 2 3 4 5)");
@@ -132,8 +134,8 @@ TEST_F(TraitValues, ResettingATraitKeepsItAndLeavesItsBlocks) {
     trait->reset_all_objects_having_this_trait();
     EXPECT_TRUE(trait->is_empty());
     EXPECT_EQ(m_net->get_value(trait), bytes("default"));
-    // The node and the buckets go, the block of the value doesn't.
-    EXPECT_EQ(notices.notices(RECORDING_LISTENER::NOTICE::DEALLOCATED).size(), 2u);
+    // The node, the list's head and the buckets go, the block of the value doesn't.
+    EXPECT_EQ(notices.notices(RECORDING_LISTENER::NOTICE::DEALLOCATED).size(), 3u);
     EXPECT_EQ(NYX_NET::find_app_trait(m_db, "t"), trait);
     m_net->set_value(trait, bytes("B"));
     EXPECT_EQ(m_net->get_value(trait), bytes("B"));

@@ -27,10 +27,10 @@ inline void PrintTo(const NYX_PROPERTY_VALUE &value, std::ostream *out) {
 }
 } // namespace boost
 
-using BEARER_TYPES = testing::Types<NYX_MODULE, NYX_PORT, NYX_NET, NYX_INSTANCE, NYX_INSTANCE_BUS, NYX_INST_PORT,
-                                    NYX_PORT_BUS, NYX_NET_BUS, NYX_INTERFACE, NYX_INST_HEADER, NYX_RELATIVE_OBJECT,
-                                    NYX_CONSTRAINT_STMT, NYX_SOURCE_FILE, NYX_ENTITY, NYX_SDC_CLOCK, NYX_HIER_MODULE,
-                                    NYX_DB>;
+using BEARER_TYPES =
+    testing::Types<NYX_MODULE, NYX_PORT, NYX_NET, NYX_INSTANCE, NYX_INSTANCE_BUS, NYX_INST_PORT, NYX_PORT_BUS,
+                   NYX_NET_BUS, NYX_INTERFACE, NYX_INST_HEADER, NYX_RELATIVE_OBJECT, NYX_CONSTRAINT_STMT,
+                   NYX_SOURCE_FILE, NYX_ENTITY, NYX_SDC_CLOCK, NYX_HIER_MODULE, NYX_DB>;
 
 /// A bare row; the database itself for NYX_DB.
 template <class T>

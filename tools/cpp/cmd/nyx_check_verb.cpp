@@ -13,9 +13,10 @@ public:
     std::string get_name() const override { return "check"; }
     std::string get_summary() const override { return "check that databases are sound"; }
     std::vector<std::string> get_description() const override {
-        return {"Reads each file with all the checks of opening, and then walks what is in it: the memory's blocks, and "
-                "every list, link, count and map of the netlist. Each fault is told in words. The exit code is 1 if there "
-                "is any, 2 if a file can't be read."};
+        return {
+            "Reads each file with all the checks of opening, and then walks what is in it: the memory's blocks, and "
+            "every list, link, count and map of the netlist. Each fault is told in words. The exit code is 1 if there "
+            "is any, 2 if a file can't be read."};
     }
     std::vector<EXAMPLE> get_examples() const override {
         return {{"nyx check design.nyx && cp design.nyx /archive", "Keep a copy if it is sound."}};
@@ -50,4 +51,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<NYX_VERB> nyx_make_check_verb() { return std::make_unique<CHECK_VERB>(); }
+std::unique_ptr<NYX_VERB> nyx_make_check_verb() {
+    return std::make_unique<CHECK_VERB>();
+}

@@ -59,5 +59,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<NYX_VERB> nyx_make_completion_verb() { return std::make_unique<COMPLETION_VERB>(); }
-std::unique_ptr<NYX_VERB> nyx_make_man_verb() { return std::make_unique<MAN_VERB>(); }
+std::unique_ptr<NYX_VERB> nyx_make_completion_verb() {
+    return std::make_unique<COMPLETION_VERB>();
+}
+std::unique_ptr<NYX_VERB> nyx_make_man_verb() {
+    return std::make_unique<MAN_VERB>();
+}

@@ -52,7 +52,9 @@ void write_error_line(std::string_view kind, const char *code, std::string_view 
 
 } // namespace
 
-NYX_CONSOLE::NYX_CONSOLE() : m_colours(is_terminal_with_colours(STDOUT_FILENO)) { std::setlocale(LC_CTYPE, "C.UTF-8"); }
+NYX_CONSOLE::NYX_CONSOLE() : m_colours(is_terminal_with_colours(STDOUT_FILENO)) {
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+}
 
 void NYX_CONSOLE::print(std::string_view text) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
@@ -67,9 +69,13 @@ void NYX_CONSOLE::note(std::string_view text) {
         write_error_line("", "", text);
 }
 
-void NYX_CONSOLE::warn(std::string_view text) { write_error_line("warning: ", "\033[1;33m", text); }
+void NYX_CONSOLE::warn(std::string_view text) {
+    write_error_line("warning: ", "\033[1;33m", text);
+}
 
-void NYX_CONSOLE::error(std::string_view text) { write_error_line("", "", text); }
+void NYX_CONSOLE::error(std::string_view text) {
+    write_error_line("", "", text);
+}
 
 std::string NYX_CONSOLE::paint(STYLE style, std::string_view text) const {
     return m_colours ? get_code(style) + std::string(text) + "\033[0m" : std::string(text);
@@ -123,14 +129,18 @@ void NYX_CONSOLE::print_table(const std::vector<COLUMN> &columns, const std::vec
 }
 
 NYX_PROGRESS_BAR::NYX_PROGRESS_BAR(const NYX_CONSOLE &console, std::string label)
-    : m_label(std::move(label)), m_active(!console.m_quiet && isatty(STDERR_FILENO)), m_start(CLOCK::now()),
-      m_last(m_start) {
+    : m_label(std::move(label))
+    , m_active(!console.m_quiet && isatty(STDERR_FILENO))
+    , m_start(CLOCK::now())
+    , m_last(m_start) {
     const char *const terminal = std::getenv("TERM");
     if (terminal && std::strcmp(terminal, "dumb") == 0)
         m_active = false;
 }
 
-NYX_PROGRESS_BAR::~NYX_PROGRESS_BAR() { erase(); }
+NYX_PROGRESS_BAR::~NYX_PROGRESS_BAR() {
+    erase();
+}
 
 void NYX_PROGRESS_BAR::erase() {
     if (m_shown)
@@ -195,7 +205,7 @@ std::string nyx_human_bytes(std::uint64_t bytes) {
 }
 
 std::string nyx_share_bar(double share, unsigned width) {
-    static constexpr std::array<const char *, 8> s_parts = {"", "\u258f", "\u258e", "\u258d",
+    static constexpr std::array<const char *, 8> s_parts = {"",       "\u258f", "\u258e", "\u258d",
                                                             "\u258c", "\u258b", "\u258a", "\u2589"};
     const auto eighths = unsigned(std::clamp(share, 0.0, 1.0) * width * 8 + 0.5);
     std::string bar;

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-/// What a verb talks to. Data go to standard output, all else to standard error. Colours and the progress bar appear only
-/// where they go to a terminal, and NO_COLOR is not set.
+/// What a verb talks to. Data go to standard output, all else to standard error. Colours and the progress bar appear
+/// only where they go to a terminal, and NO_COLOR is not set.
 class NYX_CONSOLE {
 public:
     enum class STYLE { HEADING, NAME, NUMBER, GOOD, BAD, FAINT };

@@ -10,10 +10,11 @@ public:
     std::string get_name() const override { return "export"; }
     std::string get_summary() const override { return "write the netlist of a database"; }
     std::vector<std::string> get_description() const override {
-        return {"Writes the netlist, with the modules that it uses in libraries, for other tools. The output is packed if "
-                "its name ends in .gz or .zst, and replaces what is there when it is complete.",
-                "yosys-json gives back what was imported, but for the numbers of the bits. verilog is structural; where "
-                "it has Yosys' own cell types, read it with read_verilog -icells."};
+        return {
+            "Writes the netlist, with the modules that it uses in libraries, for other tools. The output is packed if "
+            "its name ends in .gz or .zst, and replaces what is there when it is complete.",
+            "yosys-json gives back what was imported, but for the numbers of the bits. verilog is structural; where "
+            "it has Yosys' own cell types, read it with read_verilog -icells."};
     }
     std::vector<EXAMPLE> get_examples() const override {
         return {{"nyx export design.nyx -f yosys-json -o design.json.zst", "Write packed JSON."},
@@ -22,7 +23,12 @@ public:
     std::vector<NYX_OPTION> get_options() override {
         return {{"FILE", "", "The database", &m_file, true, {}, NYX_OPTION::COMPLETE::DATABASE},
                 {"-f,--format", "FORMAT", "The format", &m_format, false, {"yosys-json", "verilog"}},
-                {"-o,--output", "FILE", "Where to; \"-\", or nothing, is standard output", &m_output, false, {},
+                {"-o,--output",
+                 "FILE",
+                 "Where to; \"-\", or nothing, is standard output",
+                 &m_output,
+                 false,
+                 {},
                  NYX_OPTION::COMPLETE::ANY_FILE}};
     }
     bool has_json() const override { return false; }
@@ -49,4 +55,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<NYX_VERB> nyx_make_export_verb() { return std::make_unique<EXPORT_VERB>(); }
+std::unique_ptr<NYX_VERB> nyx_make_export_verb() {
+    return std::make_unique<EXPORT_VERB>();
+}

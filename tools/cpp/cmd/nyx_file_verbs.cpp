@@ -64,8 +64,9 @@ public:
     std::string get_name() const override { return "resize"; }
     std::string get_summary() const override { return "set to what a database may grow"; }
     std::vector<std::string> get_description() const override {
-        return {"A database has a range of addresses that it may fill. It takes no memory and no room in the file before "
-                "it is filled. Without an option, tells what it is."};
+        return {
+            "A database has a range of addresses that it may fill. It takes no memory and no room in the file before "
+            "it is filled. Without an option, tells what it is."};
     }
     std::vector<EXAMPLE> get_examples() const override {
         return {{"nyx resize design.nyx --to 8192", "8 GiB."}, {"nyx resize design.nyx --by 1024", "1 GiB more."}};
@@ -140,6 +141,12 @@ private:
 
 } // namespace
 
-std::unique_ptr<NYX_VERB> nyx_make_clone_verb() { return std::make_unique<CLONE_VERB>(); }
-std::unique_ptr<NYX_VERB> nyx_make_resize_verb() { return std::make_unique<RESIZE_VERB>(); }
-std::unique_ptr<NYX_VERB> nyx_make_rm_verb() { return std::make_unique<RM_VERB>(); }
+std::unique_ptr<NYX_VERB> nyx_make_clone_verb() {
+    return std::make_unique<CLONE_VERB>();
+}
+std::unique_ptr<NYX_VERB> nyx_make_resize_verb() {
+    return std::make_unique<RESIZE_VERB>();
+}
+std::unique_ptr<NYX_VERB> nyx_make_rm_verb() {
+    return std::make_unique<RM_VERB>();
+}

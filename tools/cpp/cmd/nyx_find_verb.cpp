@@ -37,18 +37,21 @@ bool matches(std::string_view pattern, std::string_view text) {
     return true;
 }
 
-bool has_wildcard(std::string_view pattern) { return pattern.find_first_of("*?\\") != pattern.npos; }
+bool has_wildcard(std::string_view pattern) {
+    return pattern.find_first_of("*?\\") != pattern.npos;
+}
 
 class FIND_VERB final : public NYX_VERB {
 public:
     std::string get_name() const override { return "find"; }
     std::string get_summary() const override { return "find instances, nets and ports by path"; }
     std::vector<std::string> get_description() const override {
-        return {"A path is the names of instances from the top module down, with / between, and at its end the name of an "
-                "instance, a net or a port. In each name * stands for any characters and ? for one; a backslash takes the "
-                "next character as it is, / too. ** at the beginning of a path looks below all levels.",
-                "Shows what each object is, and with --connections what it is connected to. The exit code is 1 if "
-                "nothing was found."};
+        return {
+            "A path is the names of instances from the top module down, with / between, and at its end the name of an "
+            "instance, a net or a port. In each name * stands for any characters and ? for one; a backslash takes the "
+            "next character as it is, / too. ** at the beginning of a path looks below all levels.",
+            "Shows what each object is, and with --connections what it is connected to. The exit code is 1 if "
+            "nothing was found."};
     }
     std::vector<EXAMPLE> get_examples() const override {
         return {{"nyx find design.nyx 'core/alu/*'", "Everything in the module of core/alu."},
@@ -183,7 +186,9 @@ private:
             JSON json;
             json["type"] = type;
             json["path"] = path;
-            json[std::string(type) == "instance" ? "module" : std::string(type) == "port" ? "direction" : "kind"] = what;
+            json[std::string(type) == "instance" ? "module"
+                 : std::string(type) == "port"   ? "direction"
+                                                 : "kind"] = what;
             if (m_connections)
                 json["connections"] = std::move(connections);
             m_found.push_back(std::move(json));
@@ -197,7 +202,8 @@ private:
             for (const JSON &connection : connections) {
                 std::string line = "            ";
                 if (connection.contains("pin"))
-                    line += connection["pin"].get<std::string>() + " (" + connection["direction"].get<std::string>() + ")";
+                    line +=
+                        connection["pin"].get<std::string>() + " (" + connection["direction"].get<std::string>() + ")";
                 if (connection.contains("net"))
                     line += std::string(connection.contains("pin") ? " on " : "on ") +
                             (connection["net"].is_null() ? "nothing" : connection["net"].get<std::string>());
@@ -267,4 +273,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<NYX_VERB> nyx_make_find_verb() { return std::make_unique<FIND_VERB>(); }
+std::unique_ptr<NYX_VERB> nyx_make_find_verb() {
+    return std::make_unique<FIND_VERB>();
+}

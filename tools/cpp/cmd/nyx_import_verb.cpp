@@ -22,11 +22,12 @@ public:
     std::string get_name() const override { return "import"; }
     std::string get_summary() const override { return "make a database of a netlist"; }
     std::vector<std::string> get_description() const override {
-        return {"Reads a netlist in the JSON format of Yosys, packed by gzip or zstd or not, and saves it as a database. "
-                "A file with a fault is told with its place, and nothing is written.",
-                "Cell types that the netlist does not define, and black boxes, become leaf modules. With --library they "
-                "go to a component library beside the design, which is entered in the paths file nyx.paths there.",
-                "All names, parameters and attributes are kept; `nyx export` gives back the netlist that was imported."};
+        return {
+            "Reads a netlist in the JSON format of Yosys, packed by gzip or zstd or not, and saves it as a database. "
+            "A file with a fault is told with its place, and nothing is written.",
+            "Cell types that the netlist does not define, and black boxes, become leaf modules. With --library they "
+            "go to a component library beside the design, which is entered in the paths file nyx.paths there.",
+            "All names, parameters and attributes are kept; `nyx export` gives back the netlist that was imported."};
     }
     std::vector<EXAMPLE> get_examples() const override {
         return {{"nyx import design.json.zst -o design.nyx", "Make design.nyx."},
@@ -36,9 +37,19 @@ public:
                  "Choose the top module, and put the cells in cells.nyx."}};
     }
     std::vector<NYX_OPTION> get_options() override {
-        return {{"FILE", "", "The netlist; \"-\", or nothing, is standard input", &m_file, false, {},
+        return {{"FILE",
+                 "",
+                 "The netlist; \"-\", or nothing, is standard input",
+                 &m_file,
+                 false,
+                 {},
                  NYX_OPTION::COMPLETE::NETLIST},
-                {"-o,--output", "FILE", "The database; what is there is replaced", &m_output, true, {},
+                {"-o,--output",
+                 "FILE",
+                 "The database; what is there is replaced",
+                 &m_output,
+                 true,
+                 {},
                  NYX_OPTION::COMPLETE::DATABASE},
                 {"--top", "MODULE", "The top module; else the one that is marked, or that no other uses", &m_top},
                 {"--library", "NAME", "Put leaf modules in a component library of this name", &m_library},
@@ -166,4 +177,6 @@ int IMPORT_VERB::run(NYX_CONSOLE &console) {
 
 } // namespace
 
-std::unique_ptr<NYX_VERB> nyx_make_import_verb() { return std::make_unique<IMPORT_VERB>(); }
+std::unique_ptr<NYX_VERB> nyx_make_import_verb() {
+    return std::make_unique<IMPORT_VERB>();
+}

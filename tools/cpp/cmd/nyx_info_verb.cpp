@@ -55,10 +55,11 @@ public:
     std::string get_name() const override { return "info"; }
     std::string get_summary() const override { return "tell what database files are"; }
     std::vector<std::string> get_description() const override {
-        return {"Reads the headers of the files and no more, so it answers at once whatever their size.",
-                "With --counts the databases are opened, and what each module consists of is counted: cells, nets, ports "
-                "and the bits of the cells' connections, and the instances below one of it in the unfolded design. "
-                "Modules that the netlist did not define are left out of the table."};
+        return {
+            "Reads the headers of the files and no more, so it answers at once whatever their size.",
+            "With --counts the databases are opened, and what each module consists of is counted: cells, nets, ports "
+            "and the bits of the cells' connections, and the instances below one of it in the unfolded design. "
+            "Modules that the netlist did not define are left out of the table."};
     }
     std::vector<EXAMPLE> get_examples() const override {
         return {{"nyx info *.nyx", "What the files are."},
@@ -117,8 +118,9 @@ private:
         line("type", nyx_name_of_type(stats.type));
         line("file", nyx_human_bytes(bytes) + ", " + get_name_of_compression(stats.compression_algorithm));
         line("in memory", nyx_human_bytes(stats.data_size) + ", may grow to " + nyx_human_bytes(stats.default_size));
-        line("format", std::to_string(stats.version) + ", tables " + schema +
-                           (is_current ? "" : console.paint(STYLE::BAD, " (another version's; this one can't open it)")));
+        line("format",
+             std::to_string(stats.version) + ", tables " + schema +
+                 (is_current ? "" : console.paint(STYLE::BAD, " (another version's; this one can't open it)")));
         if (!stats.tag.empty())
             line("client", nyx_printable(stats.tag));
         return json;
@@ -172,4 +174,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<NYX_VERB> nyx_make_info_verb() { return std::make_unique<INFO_VERB>(); }
+std::unique_ptr<NYX_VERB> nyx_make_info_verb() {
+    return std::make_unique<INFO_VERB>();
+}

@@ -19,7 +19,8 @@ namespace {
 void add_option(CLI::App &app, const NYX_OPTION &option) {
     std::string names = option.names;
     if (option.is_argument())
-        std::transform(names.begin(), names.end(), names.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+        std::transform(names.begin(), names.end(), names.begin(),
+                       [](unsigned char c) { return char(std::tolower(c)); });
     CLI::Option *const made = std::visit(
         [&](auto *target) -> CLI::Option * {
             if constexpr (std::is_same_v<decltype(target), bool *>)

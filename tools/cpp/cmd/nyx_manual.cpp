@@ -38,7 +38,9 @@ std::vector<std::string> split(const std::string &text) {
     return parts;
 }
 
-bool is_list(const NYX_OPTION &option) { return std::holds_alternative<std::vector<std::string> *>(option.target); }
+bool is_list(const NYX_OPTION &option) {
+    return std::holds_alternative<std::vector<std::string> *>(option.target);
+}
 
 std::string get_usage(const NYX_VERB &verb, const std::vector<NYX_OPTION> &options) {
     std::string usage = "nyx " + verb.get_name();
@@ -68,10 +70,7 @@ std::string get_help(const NYX_OPTION &option) {
     if (!option.choices.empty()) {
         help += ": ";
         for (std::size_t i = 0; i < option.choices.size(); ++i)
-            help += (i == 0                              ? ""
-                     : i + 1 == option.choices.size() ? " or "
-                                                      : ", ") +
-                    option.choices[i];
+            help += (i == 0 ? "" : i + 1 == option.choices.size() ? " or " : ", ") + option.choices[i];
     }
     return help;
 }
@@ -227,9 +226,8 @@ std::string complete_zsh(const NYX_VERBS &verbs) {
         for (const std::vector<NYX_OPTION> &options : {verb->get_options(), nyx_common_options(console, *verb)})
             for (const NYX_OPTION &option : options) {
                 if (option.is_argument()) {
-                    text += " \\\n            " +
-                            quote(std::string(is_list(option) ? "*" : "") + ":" + escape(option.names) + ":" +
-                                  get_action(option));
+                    text += " \\\n            " + quote(std::string(is_list(option) ? "*" : "") + ":" +
+                                                        escape(option.names) + ":" + get_action(option));
                     continue;
                 }
                 for (const std::string &name : split(option.names))
@@ -298,8 +296,9 @@ std::string nyx_overall_help(const NYX_CONSOLE &console, const NYX_VERBS &verbs)
     for (const auto &verb : verbs)
         text += "  " + console.paint(STYLE::NAME, verb->get_name()) +
                 std::string(12 - std::min<std::size_t>(11, verb->get_name().size()), ' ') + verb->get_summary() + "\n";
-    return text + "\n`nyx VERB --help` tells about a verb. Exit codes: 0 fine, 1 differences or a failed check, 2 usage or\n"
-                  "trouble.\n";
+    return text +
+           "\n`nyx VERB --help` tells about a verb. Exit codes: 0 fine, 1 differences or a failed check, 2 usage or\n"
+           "trouble.\n";
 }
 
 std::string nyx_verb_help(NYX_CONSOLE &console, NYX_VERB &verb) {
@@ -332,7 +331,8 @@ std::string nyx_overall_man(const NYX_VERBS &verbs) {
 std::string nyx_verb_man(NYX_VERB &verb) {
     NYX_CONSOLE console;
     std::string title = "NYX-" + verb.get_name();
-    std::transform(title.begin(), title.end(), title.begin(), [](char c) { return c >= 'a' && c <= 'z' ? char(c - 32) : c; });
+    std::transform(title.begin(), title.end(), title.begin(),
+                   [](char c) { return c >= 'a' && c <= 'z' ? char(c - 32) : c; });
     std::string text = ".TH " + roff(title) + " 1\n.SH NAME\nnyx\\-" + verb.get_name() + " \\- " +
                        roff(verb.get_summary()) + "\n.SH SYNOPSIS\n" + roff(get_usage(verb, verb.get_options())) +
                        "\n.SH DESCRIPTION\n";

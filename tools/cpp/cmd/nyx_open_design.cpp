@@ -39,4 +39,6 @@ const char *nyx_name_of_type(NYX_DB_TYPE type) {
     return "unknown";
 }
 
-std::string nyx_database_path(const std::string &path) { return path.ends_with(".nyx") ? path : path + ".nyx"; }
+std::string nyx_database_path(const std::string &path) {
+    return path.ends_with(".nyx") ? path : path + ".nyx";
+}

@@ -16,8 +16,9 @@ public:
     std::string get_name() const override { return "stats"; }
     std::string get_summary() const override { return "show where the memory of a database goes"; }
     std::vector<std::string> get_description() const override {
-        return {"Opens the database and lists its tables, the largest first, with their rows and bytes, and with --columns "
-                "the columns of each."};
+        return {
+            "Opens the database and lists its tables, the largest first, with their rows and bytes, and with --columns "
+            "the columns of each."};
     }
     std::vector<EXAMPLE> get_examples() const override {
         return {{"nyx stats design.nyx", "By table."}, {"nyx stats design.nyx --columns", "By table and column."}};
@@ -41,7 +42,8 @@ public:
             if (bytes > 0)
                 tables.push_back({&type, bytes});
         }
-        std::stable_sort(tables.begin(), tables.end(), [](const TABLE &a, const TABLE &b) { return a.bytes > b.bytes; });
+        std::stable_sort(tables.begin(), tables.end(),
+                         [](const TABLE &a, const TABLE &b) { return a.bytes > b.bytes; });
         if (console.m_json) {
             JSON json;
             json["used_bytes"] = stats.get_used();
@@ -66,18 +68,21 @@ public:
         const auto add_row = [&rows, used](const std::string &name, std::string count, std::uint64_t bytes) {
             char share[16];
             std::snprintf(share, sizeof(share), "%5.1f%%", 100 * double(bytes) / used);
-            rows.push_back({name, std::move(count), nyx_human_bytes(bytes), share, nyx_share_bar(double(bytes) / used, 20)});
+            rows.push_back(
+                {name, std::move(count), nyx_human_bytes(bytes), share, nyx_share_bar(double(bytes) / used, 20)});
         };
         for (const TABLE &table : tables) {
             const int num_rows = table.stats->get_num_allocated();
-            add_row(table.stats->get_type(), num_rows >= 0 ? nyx_group_digits(std::uint64_t(num_rows)) : "", table.bytes);
+            add_row(table.stats->get_type(), num_rows >= 0 ? nyx_group_digits(std::uint64_t(num_rows)) : "",
+                    table.bytes);
             if (m_columns)
                 for (const NYX_FIELD_STATS &field : get_fields(*table.stats))
                     if (field.get_bytes() > 0)
                         add_row("  " + field.get_type(), "", std::uint64_t(field.get_bytes()));
         }
         console.print_table({{"TABLE"}, {"ROWS", true}, {"BYTES", true}, {"SHARE", true}, {""}}, rows);
-        console.print("\n" + nyx_human_bytes(stats.get_used()) + " used of " + nyx_human_bytes(stats.get_size()) + "\n");
+        console.print("\n" + nyx_human_bytes(stats.get_used()) + " used of " + nyx_human_bytes(stats.get_size()) +
+                      "\n");
         return 0;
     }
 
@@ -96,4 +101,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<NYX_VERB> nyx_make_stats_verb() { return std::make_unique<STATS_VERB>(); }
+std::unique_ptr<NYX_VERB> nyx_make_stats_verb() {
+    return std::make_unique<STATS_VERB>();
+}

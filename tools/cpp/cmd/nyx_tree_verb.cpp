@@ -18,9 +18,10 @@ public:
     std::string get_name() const override { return "tree"; }
     std::string get_summary() const override { return "show the modules by instantiation"; }
     std::vector<std::string> get_description() const override {
-        return {"Shows the top module, the modules that it uses with the number of their instances, what those use, and so "
-                "on. A module that comes again is shown without what is below it, and leaf modules are summed up to one "
-                "line, unless asked otherwise."};
+        return {
+            "Shows the top module, the modules that it uses with the number of their instances, what those use, and so "
+            "on. A module that comes again is shown without what is below it, and leaf modules are summed up to one "
+            "line, unless asked otherwise."};
     }
     std::vector<EXAMPLE> get_examples() const override {
         return {{"nyx tree design.nyx", "The folded tree."},
@@ -58,7 +59,9 @@ private:
         std::uint64_t count;
     };
 
-    static std::string get_label(const NYX_MODULE *module) { return nyx_printable(nyx_decode_name(module->get_name())); }
+    static std::string get_label(const NYX_MODULE *module) {
+        return nyx_printable(nyx_decode_name(module->get_name()));
+    }
 
     /// The modules that one uses, those with contents first, each kind in the order of first use.
     static std::vector<USE> get_uses(NYX_MODULE *module) {
@@ -91,8 +94,9 @@ private:
                 ++leaf_kinds;
                 continue;
             }
-            std::string text = console.paint(use.module->is_leaf() ? STYLE::FAINT : STYLE::NAME, get_label(use.module)) +
-                               (use.count > 1 ? console.paint(STYLE::NUMBER, " x " + nyx_group_digits(use.count)) : "");
+            std::string text =
+                console.paint(use.module->is_leaf() ? STYLE::FAINT : STYLE::NAME, get_label(use.module)) +
+                (use.count > 1 ? console.paint(STYLE::NUMBER, " x " + nyx_group_digits(use.count)) : "");
             bool is_open = !use.module->is_leaf() && (m_depth < 0 || level + 1 < m_depth);
             if (is_open && !m_unfold && !m_seen.insert(use.module).second && !use.module->contains_no_instances()) {
                 text += console.paint(STYLE::FAINT, " (see above)");
@@ -101,10 +105,10 @@ private:
             lines.push_back({std::move(text), is_open ? use.module : nullptr});
         }
         if (leaf_kinds > 0)
-            lines.push_back({console.paint(STYLE::FAINT, nyx_group_digits(leaves) + (leaves == 1 ? " leaf of " : " leaves of ") +
-                                                             nyx_group_digits(leaf_kinds) +
-                                                             (leaf_kinds == 1 ? " kind" : " kinds")),
-                             nullptr});
+            lines.push_back(
+                {console.paint(STYLE::FAINT, nyx_group_digits(leaves) + (leaves == 1 ? " leaf of " : " leaves of ") +
+                                                 nyx_group_digits(leaf_kinds) + (leaf_kinds == 1 ? " kind" : " kinds")),
+                 nullptr});
         if (m_depth == 0)
             return;
         for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -149,4 +153,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<NYX_VERB> nyx_make_tree_verb() { return std::make_unique<TREE_VERB>(); }
+std::unique_ptr<NYX_VERB> nyx_make_tree_verb() {
+    return std::make_unique<TREE_VERB>();
+}

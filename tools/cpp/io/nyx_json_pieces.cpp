@@ -22,7 +22,9 @@ constexpr std::array<KIND, 256> s_kinds = [] {
     return kinds;
 }();
 
-bool is_space(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+bool is_space(char c) {
+    return c == ' ' || c == '\n' || c == '\r' || c == '\t';
+}
 
 /// Eight bytes at a time: a pretty printed netlist of 200 MB has 20 million lines.
 std::uint64_t count_lines(const char *begin, const char *end) {
@@ -40,8 +42,10 @@ std::uint64_t count_lines(const char *begin, const char *end) {
 } // namespace
 
 NYX_JSON_PIECES::NYX_JSON_PIECES(NYX_TEXT_INPUT &input, std::size_t padding)
-    : m_input(input), m_padding(padding), m_capacity(s_first_capacity),
-      m_buffer(std::make_unique<char[]>(m_capacity + padding)) {
+    : m_input(input)
+    , m_padding(padding)
+    , m_capacity(s_first_capacity)
+    , m_buffer(std::make_unique<char[]>(m_capacity + padding)) {
     refill();
     if (m_end >= 3 && std::memcmp(m_buffer.get(), "\xef\xbb\xbf", 3) == 0)
         m_next = 3;

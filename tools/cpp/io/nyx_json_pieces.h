@@ -9,8 +9,8 @@
 #include <string>
 #include <string_view>
 
-/// Cuts a JSON text of any length into pieces that a parser can take one by one, holding no more of it than the piece and
-/// the next megabyte. It finds where values end and no more: what is in a piece is for its parser to check.
+/// Cuts a JSON text of any length into pieces that a parser can take one by one, holding no more of it than the piece
+/// and the next megabyte. It finds where values end and no more: what is in a piece is for its parser to check.
 ///
 /// Text that is returned stays until the next call of anything but the queries. What follows it in memory may be read
 /// up to get_padding() bytes, and the bytes just before and behind it may be overwritten until then.

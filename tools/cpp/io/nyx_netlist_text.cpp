@@ -49,7 +49,9 @@ std::string nyx_encode_parameter(std::string_view name) {
     return stored[0] == '@' || stored[0] == '\\' ? '\\' + stored : stored;
 }
 
-std::string nyx_encode_attribute(std::string_view name) { return '@' + nyx_encode_name(name); }
+std::string nyx_encode_attribute(std::string_view name) {
+    return '@' + nyx_encode_name(name);
+}
 
 bool nyx_decode_property(std::string_view property, std::string &name) {
     const bool is_attribute = property[0] == '@';
@@ -139,7 +141,8 @@ NYX_BIT_RUN NYX_BIT_RUN::from_token(std::string_view token) {
         return {KIND::CONSTANTS, std::string(rest)};
     NYX_BIT_RUN run{KIND::OWN};
     if (token.starts_with('-')) {
-        if (const auto [stop, error] = std::from_chars(rest.data(), end, run.count); error == std::errc() && stop == end)
+        if (const auto [stop, error] = std::from_chars(rest.data(), end, run.count);
+            error == std::errc() && stop == end)
             return run;
     } else if (token.starts_with('@')) {
         run.kind = KIND::BUS;

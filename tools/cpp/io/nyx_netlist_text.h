@@ -2,7 +2,8 @@
 #define NYX_NETLIST_TEXT_H
 
 /// \file
-/// How names, values and other marks of a netlist file are kept in a database, so that they come out again as they were.
+/// How names, values and other marks of a netlist file are kept in a database, so that they come out again as they
+/// were.
 
 #include "nyx/nyx.h"
 
@@ -11,8 +12,8 @@
 #include <vector>
 
 /// Names. A database takes a name that ends in an index for a bit of a bus, and leading zeros of the index are lost: to
-/// it "a[03]" is "a[3]". Such texts are stored with a backslash behind them, and so are those that would look like one of
-/// these. All others are stored as they are.
+/// it "a[03]" is "a[3]". Such texts are stored with a backslash behind them, and so are those that would look like one
+/// of these. All others are stored as they are.
 std::string nyx_encode_name(std::string_view name);
 std::string nyx_decode_name(std::string_view stored);
 
@@ -22,8 +23,8 @@ std::string nyx_encode_attribute(std::string_view name);
 /// Whether the property is an attribute; `name` becomes its name in the netlist.
 bool nyx_decode_property(std::string_view property, std::string &name);
 
-/// Values. A vector of 32 bits without x and z is an int, other vectors are bytes: 'b' and the digits. Texts are strings,
-/// whole numbers long long, others double.
+/// Values. A vector of 32 bits without x and z is an int, other vectors are bytes: 'b' and the digits. Texts are
+/// strings, whole numbers long long, others double.
 NYX_PROPERTY_VALUE nyx_encode_bits(std::string_view digits, std::string &buffer);
 /// The digits of a vector of bits, of whatever kind the value is; empty optional for texts and real numbers. `digits`
 /// comes with the most significant bit first.

@@ -53,7 +53,8 @@ NYX_PORT_VIEW::NYX_PORT_VIEW(NYX_MODULE *module) {
 }
 
 NYX_NETLIST_VIEW::NYX_NETLIST_VIEW(NYX_MODULE *module)
-    : m_module(module), m_traits(NYX_NETLIST_TRAITS::find(module->get_db())) {
+    : m_module(module)
+    , m_traits(NYX_NETLIST_TRAITS::find(module->get_db())) {
     number_nets();
     NYX_PORT_VIEW ports(module);
     m_ports = ports.get_ports();
@@ -156,8 +157,8 @@ void NYX_NETLIST_VIEW::follow(const NYX_BIT_RUN &run, std::vector<NYX_YOSYS_BIT>
     }
     index_names();
     const auto warn = [&] {
-        m_warnings.push_back("module \"" + m_module->get_name() + "\": \"" + own.name + "\" is a name of \"" + run.name +
-                             "\", which is no more");
+        m_warnings.push_back("module \"" + m_module->get_name() + "\": \"" + own.name + "\" is a name of \"" +
+                             run.name + "\", which is no more");
     };
     if (run.kind == NYX_BIT_RUN::KIND::NET) {
         const auto net = m_nets_by_name.find(run.name);

@@ -66,9 +66,7 @@ public:
     /// How many numbers are nets: 2 and those behind it.
     std::uint32_t get_num_nets() const { return m_num_nets; }
     /// s_nyx_unconnected for null.
-    NYX_YOSYS_BIT get_bit(const NYX_NET *net) const {
-        return net ? m_bits.find(net)->second : s_nyx_unconnected;
-    }
+    NYX_YOSYS_BIT get_bit(const NYX_NET *net) const { return net ? m_bits.find(net)->second : s_nyx_unconnected; }
 
     /// Names that a bus told and nobody has any more: their bits are unconnected now.
     const std::vector<std::string> &get_warnings() const { return m_warnings; }
@@ -143,8 +141,8 @@ struct NYX_VIEW_VALUE {
 template <class T>
 std::vector<NYX_VIEW_VALUE> nyx_view_values(const T *object, bool attributes, const NYX_NETLIST_TRAITS &traits);
 
-/// The modules that a netlist of `db` consists of: its own, and those that they use in other databases; all in the order
-/// of their creation.
+/// The modules that a netlist of `db` consists of: its own, and those that they use in other databases; all in the
+/// order of their creation.
 std::vector<NYX_MODULE *> nyx_find_netlist_modules(NYX_DB *db);
 
 #endif

@@ -45,7 +45,8 @@ struct NYX_TEXT_INPUT::ZSTD {
 };
 
 NYX_TEXT_INPUT::NYX_TEXT_INPUT(const std::string &path)
-    : m_name(path == "-" ? "standard input" : path), m_packed(std::make_unique<char[]>(s_packed_size)) {
+    : m_name(path == "-" ? "standard input" : path)
+    , m_packed(std::make_unique<char[]>(s_packed_size)) {
     m_file = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (m_file < 0)
         fail(std::string("can't be opened: ") + std::strerror(errno));
@@ -76,9 +77,13 @@ NYX_TEXT_INPUT::NYX_TEXT_INPUT(const std::string &path)
     }
 }
 
-NYX_TEXT_INPUT::~NYX_TEXT_INPUT() { close(m_file); }
+NYX_TEXT_INPUT::~NYX_TEXT_INPUT() {
+    close(m_file);
+}
 
-void NYX_TEXT_INPUT::fail(const std::string &text) const { throw NYX_IO_ERROR(nyx_printable(m_name) + ": " + text); }
+void NYX_TEXT_INPUT::fail(const std::string &text) const {
+    throw NYX_IO_ERROR(nyx_printable(m_name) + ": " + text);
+}
 
 bool NYX_TEXT_INPUT::fill() {
     while (m_begin == m_end) {

@@ -13,8 +13,8 @@ public:
     explicit NYX_TEXT_INPUT(const std::string &path);
     ~NYX_TEXT_INPUT();
 
-    /// Fills up to `size` bytes at `to` and returns how many; fewer than `size` only at the end, where it stays 0. Throws
-    /// NYX_IO_ERROR if the source can't be read, is damaged, or ends too early.
+    /// Fills up to `size` bytes at `to` and returns how many; fewer than `size` only at the end, where it stays 0.
+    /// Throws NYX_IO_ERROR if the source can't be read, is damaged, or ends too early.
     std::size_t read(char *to, std::size_t size);
 
     /// The path, or "standard input".

@@ -83,7 +83,8 @@ void NYX_TEXT_OUTPUT::write_out(bool last) {
         ZSTD_inBuffer in{m_buffer.data(), m_buffer.size(), 0};
         for (;;) {
             ZSTD_outBuffer out{m_packer->packed.data(), m_packer->packed.size(), 0};
-            const std::size_t left = ZSTD_compressStream2(m_packer->zstd, &out, &in, last ? ZSTD_e_end : ZSTD_e_continue);
+            const std::size_t left =
+                ZSTD_compressStream2(m_packer->zstd, &out, &in, last ? ZSTD_e_end : ZSTD_e_continue);
             if (ZSTD_isError(left))
                 throw NYX_IO_ERROR(nyx_printable(m_name) + ": can't be packed: " + ZSTD_getErrorName(left));
             write_raw(m_packer->packed.data(), out.pos);

@@ -11,29 +11,178 @@ namespace {
 
 const std::unordered_set<std::string_view> &get_keywords() {
     // Verilog-2005, and the words of SystemVerilog that tools take for keywords in a plain Verilog file too.
-    static const std::unordered_set<std::string_view> s_keywords = {
-        "always", "and", "assign", "automatic", "begin", "bit", "buf", "bufif0", "bufif1", "byte", "case", "casex", "casez",
-        "cell", "checker", "class", "cmos", "config", "const", "cover", "deassign", "default", "defparam", "design",
-        "disable", "do", "edge", "else", "end", "endcase", "endconfig", "endfunction", "endgenerate", "endmodule",
-        "endprimitive", "endspecify", "endtable", "endtask", "enum", "event", "final", "for", "force", "forever", "fork",
-        "function", "generate", "genvar", "highz0", "highz1", "if", "ifnone", "import", "incdir", "include", "initial",
-        "inout", "input", "instance", "int", "integer", "interface", "join", "large", "liblist", "library", "localparam",
-        "logic", "longint", "macromodule", "medium", "module", "nand", "negedge", "nmos", "nor", "noshowcancelled", "not",
-        "notif0", "notif1", "or", "output", "package", "packed", "parameter", "pmos", "posedge", "primitive", "priority",
-        "program", "property", "pull0", "pull1", "pulldown", "pullup", "pulsestyle_ondetect", "pulsestyle_onevent", "rcmos",
-        "real", "realtime", "ref", "reg", "release", "repeat", "return", "rnmos", "rpmos", "rtran", "rtranif0", "rtranif1",
-        "scalared", "sequence", "shortint", "showcancelled", "signed", "small", "specify", "specparam", "static", "string",
-        "strong0", "strong1", "struct", "supply0", "supply1", "table", "task", "time", "tran", "tranif0", "tranif1", "tri",
-        "tri0", "tri1", "triand", "trior", "trireg", "typedef", "union", "unique", "unsigned", "use", "uwire", "var",
-        "vectored", "void", "wait", "wand", "weak0", "weak1", "while", "wire", "wor", "xnor", "xor", "assert", "assume",
-        "restrict", "rand", "eventually", "always_comb", "always_ff", "always_latch"};
+    static const std::unordered_set<std::string_view> s_keywords = {"always",
+                                                                    "and",
+                                                                    "assign",
+                                                                    "automatic",
+                                                                    "begin",
+                                                                    "bit",
+                                                                    "buf",
+                                                                    "bufif0",
+                                                                    "bufif1",
+                                                                    "byte",
+                                                                    "case",
+                                                                    "casex",
+                                                                    "casez",
+                                                                    "cell",
+                                                                    "checker",
+                                                                    "class",
+                                                                    "cmos",
+                                                                    "config",
+                                                                    "const",
+                                                                    "cover",
+                                                                    "deassign",
+                                                                    "default",
+                                                                    "defparam",
+                                                                    "design",
+                                                                    "disable",
+                                                                    "do",
+                                                                    "edge",
+                                                                    "else",
+                                                                    "end",
+                                                                    "endcase",
+                                                                    "endconfig",
+                                                                    "endfunction",
+                                                                    "endgenerate",
+                                                                    "endmodule",
+                                                                    "endprimitive",
+                                                                    "endspecify",
+                                                                    "endtable",
+                                                                    "endtask",
+                                                                    "enum",
+                                                                    "event",
+                                                                    "final",
+                                                                    "for",
+                                                                    "force",
+                                                                    "forever",
+                                                                    "fork",
+                                                                    "function",
+                                                                    "generate",
+                                                                    "genvar",
+                                                                    "highz0",
+                                                                    "highz1",
+                                                                    "if",
+                                                                    "ifnone",
+                                                                    "import",
+                                                                    "incdir",
+                                                                    "include",
+                                                                    "initial",
+                                                                    "inout",
+                                                                    "input",
+                                                                    "instance",
+                                                                    "int",
+                                                                    "integer",
+                                                                    "interface",
+                                                                    "join",
+                                                                    "large",
+                                                                    "liblist",
+                                                                    "library",
+                                                                    "localparam",
+                                                                    "logic",
+                                                                    "longint",
+                                                                    "macromodule",
+                                                                    "medium",
+                                                                    "module",
+                                                                    "nand",
+                                                                    "negedge",
+                                                                    "nmos",
+                                                                    "nor",
+                                                                    "noshowcancelled",
+                                                                    "not",
+                                                                    "notif0",
+                                                                    "notif1",
+                                                                    "or",
+                                                                    "output",
+                                                                    "package",
+                                                                    "packed",
+                                                                    "parameter",
+                                                                    "pmos",
+                                                                    "posedge",
+                                                                    "primitive",
+                                                                    "priority",
+                                                                    "program",
+                                                                    "property",
+                                                                    "pull0",
+                                                                    "pull1",
+                                                                    "pulldown",
+                                                                    "pullup",
+                                                                    "pulsestyle_ondetect",
+                                                                    "pulsestyle_onevent",
+                                                                    "rcmos",
+                                                                    "real",
+                                                                    "realtime",
+                                                                    "ref",
+                                                                    "reg",
+                                                                    "release",
+                                                                    "repeat",
+                                                                    "return",
+                                                                    "rnmos",
+                                                                    "rpmos",
+                                                                    "rtran",
+                                                                    "rtranif0",
+                                                                    "rtranif1",
+                                                                    "scalared",
+                                                                    "sequence",
+                                                                    "shortint",
+                                                                    "showcancelled",
+                                                                    "signed",
+                                                                    "small",
+                                                                    "specify",
+                                                                    "specparam",
+                                                                    "static",
+                                                                    "string",
+                                                                    "strong0",
+                                                                    "strong1",
+                                                                    "struct",
+                                                                    "supply0",
+                                                                    "supply1",
+                                                                    "table",
+                                                                    "task",
+                                                                    "time",
+                                                                    "tran",
+                                                                    "tranif0",
+                                                                    "tranif1",
+                                                                    "tri",
+                                                                    "tri0",
+                                                                    "tri1",
+                                                                    "triand",
+                                                                    "trior",
+                                                                    "trireg",
+                                                                    "typedef",
+                                                                    "union",
+                                                                    "unique",
+                                                                    "unsigned",
+                                                                    "use",
+                                                                    "uwire",
+                                                                    "var",
+                                                                    "vectored",
+                                                                    "void",
+                                                                    "wait",
+                                                                    "wand",
+                                                                    "weak0",
+                                                                    "weak1",
+                                                                    "while",
+                                                                    "wire",
+                                                                    "wor",
+                                                                    "xnor",
+                                                                    "xor",
+                                                                    "assert",
+                                                                    "assume",
+                                                                    "restrict",
+                                                                    "rand",
+                                                                    "eventually",
+                                                                    "always_comb",
+                                                                    "always_ff",
+                                                                    "always_latch"};
     return s_keywords;
 }
 
 class WRITER {
 public:
     WRITER(NYX_DB *db, NYX_TEXT_OUTPUT &output, const NYX_PROGRESS &progress)
-        : m_db(db), m_out(output), m_progress(progress) {}
+        : m_db(db)
+        , m_out(output)
+        , m_progress(progress) {}
 
     std::vector<std::string> write();
 
@@ -139,7 +288,8 @@ std::string WRITER::get_select(const NYX_VIEW_VECTOR &vector, std::uint32_t high
     if (vector.is_scalar || (low == 0 && high + 1 == vector.bits.size()))
         return text;
     const auto get_index = [&vector](std::uint32_t bit) {
-        return std::to_string(vector.upto ? static_cast<long long>(vector.offset) + static_cast<long long>(vector.bits.size()) - 1 - bit
+        return std::to_string(vector.upto ? static_cast<long long>(vector.offset) +
+                                                static_cast<long long>(vector.bits.size()) - 1 - bit
                                           : static_cast<long long>(vector.offset) + bit);
     };
     return text + (high == low ? "[" + get_index(high) + "]" : "[" + get_index(high) + ":" + get_index(low) + "]");
@@ -204,8 +354,8 @@ void WRITER::place_bits() {
     m_names.clear();
     for (const NYX_VIEW_NAME &name : m_view->get_names())
         m_names.emplace(name.name, &name);
-    // What drives a bit stands for it: first inputs, then outputs, which may be read as well, then nets, where the names
-    // that have nets of their own come before the further ones.
+    // What drives a bit stands for it: first inputs, then outputs, which may be read as well, then nets, where the
+    // names that have nets of their own come before the further ones.
     for (const bool inputs : {true, false})
         for (const NYX_VIEW_PORT &port : m_view->get_ports())
             if ((port.direction != NYX_YOSYS_DIRECTION::OUTPUT) == inputs)
@@ -242,7 +392,8 @@ void WRITER::write_header(NYX_MODULE *module) {
             write_attributes(name->net ? nyx_view_values(name->net, true, traits)
                                        : nyx_view_values(name->net_bus, true, traits),
                              "    ");
-        m_out << "    " << nyx_name_of(port.direction) << " wire " << (port.is_signed ? "signed " : "") << get_range(port) << get_identifier(port.name);
+        m_out << "    " << nyx_name_of(port.direction) << " wire " << (port.is_signed ? "signed " : "")
+              << get_range(port) << get_identifier(port.name);
     }
     m_out << "\n);\n";
 }
@@ -257,7 +408,8 @@ void WRITER::write_wires() {
         write_attributes(name.net ? nyx_view_values(name.net, true, m_view->get_traits())
                                   : nyx_view_values(name.net_bus, true, m_view->get_traits()),
                          "    ");
-        m_out << "    wire " << (name.is_signed ? "signed " : "") << get_range(name) << get_identifier(name.name) << ";\n";
+        m_out << "    wire " << (name.is_signed ? "signed " : "") << get_range(name) << get_identifier(name.name)
+              << ";\n";
     }
 }
 

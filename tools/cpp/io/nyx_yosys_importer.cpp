@@ -29,7 +29,11 @@ class IMPORTER {
 public:
     IMPORTER(const NYX_YOSYS_NETLIST &netlist, const NYX_YOSYS_PLAN &plan, NYX_DB *design, NYX_DB *library,
              const NYX_PROGRESS &progress)
-        : m_netlist(netlist), m_plan(plan), m_design(design), m_library(library), m_progress(progress) {
+        : m_netlist(netlist)
+        , m_plan(plan)
+        , m_design(design)
+        , m_library(library)
+        , m_progress(progress) {
         m_traits[0] = NYX_NETLIST_TRAITS::create(design);
         if (library)
             m_traits[1] = NYX_NETLIST_TRAITS::create(library);
@@ -113,7 +117,8 @@ void IMPORTER::set_values(T *object, NYX_YOSYS_RANGE range, bool are_attributes)
     for (std::uint32_t i = range.begin; i < range.begin + range.count; ++i) {
         const NYX_YOSYS_VALUE &value = m_from->values[i];
         const std::string_view name = get(value.name);
-        const std::string_view text = value.kind == NYX_YOSYS_VALUE::KIND::INTEGER ? std::string_view() : get(value.text);
+        const std::string_view text =
+            value.kind == NYX_YOSYS_VALUE::KIND::INTEGER ? std::string_view() : get(value.text);
         if (are_attributes && name == "src" && value.kind == NYX_YOSYS_VALUE::KIND::STRING && set_source(object, text))
             continue;
         const std::string property = are_attributes ? nyx_encode_attribute(name) : nyx_encode_parameter(name);
@@ -161,8 +166,8 @@ void IMPORTER::make_module(const BASE &base) {
     std::uint32_t num_ports = 0;
     for (const BASE::PORT &port : base.ports)
         num_ports += std::max(1u, port.width);
-    NYX_MODULE *const module =
-        NYX_MODULE::allocate(db, name, num_ports, base.is_black_box ? NYX_MODULE::TYPE::ATOM : NYX_MODULE::TYPE::HIERARCHY);
+    NYX_MODULE *const module = NYX_MODULE::allocate(
+        db, name, num_ports, base.is_black_box ? NYX_MODULE::TYPE::ATOM : NYX_MODULE::TYPE::HIERARCHY);
     if (base.is_black_box)
         module->set_atom_type(get_name(base.type));
     if (!base.module)

@@ -20,8 +20,8 @@
 ///   power net.
 /// - Parameters and attributes become properties, "src" the source location: see nyx_netlist_text.h.
 ///
-/// Tells the progress in cells. Nothing in the netlist can fail by now; boost::interprocess::bad_alloc when a database is
-/// full. Returns warnings, a line each.
+/// Tells the progress in cells. Nothing in the netlist can fail by now; boost::interprocess::bad_alloc when a database
+/// is full. Returns warnings, a line each.
 std::vector<std::string> nyx_import_yosys(const NYX_YOSYS_NETLIST &netlist, const NYX_YOSYS_PLAN &plan, NYX_DB *design,
                                           NYX_DB *library, const NYX_PROGRESS &progress = nullptr);
 

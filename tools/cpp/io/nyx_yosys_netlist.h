@@ -2,8 +2,8 @@
 #define NYX_YOSYS_NETLIST_H
 
 /// \file
-/// A netlist as a Yosys JSON file tells it, in compact form: about a tenth of the text. Strings are numbers of the pool,
-/// and what belongs to one cell or name is a range of its module's vectors.
+/// A netlist as a Yosys JSON file tells it, in compact form: about a tenth of the text. Strings are numbers of the
+/// pool, and what belongs to one cell or name is a range of its module's vectors.
 
 #include "io/nyx_string_pool.h"
 
@@ -15,7 +15,9 @@
 /// One bit of a port, a connection or a name: a number that stands for a signal of its module, or a constant.
 enum class NYX_YOSYS_BIT : std::uint32_t { ZERO = ~3u, ONE, X, Z };
 
-inline bool nyx_is_constant(NYX_YOSYS_BIT bit) { return bit >= NYX_YOSYS_BIT::ZERO; }
+inline bool nyx_is_constant(NYX_YOSYS_BIT bit) {
+    return bit >= NYX_YOSYS_BIT::ZERO;
+}
 /// The digit of a constant.
 inline char nyx_digit_of(NYX_YOSYS_BIT bit) {
     return "01xz"[std::uint32_t(bit) - std::uint32_t(NYX_YOSYS_BIT::ZERO)];

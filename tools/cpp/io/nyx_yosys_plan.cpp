@@ -18,7 +18,8 @@ std::uint32_t NYX_YOSYS_PLAN::BASE::find_port(std::uint32_t name) const {
 }
 
 NYX_YOSYS_PLAN::NYX_YOSYS_PLAN(const NYX_YOSYS_NETLIST &netlist, const std::string &file, const std::string &top)
-    : m_netlist(netlist), m_file(file) {
+    : m_netlist(netlist)
+    , m_file(file) {
     add_modules();
     resolve_cells();
     find_recursion();
@@ -68,8 +69,8 @@ void NYX_YOSYS_PLAN::resolve_cells() {
             if (m_uses.contains(key))
                 continue;
             const auto found = m_by_name.find(cell.type);
-            m_uses.emplace(key, found != m_by_name.end() ? use_defined(module, cell, found->second)
-                                                         : use_undefined(cell));
+            m_uses.emplace(key,
+                           found != m_by_name.end() ? use_defined(module, cell, found->second) : use_undefined(cell));
         }
 }
 
@@ -90,8 +91,8 @@ NYX_YOSYS_PLAN::USE NYX_YOSYS_PLAN::use_defined(const NYX_YOSYS_MODULE &module, 
                             " bits, but module " + quote(cell.type) + " gives it " + std::to_string(defined.width) +
                             "; run Yosys' hierarchy -check");
         if (port.direction != NYX_YOSYS_DIRECTION::UNKNOWN && port.direction != defined.direction)
-            fail(place, "port " + quote(port.name) + " is told to be " + nyx_name_of(port.direction) +
-                            ", but module " + quote(cell.type) + " makes it " + nyx_name_of(defined.direction));
+            fail(place, "port " + quote(port.name) + " is told to be " + nyx_name_of(port.direction) + ", but module " +
+                            quote(cell.type) + " makes it " + nyx_name_of(defined.direction));
         use.ports.push_back(index);
     }
     return use;

@@ -9,8 +9,8 @@
 #include <vector>
 
 /// What an import needs to know of a netlist as a whole before it makes anything: which module each cell uses, which
-/// modules have to be made up for cell types that the file does not define, and which module is the top. Making it finds
-/// all that can be wrong with a netlist that could be read.
+/// modules have to be made up for cell types that the file does not define, and which module is the top. Making it
+/// finds all that can be wrong with a netlist that could be read.
 class NYX_YOSYS_PLAN {
 public:
     /// A module that will be made: one of the file, or one for an undefined cell type.

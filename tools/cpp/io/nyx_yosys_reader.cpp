@@ -20,8 +20,10 @@ constexpr std::size_t s_piece_size = 128 << 10;
 class READER {
 public:
     READER(NYX_TEXT_INPUT &input, const NYX_PROGRESS &progress)
-        : m_input(input), m_progress(progress), m_pieces(input, simdjson::SIMDJSON_PADDING),
-          m_netlist(std::make_unique<NYX_YOSYS_NETLIST>()) {}
+        : m_input(input)
+        , m_progress(progress)
+        , m_pieces(input, simdjson::SIMDJSON_PADDING)
+        , m_netlist(std::make_unique<NYX_YOSYS_NETLIST>()) {}
 
     std::unique_ptr<NYX_YOSYS_NETLIST> read();
 

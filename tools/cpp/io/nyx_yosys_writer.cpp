@@ -11,7 +11,9 @@ namespace {
 class WRITER {
 public:
     WRITER(NYX_DB *db, NYX_TEXT_OUTPUT &output, const NYX_PROGRESS &progress)
-        : m_db(db), m_out(output), m_progress(progress) {}
+        : m_db(db)
+        , m_out(output)
+        , m_progress(progress) {}
 
     std::vector<std::string> write();
 
@@ -190,7 +192,8 @@ void WRITER::write_module(NYX_MODULE *module) {
     m_out << ": {\n";
     std::vector<NYX_VIEW_VALUE> attributes = nyx_view_values(module, true, view.get_traits());
     const auto mark = [&attributes](const char *name) {
-        if (std::none_of(attributes.begin(), attributes.end(), [name](const auto &value) { return value.name == name; }))
+        if (std::none_of(attributes.begin(), attributes.end(),
+                         [name](const auto &value) { return value.name == name; }))
             attributes.push_back({NYX_VIEW_VALUE::KIND::BITS, name, std::string(31, '0') + '1'});
     };
     if (module->is_leaf())
@@ -213,7 +216,8 @@ void WRITER::write_module(NYX_MODULE *module) {
         const NYX_APP_DATA memories = module->get_value(view.get_traits().m_module_memories);
         if (memories.get_size() > 0)
             m_out << "      \"memories\": "
-                  << std::string_view(reinterpret_cast<const char *>(memories.get_data()), memories.get_size()) << ",\n";
+                  << std::string_view(reinterpret_cast<const char *>(memories.get_data()), memories.get_size())
+                  << ",\n";
     }
     write_cells(module, view);
     write_names(view);

@@ -37,15 +37,16 @@ public:
     /// Creates an unplaced instance of `module` at the end of `parent`'s instances, with its inst ports, all
     /// unconnected, and tells the observers: of each inst port first, then of the instance. With `make_unique` the
     /// instance gets the next number of its name, which get_name() shows behind the name; otherwise names may repeat.
-    /// `params` are for modules of definition libraries; null for none. A module of another database makes that
-    /// database one that this one uses. O(length of the name + ports).
+    /// `params` are for modules of definition libraries, which are refused so far; null or empty for none. A module of
+    /// another database makes that database one that this one uses. O(length of the name + ports).
     ///
     /// Throws NYX_INVALID_ARGUMENT: "Cannot allocate instance NAME in null parent module"; "Cannot allocate instance
     /// NAME in PARENT using null module"; "Cannot create an instance inside working library DB" and "Cannot create an
     /// instance inside definition library DB"; "Cannot specify parameters for non-definition module MODULE". Throws
-    /// what is told at NYX_INST_HEADER for modules that can't be referred to. boost::interprocess::bad_alloc when the
-    /// segment is full. Nothing is made in any of these cases. Ends the run for an empty name, a module inside itself,
-    /// and modules of or for a device in another database.
+    /// NYX_RUNTIME_ERROR "Cannot use module MODULE: instances of modules in definition libraries are not supported",
+    /// and what is told at NYX_INST_HEADER for modules that can't be referred to. boost::interprocess::bad_alloc when
+    /// the segment is full. Nothing is made in any of these cases. Ends the run for an empty name, a module inside
+    /// itself, and modules of or for a device in another database.
     static NYX_INSTANCE *allocate(NYX_MODULE *parent, const std::string &name, NYX_MODULE *module,
                                   bool make_unique = false, const NYX_PARAM_VALUES *params = nullptr);
     /// The same, placed at `transform`, without number and parameters. The observers are told before it is placed.
@@ -111,11 +112,10 @@ public:
     /// In the order of the base module's ports. Places of deleted ports are walked too: there is_valid() is false.
     boost::iterator_range<NYX_INSTANCE_INST_PORT_ITER> iter_inst_ports();
     boost::iterator_range<NYX_INSTANCE_INST_PORT_CONST_ITER> const_iter_inst_ports() const;
-    /// \}
-
-    /// What an interface of the base module is on this instance. Throws what NYX_INTERFACE_INSTANCE throws for an
-    /// interface that is null or another module's.
+    /// An interface of the base module as this instance has it; fails as the constructor of NYX_INTERFACE_INSTANCE
+    /// does.
     NYX_INTERFACE_INSTANCE get_interface_instance(const NYX_INTERFACE *interface) const;
+    /// \}
 
     /// \name Placement
     /// \{

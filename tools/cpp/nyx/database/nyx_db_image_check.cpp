@@ -93,7 +93,7 @@ private:
         const char *const index = m_reader.base() + s_named_index_offset;
         const char *const head = index + 8;
         const char *const unique = m_reader.base() + s_unique_index_offset;
-        if (READER::word(index) != 0 || READER::word(unique) != 0 || READER::target(unique + 8) != 0 ||
+        if (READER::word(index) != 1 || READER::word(unique) != 0 || READER::target(unique + 8) != 0 ||
             READER::target(unique + 16) != reinterpret_cast<std::uintptr_t>(unique + 8) ||
             READER::target(unique + 24) != reinterpret_cast<std::uintptr_t>(unique + 8))
             READER::fail("an index of objects is damaged");
@@ -161,14 +161,14 @@ private:
             return;
         }
         const char *const bucket_array = m_reader.claim(first_bucket, (buckets + 1) * 8, what);
-        // One bucket more than there are is the start of the list of all nodes. The others lead to the node in front of
-        // their first one, where the start counts as the link of a node.
-        const char *const list = bucket_array + buckets * 8;
-        std::uintptr_t before = reinterpret_cast<std::uintptr_t>(list) - next_link;
+        // One bucket more than there are leads to a node without an element, behind which the list of all nodes begins.
+        // The others lead to the node in front of their first one.
+        const char *const start = m_reader.claim(READER::target(bucket_array + buckets * 8), next_link + 16, what);
+        std::uintptr_t before = reinterpret_cast<std::uintptr_t>(start);
         std::uint64_t found = 0;
         std::uint64_t num_groups = 0;
         std::uint64_t previous_bucket = ~std::uint64_t(0);
-        for (std::uintptr_t node = READER::target(list); node != 0; ++found) {
+        for (std::uintptr_t node = READER::target(start + next_link); node != 0; ++found) {
             if (found == count)
                 READER::fail("%s has more than its %llu elements", what, ull(count));
             const char *const raw = m_reader.claim(node, next_link + 16, what);

@@ -33,7 +33,7 @@ public:
         m_is.seekg(0, std::ios_base::end);
         const std::streampos end = m_is.tellg();
         m_is.seekg(here);
-        if (m_is.fail())
+        if (m_is.fail() || here == std::streampos(-1) || end == std::streampos(-1))
             fail();
         return static_cast<std::uint64_t>(end - here);
     }
@@ -52,7 +52,7 @@ private:
 
 class WRITER {
 public:
-    WRITER(std::ostream &os, const std::string &path) : m_os(os), m_path(path), m_start(os.tellp()) {}
+    WRITER(std::ostream &os, const std::string &path) : m_os(os), m_path(path), m_start(nyx_tell(os)) {}
 
     template <class T>
     void write(const T &value) {
@@ -73,6 +73,13 @@ private:
 };
 
 } // namespace
+
+std::streampos nyx_tell(std::ostream &os) {
+    const std::streampos position = os.tellp();
+    if (position == std::streampos(-1))
+        os.setstate(std::ios_base::failbit);
+    return position;
+}
 
 void nyx_check_written(std::ostream &os, std::streampos start, const std::string &path) {
     if (!os.fail())
@@ -129,16 +136,17 @@ NYX_POSTAMBLE_POS nyx_write_file_header(std::ostream &os, const NYX_DB_FILE_STAT
     writer.write(header.chunk_size);
     const std::uint64_t unknown[3] = {s_unknown_size, s_unknown_size, s_unknown_size};
     NYX_POSTAMBLE_POS postamble_pos;
-    postamble_pos.begin = os.tellp();
+    postamble_pos.begin = nyx_tell(os);
     writer.write(unknown);
-    postamble_pos.end = os.tellp();
+    postamble_pos.end = nyx_tell(os);
     writer.check();
     return postamble_pos;
 }
 
 void nyx_write_file_postamble(std::ostream &os, const NYX_POSTAMBLE_POS &postamble_pos, const NYX_DB_FILE_STATS &header,
                               const std::string &path) {
-    const std::streampos original_pos = os.tellp();
+    const std::streampos original_pos = nyx_tell(os);
+    nyx_check_written(os, original_pos, path);
     NYX_CHECK_MSG(original_pos >= postamble_pos.end, "Incorrect stream seek position!");
     os.flush();
     os.seekp(postamble_pos.begin);

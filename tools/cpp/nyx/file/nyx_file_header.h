@@ -57,6 +57,9 @@ NYX_POSTAMBLE_POS nyx_write_file_header(std::ostream &os, const NYX_DB_FILE_STAT
 void nyx_write_file_postamble(std::ostream &os, const NYX_POSTAMBLE_POS &postamble_pos, const NYX_DB_FILE_STATS &header,
                               const std::string &path);
 
+/// The position of `os`. A stream that can't tell it is set to failed, which tellp() alone leaves out.
+std::streampos nyx_tell(std::ostream &os);
+
 /// Raises NYX_FILE_IO_EXCEPTION, operation WRITE, when failbit or badbit is set, with the stream back at `start`.
 void nyx_check_written(std::ostream &os, std::streampos start, const std::string &path);
 

@@ -40,16 +40,18 @@ void NYX_FILE_BUFFER::make_buffer(bool writing) {
 }
 
 bool NYX_FILE_BUFFER::write_all(const char *data, std::size_t size) {
-    while (size != 0) {
+    while (size != 0 && !m_failed) {
         const ssize_t written = NYX_FILE_SYSTEM::get().write(m_fd, data, size);
         if (written < 0 && errno == EINTR)
             continue;
-        if (written <= 0)
-            return false;
+        if (written <= 0) {
+            m_failed = true;
+            break;
+        }
         data += written;
         size -= static_cast<std::size_t>(written);
     }
-    return true;
+    return !m_failed;
 }
 
 std::streamsize NYX_FILE_BUFFER::read_some(char *data, std::size_t size) {
@@ -65,7 +67,7 @@ std::streamsize NYX_FILE_BUFFER::read_some(char *data, std::size_t size) {
 
 bool NYX_FILE_BUFFER::flush() {
     if (!m_writing || pbase() == pptr())
-        return true;
+        return !m_failed;
     const bool written = write_all(pbase(), static_cast<std::size_t>(pptr() - pbase()));
     setp(m_buffer.get(), m_buffer.get() + s_buffer_size);
     return written;

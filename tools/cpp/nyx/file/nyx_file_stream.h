@@ -47,6 +47,7 @@ private:
 
     int m_fd = -1;
     bool m_writing = false;
+    bool m_failed = false; ///< a write has failed, and what came behind it is lost
     std::unique_ptr<char[]> m_buffer;
 };
 

@@ -14,16 +14,18 @@ namespace {
 
 using NYX::MEM_ALGO::segment_algorithm;
 
-std::uint64_t bytes_left(std::istream &is) {
+[[noreturn]] void raise_read(const std::string &path) {
+    throw NYX_FILE_IO_EXCEPTION(path, std::io_errc::stream, NYX_FILE_IO_EXCEPTION::READ);
+}
+
+std::uint64_t bytes_left(std::istream &is, const std::string &path) {
     const std::streampos here = is.tellg();
     is.seekg(0, std::ios_base::end);
     const std::streampos end = is.tellg();
     is.seekg(here);
+    if (is.fail() || here == std::streampos(-1) || end == std::streampos(-1))
+        raise_read(path);
     return static_cast<std::uint64_t>(end - here);
-}
-
-[[noreturn]] void raise_read(const std::string &path) {
-    throw NYX_FILE_IO_EXCEPTION(path, std::io_errc::stream, NYX_FILE_IO_EXCEPTION::READ);
 }
 
 // Decodes all of `out`. The chunk of a small image is bounded by the image, whatever the header says, and so is the
@@ -91,7 +93,7 @@ void NYX_MANAGED_SERIALISED_FILE::read(std::istream &is, const std::string &path
                                        std::size_t size) {
     auto segment = std::make_unique<NYX_SEGMENT>(NYX_SEGMENT::FOR_IMAGE{}, size, header.data_size);
     // Header against file, before the file is believed.
-    const std::uint64_t left = bytes_left(is);
+    const std::uint64_t left = bytes_left(is, path);
     const gsl::span<char> image(segment->data(), header.data_size);
     switch (static_cast<NYX_COMPRESSION>(header.compression_algorithm)) {
     case NYX_COMPRESSION::NONE:

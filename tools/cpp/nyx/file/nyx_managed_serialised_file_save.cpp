@@ -19,11 +19,8 @@ using NYX::MEM_ALGO::segment_algorithm;
 class SHRUNK {
 public:
     explicit SHRUNK(NYX_SEGMENT &segment, bool read_only) : m_segment(segment), m_read_only(read_only) {
-        if (m_read_only)
-            return;
-        m_segment.algorithm().shrink_to_fit();
-        // The tree in one shape for one set of free blocks, so that saving twice gives one image.
-        m_segment.algorithm().rebuild_free_tree();
+        if (!m_read_only)
+            m_segment.algorithm().shrink_to_fit();
     }
     ~SHRUNK() {
         if (!m_read_only)
@@ -67,7 +64,7 @@ void NYX_MANAGED_SERIALISED_FILE::commit_impl(const std::string &path, NYX_COMPR
 
 void NYX_MANAGED_SERIALISED_FILE::write(std::ostream &os, const std::string &path, NYX_COMPRESSION algorithm, int level,
                                         unsigned chunk_size, const NYX_FILE_OPTIONS &options) {
-    const std::streampos start = os.tellp();
+    const std::streampos start = nyx_tell(os);
     nyx_check_written(os, start, path);
     NYX_DB_FILE_STATS header;
     header.version = s_nyx_file_version;
@@ -79,6 +76,9 @@ void NYX_MANAGED_SERIALISED_FILE::write(std::ostream &os, const std::string &pat
     const NYX_POSTAMBLE_POS postamble_pos = nyx_write_file_header(os, header, path);
     {
         const SHRUNK shrunk(*m_segment, m_read_only);
+        // The tree in one shape for one set of free blocks, so that saving twice gives one image.
+        if (!m_read_only)
+            m_segment->algorithm().rebuild_free_tree();
         const READABLE readable(m_segment->algorithm());
         const std::size_t new_size = m_segment->algorithm().get_size();
         const char *const m_data = m_segment->data();
@@ -106,7 +106,8 @@ void NYX_MANAGED_SERIALISED_FILE::write(std::ostream &os, const std::string &pat
         header.default_size = get_default_size();
         if (options.size_rule)
             header.default_size = options.size_rule(new_size, get_default_size());
-        header.payload_size = static_cast<std::uint64_t>(os.tellp() - postamble_pos.end);
+        header.payload_size = static_cast<std::uint64_t>(nyx_tell(os) - postamble_pos.end);
+        nyx_check_written(os, start, path);
         nyx_write_file_postamble(os, postamble_pos, header, path);
     }
     os.flush();
@@ -132,7 +133,7 @@ void NYX_MANAGED_SERIALISED_FILE::rewrite(const std::string &path, const NYX_FIL
         header.tag = *options.tag;
 
     nyx_safe_save(path, options.durable, [&](std::ostream &os) {
-        const std::streampos start = os.tellp();
+        const std::streampos start = nyx_tell(os);
         const NYX_POSTAMBLE_POS postamble_pos = nyx_write_file_header(os, header, path);
         nyx_write_file_postamble(os, postamble_pos, header, path);
         const auto piece = std::make_unique_for_overwrite<char[]>(std::min(header.payload_size, s_piece));

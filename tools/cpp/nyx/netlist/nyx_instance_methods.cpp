@@ -12,7 +12,6 @@
 #include "netlist/nyx_object_values.h"
 #include "nyx/nyx_bus.h"
 #include "nyx/nyx_inst_port.h"
-#include "nyx/nyx_interface_instance.h"
 #include "nyx/nyx_module.h"
 #include "nyx/nyx_param_values.h"
 #include "nyx/nyx_port.h"

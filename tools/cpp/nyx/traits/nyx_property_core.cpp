@@ -138,6 +138,8 @@ void NYX_OBJECT_PROPERTIES::copy_from(const NYX_OBJECT_PROPERTIES &from) {
 }
 
 void NYX_OBJECT_PROPERTIES::move_from(NYX_ANY_ID from) {
+    if (from == m_id)
+        return;
     clear();
     if (m_map.empty())
         return;

@@ -30,17 +30,14 @@ using NYX_ANY_ID = NYX_ID<NYX_ANY_OBJECT, unsigned int>;
 /// A database has no row; it is one object of its own.
 inline constexpr NYX_ANY_ID s_nyx_db_id{0};
 
-/// Where the map of a kind of objects stands among the seventeen; 17 for a value that is no kind.
-constexpr unsigned nyx_get_map_index(NYX_TRAIT_OBJ_TYPE kind) {
-    constexpr NYX_TRAIT_OBJ_TYPE s_stored_order[] = {
-#define NYX_TRAIT_KIND(type, one, many, word) NYX_TRAIT_OBJ_TYPE::word##_SPARSE,
+/// Where the map of a kind of objects stands among the seventeen, by the kind's number.
+inline constexpr auto s_nyx_map_index = [] {
+    std::array<unsigned char, unsigned(NYX_TRAIT_OBJ_TYPE::ALL_SPARSE)> index{};
+    unsigned char next = 0;
+#define NYX_TRAIT_KIND(type, one, many, word) index[unsigned(NYX_TRAIT_OBJ_TYPE::word##_SPARSE)] = next++;
 #include "traits/nyx_trait_kinds.def"
-    };
-    unsigned index = 0;
-    while (index < std::size(s_stored_order) && s_stored_order[index] != kind)
-        ++index;
     return index;
-}
+}();
 
 /// RAW is the value as it is stored.
 template <class RAW>
@@ -52,8 +49,8 @@ public:
     explicit NYX_TRAIT_LOOKUP(NYX_SEGMENT_MANAGER *manager);
 
     /// The values of the objects of one kind, not necessarily the trait's own.
-    MAP &map(NYX_TRAIT_OBJ_TYPE kind) { return m_maps[nyx_get_map_index(kind)]; }
-    const MAP &map(NYX_TRAIT_OBJ_TYPE kind) const { return m_maps[nyx_get_map_index(kind)]; }
+    MAP &map(NYX_TRAIT_OBJ_TYPE kind) { return m_maps[s_nyx_map_index[unsigned(kind)]]; }
+    const MAP &map(NYX_TRAIT_OBJ_TYPE kind) const { return m_maps[s_nyx_map_index[unsigned(kind)]]; }
 
     /// The value of an object, null if it is the default. Writes nothing.
     const RAW *find(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id) const {

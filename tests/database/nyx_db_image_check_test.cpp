@@ -1,0 +1,255 @@
+// Images that aren't what a save wrote are refused before anything in them is used, and told by verify().
+#include "database/nyx_db_image_check.h"
+#include "database_test_support.h"
+#include "file/file_test_support.h"
+#include "names/nyx_name_mgr_impl.h"
+#include "netlist/nyx_module_table.h"
+#include "netlist/nyx_net_table.h"
+#include "netlist/nyx_port_table.h"
+
+#include <functional>
+
+namespace {
+
+class ImageCheck : public testing::Test {
+protected:
+    void SetUp() override {
+        m_db = NYX_DB::create_non_persistent(s_size_MiB, NYX_DB_TYPE::USER, "", "");
+        NYX_DB_PERSISTENT *const root = root_of(m_db);
+        auto &nets = root->table<NYX_NET>();
+        std::vector<NYX_NET_IMPL *> rows;
+        for (int i = 0; i < 500; ++i) {
+            rows.push_back(nets.allocate());
+            rows.back()->m_name_id = root->names().get_id(("net_" + std::to_string(i)).c_str());
+        }
+        root->names().get_id("bus[3]");
+        for (std::size_t i = 0; i < rows.size(); i += 5)
+            nets.deallocate(rows[i]);
+        auto &ports = root->table<NYX_PORT>();
+        const NYX_PORT_ID run = ports.get_id(ports.allocate(600));
+        ports.deallocate(NYX_PORT_ID(run.get() + 10), 5);
+        ports.deallocate(NYX_PORT_ID(run.get() + 100), 20);
+        add_module("first");
+        add_module("second");
+        NYX_DB_IMPL::of(*m_db).m_file->commit_impl(m_path, NYX_COMPRESSION::NONE, 0, 1, {});
+        m_bytes = read_file(m_path);
+    }
+    void TearDown() override { m_db->close(); }
+
+    void add_module(const char *name) {
+        NYX_DB_PERSISTENT *const root = root_of(m_db);
+        NYX_MODULE_TABLE &table = root->table<NYX_MODULE>();
+        const NYX_MODULE_ID id = table.get_id(table.allocate());
+        *table.m_name_id.get(id) = root->names().get_id(name);
+        root->register_module(*table.m_name_id.get(id), id);
+    }
+    // Where an object of the open database lies in the file.
+    std::size_t in_file(const void *at) const {
+        return 53 + static_cast<std::size_t>(static_cast<const char *>(at) -
+                                             NYX_DB_IMPL::of(*m_db).m_file->get_starting_address());
+    }
+    std::string open(const std::string &bytes) {
+        write_file(m_path, bytes);
+        return thrown([&] { NYX_DB::open(m_path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY)->close(); });
+    }
+    // The file with another word at the place of `at` is refused.
+    template <class T>
+    void expect_refused(const void *at, T value, const char *what) {
+        std::string bytes = m_bytes;
+        ASSERT_NE(word_at<T>(bytes, in_file(at)), value) << what;
+        set_word(bytes, in_file(at), value);
+        EXPECT_EQ(open(bytes), "corrupted") << what;
+    }
+    // Several wrong values for a link.
+    void expect_link_refused(const void *at, const char *what) {
+        const auto distance = word_at<std::int64_t>(m_bytes, in_file(at));
+        for (const std::int64_t wrong : {std::int64_t(0), std::int64_t(1), distance + 8, distance - 8, distance + 4096,
+                                         distance + 1, -distance, std::int64_t(1) << 40, std::int64_t(1) << 62})
+            if (wrong != distance)
+                expect_refused(at, wrong, what);
+    }
+
+    TEMP_DIR m_dir;
+    const std::string m_path = m_dir / "a.nyx";
+    NYX_DB *m_db = nullptr;
+    std::string m_bytes;
+};
+
+TEST_F(ImageCheck, WhatASaveWroteIsAccepted) {
+    EXPECT_EQ(open(m_bytes), "nothing");
+    EXPECT_EQ(m_db->verify(), TEXTS());
+    NYX_DB *const db = NYX_DB::open(m_path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY);
+    EXPECT_EQ(db->verify(), TEXTS());
+    db->close();
+}
+
+TEST_F(ImageCheck, RootIsFoundByItsNameAndSize) {
+    const char *const root = reinterpret_cast<const char *>(root_of(m_db));
+    expect_refused<std::uint64_t>(root - 16, sizeof(NYX_DB_PERSISTENT) + 8, "size");
+    expect_refused<char>(root - 8, 4, "length of the name");
+    expect_refused<char>(root + sizeof(NYX_DB_PERSISTENT), 'M', "name");
+    const char *const base = NYX_DB_IMPL::of(*m_db).m_file->get_starting_address();
+    for (const std::size_t offset : {104u, 112u, 120u, 128u, 136u, 144u, 152u, 160u})
+        expect_refused<std::int64_t>(base + offset, 0x7770, "an index");
+    for (const std::size_t offset : {40u, 32u, 24u})
+        expect_refused<std::int64_t>(root - offset, 0x7770, "the node of the index");
+}
+
+TEST_F(ImageCheck, RootWithoutADatabaseIsRefused) {
+    make_file()->commit_impl(m_path);
+    EXPECT_EQ(thrown([&] { NYX_DB::open(m_path.c_str(), NYX_DB::ACCESS_MODE::MODIFY); }), "corrupted");
+    NYX_MANAGED_SERIALISED_FILE(s_size, NYX_DB_TYPE::USER, "").commit_impl(m_path);
+    EXPECT_EQ(thrown([&] { NYX_DB::open(m_path.c_str(), NYX_DB::ACCESS_MODE::MODIFY); }), "corrupted");
+}
+
+TEST_F(ImageCheck, TypeOfTheRootIsThatOfTheFile) {
+    std::string bytes = m_bytes;
+    bytes[8] = static_cast<char>(NYX_DB_TYPE::COMPONENT);
+    EXPECT_EQ(open(bytes), "corrupted");
+}
+
+TEST_F(ImageCheck, EveryLinkOfTheRootIsCompared) {
+    const auto *const words = reinterpret_cast<const std::int64_t *>(root_of(m_db));
+    for (int i = 0; i < 18; ++i)
+        expect_link_refused(words + i, ("link " + std::to_string(i)).c_str());
+}
+
+TEST_F(ImageCheck, TablesAndColumnsBelongTogether) {
+    auto &nets = root_of(m_db)->table<NYX_NET>();
+    expect_link_refused(&nets.m_persistent, "the table's link to the root");
+    const char *const column = reinterpret_cast<const char *>(&nets.m_primary);
+    expect_link_refused(column, "the column's link to the table");
+    expect_link_refused(column + 8, "the allocator");
+    expect_link_refused(column + 16, "the pages");
+    expect_link_refused(column + 40, "the segment manager");
+    for (const std::uint64_t wrong : {0ull, 1ull, 1000ull, ~0ull})
+        expect_refused<std::uint64_t>(column + 24, wrong, "the number of pages");
+    expect_refused<std::uint64_t>(column + 32, ~0ull, "the room for pages");
+    expect_refused<std::uint64_t>(column + 32, 0, "the room for pages");
+}
+
+TEST_F(ImageCheck, PagesBelongToTheirColumnAndPlace) {
+    auto &nets = root_of(m_db)->table<NYX_NET>();
+    ASSERT_GE(nets.m_primary.get_num_pages(), 2u);
+    const char *const page = reinterpret_cast<const char *>(nets.m_primary.get_page(1));
+    expect_link_refused(page, "the owner");
+    expect_refused<std::uint32_t>(page + 8, 0, "the first row");
+    expect_refused<std::uint32_t>(page + 8, ~0u, "the first row");
+}
+
+TEST_F(ImageCheck, ChainsOfFreeRowsEnd) {
+    auto &nets = root_of(m_db)->table<NYX_NET>();
+    char *const page = reinterpret_cast<char *>(nets.m_primary.get_page(0));
+    const std::uint32_t first = word_at<std::uint32_t>(m_bytes, in_file(page + 12));
+    for (const std::uint32_t wrong : {~0u, 1u << 20, 5000u})
+        expect_refused(page + 12, wrong, "the first free row");
+    // A row that is its own successor.
+    expect_refused(page + 16 + first * sizeof(NYX_NET_IMPL), static_cast<std::uint16_t>(first), "a circle");
+    expect_refused<std::uint16_t>(page + 16 + first * sizeof(NYX_NET_IMPL), 60000, "a link behind the page");
+}
+
+TEST_F(ImageCheck, TreesAreWhatTheySay) {
+    for (const char *const column : {reinterpret_cast<const char *>(&root_of(m_db)->table<NYX_NET>().m_primary),
+                                     reinterpret_cast<const char *>(&root_of(m_db)->table<NYX_PORT>().m_primary)}) {
+        const char *const tree = column + 48;
+        expect_link_refused(tree, "the allocator");
+        for (const std::uint64_t wrong : {0ull, 77ull, ~0ull})
+            expect_refused<std::uint64_t>(tree + 8, wrong, "the number of nodes");
+        expect_link_refused(tree + 16, "the root of the tree");
+        expect_link_refused(tree + 24, "the first node");
+        expect_link_refused(tree + 32, "the last node");
+        const char *const node = tree + 16 + word_at<std::int64_t>(m_bytes, in_file(tree + 16));
+        expect_refused<std::int64_t>(node, 0x1230, "the parent of a node");
+        expect_link_refused(node + 8, "the left of a node");
+        expect_link_refused(node + 16, "the right of a node");
+        expect_refused<std::int64_t>(node + 24, 0x123456789, "the value of a node");
+    }
+}
+
+TEST_F(ImageCheck, CountsAgree) {
+    auto &nets = root_of(m_db)->table<NYX_NET>();
+    auto &ports = root_of(m_db)->table<NYX_PORT>();
+    expect_refused(&nets.m_num_allocated, nets.m_num_allocated + 1, "nets in use");
+    expect_refused(&nets.m_iter_limit, ~0u, "rows of nets");
+    expect_refused(&nets.m_iter_limit, 5u, "rows of nets");
+    expect_refused(&ports.m_num_allocated, ports.m_num_allocated - 1, "ports in use");
+    const char *const counts = reinterpret_cast<const char *>(&ports.m_primary) + 88;
+    expect_refused<int>(counts, -1, "the rows that were handed out");
+    expect_refused<int>(counts + 4, 1 << 30, "the rows that were not");
+}
+
+TEST_F(ImageCheck, NamesAreTextsInBlocksOfTheirOwn) {
+    const NYX_NAME_MANAGER_IMPL &names = root_of(m_db)->names().get_impl();
+    for (const auto *const strings : {&names.id_reverse_lookup, &names.bus_id_reverse_lookup}) {
+        const char *const vector = reinterpret_cast<const char *>(strings);
+        expect_link_refused(vector, "the allocator");
+        expect_link_refused(vector + 8, "the strings");
+        expect_refused<std::uint64_t>(vector + 16, ~0ull, "their number");
+        expect_link_refused(&strings->front(), "the first string");
+    }
+    expect_refused(&names.id_reverse_lookup[1],
+                   word_at<std::int64_t>(m_bytes, in_file(&names.id_reverse_lookup[0])) - 8,
+                   "a string that has an owner");
+    expect_link_refused(&names.segment, "the segment manager");
+    const char *const text = names.id_reverse_lookup[2].get();
+    std::string bytes = m_bytes;
+    const std::size_t usable = NYX_DB_IMPL::of(*m_db).m_file->get_segment_manager()->size(text);
+    bytes.replace(in_file(text), usable, usable, 'x');
+    EXPECT_EQ(open(bytes), "corrupted") << "a text without an end";
+}
+
+TEST_F(ImageCheck, MapsAreFollowedOnlyWhereTheyLead) {
+    const NYX_NAME_MANAGER_IMPL &names = root_of(m_db)->names().get_impl();
+    const char *const map = reinterpret_cast<const char *>(&names.id_namespace);
+    expect_link_refused(map + 8, "an allocator");
+    expect_link_refused(map + 16, "an allocator");
+    for (const std::uint64_t wrong : {0ull, 3ull, 1ull << 60, ~0ull}) {
+        expect_refused<std::uint64_t>(map + 24, wrong, "the number of buckets");
+        expect_refused<std::uint64_t>(map + 32, wrong, "the number of elements");
+    }
+    expect_refused<std::uint32_t>(map + 40, 0, "the load");
+    expect_link_refused(map + 56, "the buckets");
+    const char *const buckets = map + 56 + word_at<std::int64_t>(m_bytes, in_file(map + 56));
+    expect_link_refused(buckets + 8 * names.id_namespace.bucket_count(), "the start of the list");
+    const char *const node = reinterpret_cast<const char *>(&*names.id_namespace.begin());
+    expect_refused<std::int64_t>(node + 16, -16, "the next node, as itself");
+    expect_refused<std::uint64_t>(node + 24, ~0ull, "the bucket of a node");
+    expect_refused<std::uint32_t>(node + 8, 100000, "the identifier of a node");
+}
+
+// ---- verify()
+
+TEST_F(ImageCheck, VerifyTellsMoreThanOneFault) {
+    auto &nets = root_of(m_db)->table<NYX_NET>();
+    auto &ports = root_of(m_db)->table<NYX_PORT>();
+    ++nets.m_num_allocated;
+    --ports.m_num_allocated;
+    const TEXTS faults = m_db->verify();
+    ASSERT_EQ(faults.size(), 2u);
+    EXPECT_EQ(faults[0].substr(0, faults[0].find(' ')), "NYX_PORT_TABLE");
+    EXPECT_EQ(faults[1].substr(0, faults[1].find(' ')), "NYX_NET_TABLE");
+    --nets.m_num_allocated;
+    ++ports.m_num_allocated;
+    EXPECT_EQ(m_db->verify(), TEXTS());
+}
+
+TEST_F(ImageCheck, VerifyComputesHashes) {
+    const NYX_NAME_MANAGER_IMPL &names = root_of(m_db)->names().get_impl();
+    char *const text = const_cast<char *>(names.id_reverse_lookup[3].get());
+    ++*text;
+    const TEXTS faults = m_db->verify();
+    ASSERT_EQ(faults.size(), 1u);
+    EXPECT_EQ(faults[0], "the table of names has an element in the wrong bucket");
+    --*text;
+}
+
+TEST_F(ImageCheck, VerifyLooksAtTheBlocksFirst) {
+    void *const block = NYX_DB_IMPL::of(*m_db).m_file->get_segment_manager()->allocate(100);
+    auto &size = reinterpret_cast<std::uint64_t *>(block)[-1];
+    size ^= 1;
+    EXPECT_EQ(m_db->verify().size(), 1u);
+    size ^= 1;
+    EXPECT_EQ(m_db->verify(), TEXTS());
+}
+
+} // namespace
