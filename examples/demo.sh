@@ -25,7 +25,7 @@ run info soc.nyx
 run tree soc.nyx
 run info soc.nyx --counts
 run find soc.nyx 'core/alu/result[3?]' --type port
-run find soc.nyx 'core/pc_f[2]' --type net --connections --limit 1
+run find soc.nyx 'core/ibus_addr[2]' --type net --connections --limit 1
 run stats soc.nyx
 run check soc.nyx
 run export soc.nyx -f yosys-json -o back.json
