@@ -8,8 +8,8 @@ build/%/build.ninja: CMakePresets.json
 	@cmake --preset $* >/dev/null
 
 demo: install-deps build/release/build.ninja
-	@cmake --build --preset release --target nyx_demo
-	@build/release/examples/nyx_demo
+	@cmake --build --preset release --target nyx_command
+	@examples/demo.sh $(CURDIR)/build/release/tools/cpp/cmd/nyx $(CURDIR)
 
 # Synthesises the example's netlist anew, which `make demo` starts from.
 example-netlist: install-deps

@@ -44,7 +44,9 @@ TEST_F(JsonPieces, AnEmptyObjectHasNoMembers) {
     EXPECT_EQ(pieces.take_members(100), "");
 }
 
-TEST_F(JsonPieces, AByteOrderMarkIsPassedOver) { EXPECT_EQ(open("\xef\xbb\xbf{}").peek(), '{'); }
+TEST_F(JsonPieces, AByteOrderMarkIsPassedOver) {
+    EXPECT_EQ(open("\xef\xbb\xbf{}").peek(), '{');
+}
 
 TEST_F(JsonPieces, LinesAreThoseOfTheFile) {
     NYX_JSON_PIECES &pieces = open("\n\n[\n1,\n2]\n3");

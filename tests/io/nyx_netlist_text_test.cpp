@@ -12,7 +12,8 @@ TEST(NetlistText, MostNamesAreStoredAsTheyAre) {
 }
 
 TEST(NetlistText, EveryNameComesBack) {
-    for (const char *name : {"a", "a[3]", "a[03]", "a[003]", "[00]", "a\\", "a\\\\", "a[03]\\", "a[03]\\\\", "\\", "a[0300]"})
+    for (const char *name :
+         {"a", "a[3]", "a[03]", "a[003]", "[00]", "a\\", "a\\\\", "a[03]\\", "a[03]\\\\", "\\", "a[0300]"})
         EXPECT_EQ(nyx_decode_name(nyx_encode_name(name)), name) << name;
 }
 

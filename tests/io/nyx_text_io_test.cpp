@@ -90,8 +90,8 @@ TEST(TextInput, TellsOfPackedFilesThatAreTruncatedOrDamaged) {
         output.finish();
         std::string bytes = read_file(whole);
         write_file(dir / "cut", bytes.substr(0, bytes.size() / 2));
-        EXPECT_EQ(get_fault(dir / "cut"),
-                  ": the " + std::string(kind == "gz" ? "gzip" : "zstd") + " data end too early; the file is truncated");
+        EXPECT_EQ(get_fault(dir / "cut"), ": the " + std::string(kind == "gz" ? "gzip" : "zstd") +
+                                              " data end too early; the file is truncated");
     }
     write_file(dir / "bad", std::string("\x1f\x8b\x08\x00", 4) + std::string(100, '\xff'));
     EXPECT_EQ(get_fault(dir / "bad"), ": the gzip data are damaged");

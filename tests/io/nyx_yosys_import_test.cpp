@@ -168,7 +168,8 @@ TEST_F(YosysImport, OddNamesKeepTheirObjectsApart) {
 
 TEST_F(YosysImport, AFurtherNameFollowsItsNetUntilThatIsGone) {
     import_module(R"("netnames": {"a": {"bits": [2]}, "b": {"bits": [2]}})");
-    EXPECT_NE(export_text().find("\"b\": {\n          \"hide_name\": 0,\n          \"bits\": [ 2 ]"), std::string::npos);
+    EXPECT_NE(export_text().find("\"b\": {\n          \"hide_name\": 0,\n          \"bits\": [ 2 ]"),
+              std::string::npos);
     m_module->find_net("a")->deallocate();
     export_text();
     EXPECT_EQ(m_warnings, std::vector<std::string>{"module \"m\": \"b\" is a name of \"a\", which is no more"});

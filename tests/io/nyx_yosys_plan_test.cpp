@@ -49,16 +49,18 @@ TEST(YosysPlan, CellsOfAnUndefinedTypeShareAModuleWhileTheirWidthsAgree) {
 }
 
 TEST(YosysPlanFault, WidthsThatDisagree) {
-    EXPECT_EQ(plan_fault("{\"modules\": {" + s_leaf +
-                         R"(, "m": {"cells": {"u": {"type": "leaf", "connections": {"A": [2]}}}}}})"),
-              "in.json: /modules/m/cells/u: port \"A\" is connected to 1 bits, but module \"leaf\" gives it 2; run Yosys' "
-              "hierarchy -check");
+    EXPECT_EQ(
+        plan_fault("{\"modules\": {" + s_leaf +
+                   R"(, "m": {"cells": {"u": {"type": "leaf", "connections": {"A": [2]}}}}}})"),
+        "in.json: /modules/m/cells/u: port \"A\" is connected to 1 bits, but module \"leaf\" gives it 2; run Yosys' "
+        "hierarchy -check");
 }
 
 TEST(YosysPlanFault, PortThatIsNotThere) {
-    EXPECT_EQ(plan_fault("{\"modules\": {" + s_leaf +
-                         R"(, "m": {"cells": {"u": {"type": "leaf", "connections": {"B": [2]}}}}}})"),
-              "in.json: /modules/m/cells/u: module \"leaf\" has no port \"B\"; take the connection out or add the port");
+    EXPECT_EQ(
+        plan_fault("{\"modules\": {" + s_leaf +
+                   R"(, "m": {"cells": {"u": {"type": "leaf", "connections": {"B": [2]}}}}}})"),
+        "in.json: /modules/m/cells/u: module \"leaf\" has no port \"B\"; take the connection out or add the port");
 }
 
 TEST(YosysPlanFault, DirectionsThatDisagree) {
@@ -69,8 +71,9 @@ TEST(YosysPlanFault, DirectionsThatDisagree) {
 }
 
 TEST(YosysPlanFault, Recursion) {
-    EXPECT_EQ(plan_fault(R"({"modules": {"a": {"cells": {"u": {"type": "b"}}}, "b": {"cells": {"v": {"type": "a"}}}}})"),
-              "in.json: /modules/b/cells/v: module \"a\" contains itself; a netlist can't be recursive");
+    EXPECT_EQ(
+        plan_fault(R"({"modules": {"a": {"cells": {"u": {"type": "b"}}}, "b": {"cells": {"v": {"type": "a"}}}}})"),
+        "in.json: /modules/b/cells/v: module \"a\" contains itself; a netlist can't be recursive");
 }
 
 TEST(YosysPlanFault, Tops) {
@@ -81,9 +84,10 @@ TEST(YosysPlanFault, Tops) {
 }
 
 TEST(YosysPlanFault, BlackBoxWithCells) {
-    EXPECT_EQ(plan_fault(in_module(R"("attributes": {"blackbox": "1"}, "cells": {"u": {"type": "T"}})")),
-              "in.json: /modules/m/cells/u: a black box has no cells; take its attribute \"blackbox\" away or the cells "
-              "out");
+    EXPECT_EQ(
+        plan_fault(in_module(R"("attributes": {"blackbox": "1"}, "cells": {"u": {"type": "T"}})")),
+        "in.json: /modules/m/cells/u: a black box has no cells; take its attribute \"blackbox\" away or the cells "
+        "out");
 }
 
 TEST(YosysPlanFault, PortWithoutBits) {

@@ -4,7 +4,9 @@
 
 namespace {
 
-std::string_view text(const NYX_YOSYS_NETLIST &netlist, std::uint32_t string) { return netlist.strings.get(string); }
+std::string_view text(const NYX_YOSYS_NETLIST &netlist, std::uint32_t string) {
+    return netlist.strings.get(string);
+}
 
 TEST(YosysReader, ReadsPortsCellsAndNames) {
     const auto netlist = read_netlist(in_module(R"("attributes": {"top": 1},
@@ -151,7 +153,8 @@ TEST(YosysReaderFault, MissingParts) {
               "in.json:1: /modules/m/ports/p: a port should have a \"direction\"");
     EXPECT_EQ(fault_of(in_module("\"ports\": {\"p\": {\"direction\": \"input\"}}")),
               "in.json:1: /modules/m/ports/p: a port should have \"bits\"");
-    EXPECT_EQ(fault_of(in_module("\"cells\": {\"u\": {}}")), "in.json:1: /modules/m/cells/u: a cell should have a \"type\"");
+    EXPECT_EQ(fault_of(in_module("\"cells\": {\"u\": {}}")),
+              "in.json:1: /modules/m/cells/u: a cell should have a \"type\"");
     EXPECT_EQ(fault_of(in_module("\"netnames\": {\"n\": {}}")),
               "in.json:1: /modules/m/netnames/n: a net name should have \"bits\"");
 }
@@ -174,10 +177,11 @@ TEST(YosysReaderFault, PointersEscapeTheirSeparators) {
 }
 
 TEST(YosysReaderFault, WrongBrackets) {
-    for (const char *text : {R"({"modules": {"m": {"cells": {"u": {"type": "T"]}}}})", R"({"modules": {"m": {"cells": {]}}})",
-                             R"({"modules": {"m": {"cells": {"u" {}}}}})", R"({"modules": {"m": {"cells": {"u": {},}}}})",
-                             R"({"modules": {"m": {},}})", R"({"modules": {}} x)", R"({"modules": {"m": {"cells": {"u": nul}}}})",
-                             R"({"a": tru, "modules": {}})"})
+    for (const char *text :
+         {R"({"modules": {"m": {"cells": {"u": {"type": "T"]}}}})", R"({"modules": {"m": {"cells": {]}}})",
+          R"({"modules": {"m": {"cells": {"u" {}}}}})", R"({"modules": {"m": {"cells": {"u": {},}}}})",
+          R"({"modules": {"m": {},}})", R"({"modules": {}} x)", R"({"modules": {"m": {"cells": {"u": nul}}}})",
+          R"({"a": tru, "modules": {}})"})
         EXPECT_NE(fault_of(text), "") << text;
 }
 

@@ -392,11 +392,8 @@ void WRITER::write_header(NYX_MODULE *module) {
             write_attributes(name->net ? nyx_view_values(name->net, true, traits)
                                        : nyx_view_values(name->net_bus, true, traits),
                              "    ");
-        m_out << "    "
-              << (port.direction == NYX_YOSYS_DIRECTION::INPUT    ? "input"
-                  : port.direction == NYX_YOSYS_DIRECTION::OUTPUT ? "output"
-                                                                  : "inout")
-              << " wire " << (port.is_signed ? "signed " : "") << get_range(port) << get_identifier(port.name);
+        m_out << "    " << nyx_name_of(port.direction) << " wire " << (port.is_signed ? "signed " : "")
+              << get_range(port) << get_identifier(port.name);
     }
     m_out << "\n);\n";
 }

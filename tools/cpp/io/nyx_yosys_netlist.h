@@ -25,6 +25,13 @@ inline char nyx_digit_of(NYX_YOSYS_BIT bit) {
 
 enum class NYX_YOSYS_DIRECTION : std::uint8_t { UNKNOWN, INPUT, OUTPUT, INOUT };
 
+/// The word of a netlist file; "inout" also where none is known.
+inline const char *nyx_name_of(NYX_YOSYS_DIRECTION direction) {
+    return direction == NYX_YOSYS_DIRECTION::INPUT    ? "input"
+           : direction == NYX_YOSYS_DIRECTION::OUTPUT ? "output"
+                                                      : "inout";
+}
+
 struct NYX_YOSYS_RANGE {
     std::uint32_t begin = 0;
     std::uint32_t count = 0;

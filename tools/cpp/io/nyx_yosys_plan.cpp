@@ -4,24 +4,6 @@
 
 #include <algorithm>
 
-namespace {
-
-const char *get_name_of(NYX_YOSYS_DIRECTION direction) {
-    switch (direction) {
-    case NYX_YOSYS_DIRECTION::INPUT:
-        return "input";
-    case NYX_YOSYS_DIRECTION::OUTPUT:
-        return "output";
-    case NYX_YOSYS_DIRECTION::INOUT:
-        return "inout";
-    case NYX_YOSYS_DIRECTION::UNKNOWN:
-        break;
-    }
-    return "unknown";
-}
-
-} // namespace
-
 bool nyx_is_true(const NYX_YOSYS_NETLIST &netlist, const NYX_YOSYS_VALUE &value) {
     if (value.kind == NYX_YOSYS_VALUE::KIND::INTEGER)
         return value.integer != 0;
@@ -109,8 +91,8 @@ NYX_YOSYS_PLAN::USE NYX_YOSYS_PLAN::use_defined(const NYX_YOSYS_MODULE &module, 
                             " bits, but module " + quote(cell.type) + " gives it " + std::to_string(defined.width) +
                             "; run Yosys' hierarchy -check");
         if (port.direction != NYX_YOSYS_DIRECTION::UNKNOWN && port.direction != defined.direction)
-            fail(place, "port " + quote(port.name) + " is told to be " + get_name_of(port.direction) + ", but module " +
-                            quote(cell.type) + " makes it " + get_name_of(defined.direction));
+            fail(place, "port " + quote(port.name) + " is told to be " + nyx_name_of(port.direction) + ", but module " +
+                            quote(cell.type) + " makes it " + nyx_name_of(defined.direction));
         use.ports.push_back(index);
     }
     return use;

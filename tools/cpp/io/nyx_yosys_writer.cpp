@@ -8,12 +8,6 @@
 
 namespace {
 
-const char *get_name_of(NYX_YOSYS_DIRECTION direction) {
-    return direction == NYX_YOSYS_DIRECTION::INPUT    ? "input"
-           : direction == NYX_YOSYS_DIRECTION::OUTPUT ? "output"
-                                                      : "inout";
-}
-
 class WRITER {
 public:
     WRITER(NYX_DB *db, NYX_TEXT_OUTPUT &output, const NYX_PROGRESS &progress)
@@ -116,7 +110,7 @@ void WRITER::write_ports(const NYX_NETLIST_VIEW &view) {
         m_out << (first ? "\n        " : ",\n        ");
         first = false;
         write_string(port.name);
-        m_out << ": {\n          \"direction\": \"" << get_name_of(port.direction) << "\",\n          \"bits\": ";
+        m_out << ": {\n          \"direction\": \"" << nyx_name_of(port.direction) << "\",\n          \"bits\": ";
         write_bits(port.bits);
         write_range(port);
         m_out << "\n        }";
@@ -142,7 +136,7 @@ void WRITER::write_cell(NYX_INSTANCE *instance, NYX_NETLIST_VIEW &view) {
         for (const NYX_VIEW_CELL::CONNECTION &connection : m_cell.connections) {
             m_out << separator;
             write_string(connection.port->name);
-            m_out << ": \"" << get_name_of(connection.port->direction) << "\"";
+            m_out << ": \"" << nyx_name_of(connection.port->direction) << "\"";
             separator = ",\n            ";
         }
         m_out << "\n          },\n";
