@@ -43,8 +43,8 @@ void FIGURES::add_from_fresh_process(const std::string &prefix, const std::vecto
 void FIGURES::print(bool as_json) const {
     if (!as_json) {
         for (const FIGURE &figure : m_figures)
-            std::printf(figure.unit == "s" ? "%-24s %14.3f %s\n" : "%-24s %14.10g %s\n", figure.name.c_str(), figure.value,
-                        figure.unit.c_str());
+            std::printf(figure.unit == "s" ? "%-24s %14.3f %s\n" : "%-24s %14.10g %s\n", figure.name.c_str(),
+                        figure.value, figure.unit.c_str());
         return;
     }
     std::printf("{");

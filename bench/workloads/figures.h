@@ -15,7 +15,9 @@ struct FIGURE {
 
 class FIGURES {
 public:
-    void add(const std::string &name, double value, const std::string &unit) { m_figures.push_back({name, value, unit}); }
+    void add(const std::string &name, double value, const std::string &unit) {
+        m_figures.push_back({name, value, unit});
+    }
 
     /// The CPU seconds of `work`, and what it does to the memory that is resident.
     template <class WORK>

@@ -69,7 +69,8 @@ void run_flat(FIGURES &figures, const std::string &folder, unsigned num_instance
     figures.time("flat.build", [&] { flat = build_flat(db, num_instances); });
     // What the workload itself keeps, two pointers an instance, is not the database's.
     figures.add("flat.memory",
-                double(FIGURES::get_resident_bytes() - before) / num_instances - 2 * double(sizeof(void *)), "bytes/instance");
+                double(FIGURES::get_resident_bytes() - before) / num_instances - 2 * double(sizeof(void *)),
+                "bytes/instance");
     std::uint64_t inputs = 0;
     std::uint64_t found = 0;
     figures.time("flat.walk", [&] { inputs = walk_flat(flat.top); });
@@ -113,8 +114,8 @@ void run_netlist(FIGURES &figures, const std::string &folder, const std::string 
     for (const NYX_YOSYS_MODULE &module : netlist->modules)
         cells += module.cells.size();
     figures.add("netlist.cells", double(cells), "cells");
-    figures.add("netlist.memory", double(FIGURES::get_resident_bytes() - read) / double(std::max<std::uint64_t>(1, cells)),
-                "bytes/cell");
+    figures.add("netlist.memory",
+                double(FIGURES::get_resident_bytes() - read) / double(std::max<std::uint64_t>(1, cells)), "bytes/cell");
     netlist.reset();
     figures.time("netlist.count", [&] { nyx_count_netlist(db); });
     const TEMPORARY text(folder + "/nyx_workload_netlist.json");
@@ -144,7 +145,8 @@ int run(std::vector<std::string> words) {
             folder = words[1];
             words.erase(words.begin());
         } else
-            throw std::runtime_error("usage: nyx_workloads [--json] [--folder DIR] [flat [N] | deep [L] [W] | netlist FILE]");
+            throw std::runtime_error(
+                "usage: nyx_workloads [--json] [--folder DIR] [flat [N] | deep [L] [W] | netlist FILE]");
         words.erase(words.begin());
     }
     const std::string workload = words.empty() ? "" : words.front();

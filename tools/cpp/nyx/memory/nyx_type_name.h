@@ -39,14 +39,17 @@ constexpr std::string_view nyx_type_name<NYX_NAME_ID>() {
     return "NYX_NAME_ID";
 }
 
+template <class ID>
+[[noreturn, gnu::cold, gnu::noinline]] void nyx_fail_id(const char *variable) {
+    const std::string expression = std::string(variable).append(" != ").append(nyx_type_name<ID>()).append("::INVALID");
+    NYX_REPORT::detail::assert_at_line(expression.c_str(), __FILE__, __LINE__);
+}
+
 /// Ends the run with "id != NYX_X_ID::INVALID" if `id` refers to no row. Every accessor by identifier starts with it.
 template <class ID>
 inline void nyx_check_id(ID id, const char *variable = "id") {
-    if (__builtin_expect(id == ID::INVALID, 0)) {
-        const std::string expression =
-            std::string(variable).append(" != ").append(nyx_type_name<ID>()).append("::INVALID");
-        NYX_REPORT::detail::assert_at_line(expression.c_str(), __FILE__, __LINE__);
-    }
+    if (id == ID::INVALID) [[unlikely]]
+        nyx_fail_id<ID>(variable);
 }
 
 #endif

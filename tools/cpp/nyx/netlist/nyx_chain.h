@@ -22,7 +22,7 @@
 
 /// The cell of a row in a column of its table, from the row's address alone.
 template <class TABLE, class COLUMN>
-auto &nyx_cell(COLUMN TABLE::*column, const typename TABLE::row_type *row) {
+[[gnu::always_inline]] inline auto &nyx_cell(COLUMN TABLE::*column, const typename TABLE::row_type *row) {
     return *(TABLE::get_table(row)->*column).get(TABLE::get_id(row));
 }
 

@@ -93,7 +93,14 @@ NYX_PORT *NYX_INST_PORT::get_port() const {
         "This inst port has not been allocated yet: NYX_INST_PORT::allocate() has not yet been called for this "
         "inst port!");
     const NYX_INST_PORT_ID first = nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, inst);
-    return inst->get_module()->get_port_by_index(NYX_INST_PORT_TABLE::get_id(impl).get() - first.get());
+    const unsigned index = NYX_INST_PORT_TABLE::get_id(impl).get() - first.get();
+    // The short way, for walks over connections come through here at every step.
+    const NYX_MODULE_IMPL *const module = inst->m_module_ptr.get();
+    if (module == nullptr || index >= module->m_num_ports) [[unlikely]]
+        return inst->get_module()->get_port_by_index(index);
+    NYX_PORT_IMPL *const port =
+        nyx_get_persistent(module)->table<NYX_PORT>().get(NYX_PORT_ID(module->m_first_port.get() + index));
+    return port->m_parent_ptr != nullptr ? port : nullptr;
 }
 
 NYX_NET *NYX_INST_PORT::get_net() const {

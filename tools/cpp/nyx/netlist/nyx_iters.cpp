@@ -32,8 +32,20 @@ void NYX_CHAIN_ITER<T, OWNER>::increment() {
     nyx_check_id(m_index, "m_index");
     auto *const row = m_object->get_impl();
     TABLE &table = *TABLE::get_table(row);
-    m_index = NYX_CHAIN<OBJECT, OWNER_IMPL>::next(table, *row, m_index);
-    m_object = m_index == ID::INVALID ? nullptr : table.get(m_index);
+    using CHAIN = NYX_CHAIN<OBJECT, OWNER_IMPL>;
+    m_index = CHAIN::next(table, *row, m_index);
+    m_object = nullptr;
+    if (m_index == ID::INVALID)
+        return;
+    auto *const next = table.get(m_index);
+    m_object = next;
+    // The row behind comes in while the caller looks at this one. Rows that are in no order in memory are what a walk
+    // waits for.
+    if constexpr (!std::is_same_v<OWNER, NYX_MODULE>) {
+        const ID behind = CHAIN::next(table, *next, m_index);
+        if (behind != ID::INVALID)
+            __builtin_prefetch(table.get(behind));
+    }
 }
 
 template <class T, class OWNER>
