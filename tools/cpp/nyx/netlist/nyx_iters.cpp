@@ -14,6 +14,41 @@ std::pair<NYX_INST_PORT_ID, unsigned> run_of(const NYX_INSTANCE_IMPL *instance, 
             nyx_cell(&NYX_INSTANCE_TABLE::m_num_inst_ports, instance)};
 }
 
+// A walk over connections waits for memory and for nothing else: the rows of a net's list lie anywhere. So while the
+// caller looks at one row, what lies behind it comes in: the row after the next, and what the next one leads to. Nothing
+// that is seen here is kept, so the list may change in between.
+
+void prefetch_page_and_row(const void *row) {
+    __builtin_prefetch(row);
+    __builtin_prefetch(reinterpret_cast<const void *>(reinterpret_cast<std::uintptr_t>(row) & ~std::uintptr_t(4095)));
+}
+
+void prefetch_what_it_leads_to(const NYX_INST_PORT_IMPL *row) {
+    if (const NYX_INSTANCE_IMPL *const instance = row->m_inst_ptr.get())
+        prefetch_page_and_row(instance);
+}
+void prefetch_what_it_leads_to(const NYX_NET_IMPL *row) {
+    const NYX_INST_PORT_ID head = nyx_chain_head<NYX_INST_PORT>(row);
+    if (head != NYX_INST_PORT_ID::INVALID)
+        prefetch_page_and_row(nyx_get_persistent(row)->table<NYX_INST_PORT>().get(head));
+}
+void prefetch_what_it_leads_to(const void *) {}
+
+template <class T, class OWNER_IMPL>
+void look_ahead(typename NYX_OBJECT_TRAITS<T>::table &table, typename NYX_OBJECT_TRAITS<T>::impl *row,
+                typename NYX_OBJECT_TRAITS<T>::id id) {
+    using CHAIN = NYX_CHAIN<T, OWNER_IMPL>;
+    using ID = typename NYX_OBJECT_TRAITS<T>::id;
+    const ID next = CHAIN::next(table, *row, id);
+    if (next == ID::INVALID)
+        return;
+    auto *const next_row = table.get(next);
+    prefetch_what_it_leads_to(next_row);
+    const ID behind = CHAIN::next(table, *next_row, next);
+    if (behind != ID::INVALID)
+        prefetch_page_and_row(table.get(behind));
+}
+
 } // namespace
 
 template <class T, class OWNER>
@@ -21,8 +56,16 @@ NYX_CHAIN_ITER<T, OWNER>::NYX_CHAIN_ITER(const OWNER *parent) {
     NYX_CHECK(parent != nullptr);
     const auto *const owner = parent->get_impl();
     m_index = nyx_chain_head<OBJECT>(owner);
-    if (m_index != ID::INVALID)
-        m_object = nyx_get_persistent(owner)->template table<OBJECT>().get(m_index);
+    if (m_index == ID::INVALID)
+        return;
+    using OWNER_IMPL = typename NYX_OBJECT_TRAITS<OWNER>::impl;
+    auto &table = nyx_get_persistent(owner)->template table<OBJECT>();
+    auto *const first = table.get(m_index);
+    m_object = first;
+    const ID next = NYX_CHAIN<OBJECT, OWNER_IMPL>::next(table, *first, m_index);
+    if (next != ID::INVALID)
+        prefetch_page_and_row(table.get(next));
+    prefetch_what_it_leads_to(first);
 }
 
 template <class T, class OWNER>
@@ -39,13 +82,7 @@ void NYX_CHAIN_ITER<T, OWNER>::increment() {
         return;
     auto *const next = table.get(m_index);
     m_object = next;
-    // The row behind comes in while the caller looks at this one. Rows that are in no order in memory are what a walk
-    // waits for.
-    if constexpr (!std::is_same_v<OWNER, NYX_MODULE>) {
-        const ID behind = CHAIN::next(table, *next, m_index);
-        if (behind != ID::INVALID)
-            __builtin_prefetch(table.get(behind));
-    }
+    look_ahead<OBJECT, OWNER_IMPL>(table, next, m_index);
 }
 
 template <class T, class OWNER>
