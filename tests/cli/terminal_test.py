@@ -26,10 +26,9 @@ class Terminal(CommandTest):
         """Types a command line and returns the screen, with its colours, when the command has ended."""
         self.tmux("send-keys", "clear; " + line + "; echo END=$?", "Enter")
         for _ in range(300):
-            screen = self.tmux("capture-pane", "-p", "-e")
-            lines = screen.splitlines()
-            if any(text.startswith("END=") for text in lines):
-                return screen
+            screen = self.tmux("capture-pane", "-p")
+            if any(text.startswith("END=") for text in screen.splitlines()):
+                return self.tmux("capture-pane", "-p", "-e")
             time.sleep(0.1)
         self.fail("no end: " + screen)
 

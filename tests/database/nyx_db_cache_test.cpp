@@ -229,6 +229,6 @@ TEST(DbCacheEnd, ClosingADatabaseGivesItsIndexesUp) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, DbCache, testing::Bool(),
-                         [](const auto &info) { return std::string(info.param ? "Enabled" : "Disabled"); });
+                         [](const auto &parameter) { return std::string(parameter.param ? "Enabled" : "Disabled"); });
 
 } // namespace

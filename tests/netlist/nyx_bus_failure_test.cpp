@@ -22,22 +22,22 @@ class BusDeathTest : public BUS_TEST<KIND> {};
 TYPED_TEST_SUITE(BusDeathTest, KINDS);
 
 TYPED_TEST(BusDeathTest, NeedsAParent) {
-    using BUS = typename TypeParam::BUS;
-    EXPECT_DEATH(BUS::allocate(nullptr, "a", 1, 0), "check failed: parent: Parent must be non-null");
-    EXPECT_DEATH(BUS::allocate(nullptr, "a", DIMENSIONS{{1, 0}}), "check failed: parent: Parent must be non-null");
+    using OWN_BUS = typename TypeParam::BUS;
+    EXPECT_DEATH(OWN_BUS::allocate(nullptr, "a", 1, 0), "check failed: parent: Parent must be non-null");
+    EXPECT_DEATH(OWN_BUS::allocate(nullptr, "a", DIMENSIONS{{1, 0}}), "check failed: parent: Parent must be non-null");
 }
 
 TYPED_TEST(BusDeathTest, NeedsAName) {
-    using BUS = typename TypeParam::BUS;
-    EXPECT_DEATH(BUS::allocate(this->module, "", 1, 0),
+    using OWN_BUS = typename TypeParam::BUS;
+    EXPECT_DEATH(OWN_BUS::allocate(this->module, "", 1, 0),
                  std::string("check failed: !name.empty\\(\\): ") + TypeParam::s_empty_name);
-    EXPECT_DEATH(BUS::allocate(this->module, "", DIMENSIONS{{1, 0}, {0, 1}}),
+    EXPECT_DEATH(OWN_BUS::allocate(this->module, "", DIMENSIONS{{1, 0}, {0, 1}}),
                  "check failed: !name.empty\\(\\): bus must have non-empty name");
 }
 
 TYPED_TEST(BusDeathTest, NeedsADimension) {
-    using BUS = typename TypeParam::BUS;
-    EXPECT_DEATH(BUS::allocate(this->module, "a", DIMENSIONS()),
+    using OWN_BUS = typename TypeParam::BUS;
+    EXPECT_DEATH(OWN_BUS::allocate(this->module, "a", DIMENSIONS()),
                  "check failed: !dimensions.empty\\(\\): dimension must be non empty");
 }
 
@@ -79,9 +79,9 @@ TYPED_TEST(BusDeathTest, TakesNoMemberOfAnotherDatabase) {
 }
 
 TYPED_TEST(BusDeathTest, IsNotReversed) {
-    using BUS = typename TypeParam::BUS;
-    BUS *const down = BUS::allocate(this->module, "a", 7, 0);
-    BUS *const up = BUS::allocate(this->module, "b", 0, 3);
+    using OWN_BUS = typename TypeParam::BUS;
+    OWN_BUS *const down = OWN_BUS::allocate(this->module, "a", 7, 0);
+    OWN_BUS *const up = OWN_BUS::allocate(this->module, "b", 0, 3);
     constexpr const char *text = "check failed: \\(left_index >= right_index\\) == \\(old_left >= old_right\\): Can't "
                                  "reverse a bus";
     EXPECT_DEATH(down->set_indices(0, 7), text);

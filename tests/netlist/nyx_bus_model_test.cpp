@@ -65,8 +65,9 @@ public:
             const NYX_PORT *const real = m_module->find_port(name.c_str());
             ASSERT_NE(real, nullptr) << name;
             ASSERT_EQ(real->get_bus() != nullptr, port.bus.has_value()) << name;
-            if (port.bus)
+            if (port.bus) {
                 EXPECT_EQ(real->get_bus()->get_name(), *port.bus);
+            }
             expect_interface(real->get_interface(), port.bus ? m_buses.at(*port.bus).interface : port.interface);
         }
         for (const auto &[name, members] : m_interfaces) {

@@ -15,8 +15,8 @@ std::pair<NYX_INST_PORT_ID, unsigned> run_of(const NYX_INSTANCE_IMPL *instance, 
 }
 
 // A walk over connections waits for memory and for nothing else: the rows of a net's list lie anywhere. So while the
-// caller looks at one row, what lies behind it comes in: the row after the next, and what the next one leads to. Nothing
-// that is seen here is kept, so the list may change in between.
+// caller looks at one row, what lies behind it comes in: the row after the next, and what the next one leads to.
+// Nothing that is seen here is kept, so the list may change in between.
 
 void prefetch_page_and_row(const void *row) {
     __builtin_prefetch(row);
