@@ -176,20 +176,27 @@ TEST_F(InterfaceNet, EndsInACircle) {
     EXPECT_EQ(members(of(u, i).get_interface_net()), STRINGS({"w|i", "u|i"}));
 }
 
-TEST_F(InterfaceNet, MayBeALongChain) {
+TEST(InterfaceChain, MayBeLong) {
     constexpr int length = 100000;
-    NYX_MODULE *const chain = make_module(db, "chain", {});
-    NYX_INSTANCE *previous = NYX_INSTANCE::allocate(chain, "c0", leaf);
-    const NYX_INSTANCE *const first = previous;
+    NYX_DB *const db = NYX_DB::create_non_persistent(1024, NYX_DB_TYPE::USER, "", "");
+    NYX_MODULE *const link = make_module(db, "link", {"in", "out"});
+    NYX_INTERFACE *const interface = NYX_INTERFACE::allocate(link, "i");
+    for (NYX_PORT *const port : link->iter_ports())
+        interface->add_port(port);
+    NYX_MODULE *const chain = make_module(db, "chain");
+    NYX_INSTANCE *const first = NYX_INSTANCE::allocate(chain, "c", link, true, nullptr);
+    NYX_INSTANCE *previous = first;
     for (int n = 1; n < length; ++n) {
-        NYX_INSTANCE *const next = NYX_INSTANCE::allocate(chain, "c" + std::to_string(n), leaf);
-        NYX_NET *const net = NYX_NET::allocate(chain, "n" + std::to_string(n));
-        previous->get_inst_port_for_port(leaf->find_port("a"))->connect(net);
-        next->get_inst_port_for_port(leaf->find_port("b"))->connect(net);
+        NYX_INSTANCE *const next = NYX_INSTANCE::allocate(chain, "c", link, true, nullptr);
+        NYX_NET *const net = NYX_NET::allocate(chain, "n", true);
+        previous->get_inst_port_by_index(1)->connect(net);
+        next->get_inst_port_by_index(0)->connect(net);
         previous = next;
     }
-    const NYX_INTERFACE_NET net = of(first, i).get_interface_net();
-    EXPECT_EQ(std::distance(net.iter_interface_instances().begin(), net.iter_interface_instances().end()), length);
+    const NYX_INTERFACE_NET net = first->get_interface_instance(interface).get_interface_net();
+    EXPECT_EQ(net.iter_interface_instances().size(), std::size_t(length));
+    EXPECT_EQ(net.iter_interface_instances().back().get_instance(), previous);
+    db->close();
 }
 
 TEST_F(InterfaceNetDeathTest, NeedsAnInstPortForEachPort) {
