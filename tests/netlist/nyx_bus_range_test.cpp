@@ -73,8 +73,8 @@ TYPED_TEST(BusRange, OfOneIndexCountsAsOneThatFalls) {
 }
 
 TYPED_TEST(BusRange, MayReachToTheEndsOfTheNumbers) {
-    using BUS = typename TypeParam::BUS;
-    BUS *const bus = BUS::allocate(this->module, "a", s_max - 1, s_max);
+    using OWN_BUS = typename TypeParam::BUS;
+    OWN_BUS *const bus = OWN_BUS::allocate(this->module, "a", s_max - 1, s_max);
     auto *const member = this->make("x");
     TypeParam::set(bus, s_max, member);
     EXPECT_EQ((*bus)[s_max], member);
@@ -85,17 +85,17 @@ TYPED_TEST(BusRange, MayReachToTheEndsOfTheNumbers) {
 }
 
 TYPED_TEST(BusRange, ThatIsTooLargeIsRefusedBeforeAnythingChanges) {
-    using BUS = typename TypeParam::BUS;
+    using OWN_BUS = typename TypeParam::BUS;
     using boost::interprocess::bad_alloc;
-    BUS *const bus = this->make_full("a", 1, 0);
-    EXPECT_THROW(BUS::allocate(this->module, "b", s_min, 0), bad_alloc);
-    EXPECT_THROW(BUS::allocate(this->module, "b", s_max, s_min), bad_alloc);
-    EXPECT_THROW(BUS::allocate(this->module, "b", {{s_min, s_max}, {s_min, s_max}}), bad_alloc);
-    EXPECT_THROW(BUS::allocate(this->module, "b", {{0, 0xffff}, {0, 0x8000}}), bad_alloc);
-    EXPECT_THROW(BUS::allocate(this->module, "b", {{0, 0xffff}, {0, 0xffff}, {0, 0xffff}, {0, 0xffff}}), bad_alloc);
+    OWN_BUS *const bus = this->make_full("a", 1, 0);
+    EXPECT_THROW(OWN_BUS::allocate(this->module, "b", s_min, 0), bad_alloc);
+    EXPECT_THROW(OWN_BUS::allocate(this->module, "b", s_max, s_min), bad_alloc);
+    EXPECT_THROW(OWN_BUS::allocate(this->module, "b", {{s_min, s_max}, {s_min, s_max}}), bad_alloc);
+    EXPECT_THROW(OWN_BUS::allocate(this->module, "b", {{0, 0xffff}, {0, 0x8000}}), bad_alloc);
+    EXPECT_THROW(OWN_BUS::allocate(this->module, "b", {{0, 0xffff}, {0, 0xffff}, {0, 0xffff}, {0, 0xffff}}), bad_alloc);
     EXPECT_THROW(bus->set_indices(s_max, s_min), bad_alloc);
     // Small enough for a bus, and too large for the database.
-    EXPECT_THROW(BUS::allocate(this->module, "b", s_max, 0), bad_alloc);
+    EXPECT_THROW(OWN_BUS::allocate(this->module, "b", s_max, 0), bad_alloc);
     EXPECT_THROW(bus->set_indices(s_max, 0), bad_alloc);
     EXPECT_EQ(names_of(TypeParam::buses(this->module)), STRINGS({"a"}));
     EXPECT_EQ(names_of(TypeParam::iter(bus)), STRINGS({"a1", "a0"}));
@@ -132,12 +132,12 @@ TYPED_TEST(BusRange, TakesAnIndexVectorOfOneNumber) {
 }
 
 TYPED_TEST(BusDimensions, OfASingleOneAreARange) {
-    using BUS = typename TypeParam::BUS;
-    BUS *const bus = BUS::allocate(this->module, "b", {{5, 2}});
-    EXPECT_EQ(bus->get_left_index(), 5);
-    EXPECT_EQ(bus->get_right_index(), 2);
-    EXPECT_EQ(bus->get_dimension_size(), 1u);
-    EXPECT_EQ(bus->get_dimensions(), DIMENSIONS({{5, 2}}));
+    using OWN_BUS = typename TypeParam::BUS;
+    OWN_BUS *const one = OWN_BUS::allocate(this->module, "b", {{5, 2}});
+    EXPECT_EQ(one->get_left_index(), 5);
+    EXPECT_EQ(one->get_right_index(), 2);
+    EXPECT_EQ(one->get_dimension_size(), 1u);
+    EXPECT_EQ(one->get_dimensions(), DIMENSIONS({{5, 2}}));
 }
 
 TYPED_TEST(BusDimensions, AreStoredFlat) {
@@ -168,8 +168,8 @@ TYPED_TEST(BusDimensions, AreSelectedPartByPart) {
 }
 
 TYPED_TEST(BusDimensions, OfThreeAreSelectedOutermostFirst) {
-    using BUS = typename TypeParam::BUS;
-    BUS *const cube = BUS::allocate(this->module, "c", {{0, 1}, {2, 0}, {5, 6}});
+    using OWN_BUS = typename TypeParam::BUS;
+    OWN_BUS *const cube = OWN_BUS::allocate(this->module, "c", {{0, 1}, {2, 0}, {5, 6}});
     for (int i = 0; i < 2; ++i)
         TypeParam::set(cube, {i, 1, 6}, this->make("x" + std::to_string(i)));
     EXPECT_EQ(this->query(cube, "c[0:1][1][6]"), STRINGS({"x0", "x1"}));
@@ -189,9 +189,9 @@ TYPED_TEST(BusDimensions, AreGivenUpWithTheFlatRange) {
 }
 
 TYPED_TEST(BusDimensions, GoWithTheBus) {
-    using BUS = typename TypeParam::BUS;
+    using OWN_BUS = typename TypeParam::BUS;
     this->bus->deallocate();
-    BUS *const next = BUS::allocate(this->module, "b", 5, 0);
+    OWN_BUS *const next = OWN_BUS::allocate(this->module, "b", 5, 0);
     EXPECT_EQ(next->get_dimensions(), DIMENSIONS({{5, 0}}));
 }
 

@@ -11,9 +11,9 @@ class Bus : public BUS_TEST<KIND> {};
 TYPED_TEST_SUITE(Bus, KINDS);
 
 TYPED_TEST(Bus, IsNewAndEmptyAtTheFrontOfItsModule) {
-    using BUS = typename TypeParam::BUS;
-    BUS *const a = BUS::allocate(this->module, "a", 3, 0);
-    BUS *const b = BUS::allocate(this->module, "b", 0, 0);
+    using OWN_BUS = typename TypeParam::BUS;
+    OWN_BUS *const a = OWN_BUS::allocate(this->module, "a", 3, 0);
+    OWN_BUS *const b = OWN_BUS::allocate(this->module, "b", 0, 0);
     EXPECT_EQ(names_of(TypeParam::buses(this->module)), STRINGS({"b", "a"}));
     EXPECT_EQ(a->get_left_index(), 3);
     EXPECT_EQ(a->get_right_index(), 0);
@@ -28,10 +28,10 @@ TYPED_TEST(Bus, IsNewAndEmptyAtTheFrontOfItsModule) {
 }
 
 TYPED_TEST(Bus, TellsObservers) {
-    using BUS = typename TypeParam::BUS;
+    using OWN_BUS = typename TypeParam::BUS;
     EVENT_LOG log;
-    BUS *const a = BUS::allocate(this->module, "a", 3, 0);
-    BUS *const b = BUS::allocate(this->module, "b", {{1, 0}, {0, 2}});
+    OWN_BUS *const a = OWN_BUS::allocate(this->module, "a", 3, 0);
+    OWN_BUS *const b = OWN_BUS::allocate(this->module, "b", {{1, 0}, {0, 2}});
     a->set_name("c");
     a->deallocate();
     b->deallocate();
@@ -41,8 +41,8 @@ TYPED_TEST(Bus, TellsObservers) {
 }
 
 TYPED_TEST(Bus, CountsPositionsFromTheLeft) {
-    using BUS = typename TypeParam::BUS;
-    BUS *const down = BUS::allocate(this->module, "down", 3, 0);
+    using OWN_BUS = typename TypeParam::BUS;
+    OWN_BUS *const down = OWN_BUS::allocate(this->module, "down", 3, 0);
     auto *const p = this->make("p");
     TypeParam::set(down, 3, p);
     EXPECT_EQ(names_of(TypeParam::iter(down)), STRINGS({"p", "-", "-", "-"}));
@@ -53,7 +53,7 @@ TYPED_TEST(Bus, CountsPositionsFromTheLeft) {
     EXPECT_EQ(p->get_bus(), nullptr);
     EXPECT_EQ((*down)[3], nullptr);
 
-    BUS *const up = BUS::allocate(this->module, "up", 0, 3);
+    OWN_BUS *const up = OWN_BUS::allocate(this->module, "up", 0, 3);
     TypeParam::set(up, 2, p);
     EXPECT_EQ(names_of(TypeParam::iter(up)), STRINGS({"-", "-", "p", "-"}));
     EXPECT_EQ(p->get_bus(), up);
@@ -98,11 +98,11 @@ TYPED_TEST(Bus, LeavesItsMembersWhenItIsDeleted) {
 }
 
 TYPED_TEST(Bus, GivesItsMemoryBack) {
-    using BUS = typename TypeParam::BUS;
+    using OWN_BUS = typename TypeParam::BUS;
     const auto make_and_delete = [this] {
-        BUS *const a = BUS::allocate(this->module, "a", 999, 0);
+        OWN_BUS *const a = OWN_BUS::allocate(this->module, "a", 999, 0);
         a->set_indices(99, 0);
-        BUS *const b = BUS::allocate(this->module, "b", {{9, 0}, {0, 9}});
+        OWN_BUS *const b = OWN_BUS::allocate(this->module, "b", {{9, 0}, {0, 9}});
         a->deallocate();
         b->deallocate();
     };
@@ -140,18 +140,18 @@ TYPED_TEST(Bus, FindsItsModuleByItsMembers) {
 }
 
 TYPED_TEST(Bus, WithoutMembersIsSearchedFor) {
-    using BUS = typename TypeParam::BUS;
-    BUS *const first = BUS::allocate(this->module, "a", 1, 0);
-    BUS *const second = BUS::allocate(this->module, "b", 1, 0);
-    BUS *const other = BUS::allocate(this->top, "c", 1, 0);
+    using OWN_BUS = typename TypeParam::BUS;
+    OWN_BUS *const first = OWN_BUS::allocate(this->module, "a", 1, 0);
+    OWN_BUS *const second = OWN_BUS::allocate(this->module, "b", 1, 0);
+    OWN_BUS *const other = OWN_BUS::allocate(this->top, "c", 1, 0);
     EXPECT_EQ(first->find_parent(), this->module);
     EXPECT_EQ(second->find_parent(), this->module);
     EXPECT_EQ(other->find_parent(), this->top);
 }
 
 TYPED_TEST(Bus, PrintsItsName) {
-    using BUS = typename TypeParam::BUS;
-    const BUS *const bus = BUS::allocate(this->module, "a", 1, 0);
+    using OWN_BUS = typename TypeParam::BUS;
+    const OWN_BUS *const bus = OWN_BUS::allocate(this->module, "a", 1, 0);
     EXPECT_EQ(bus->get_name(), "a");
     EXPECT_EQ(bus->debug_get_name(), "a");
     EXPECT_EQ(bus->get_name({.with_parent = true, .parent_separator = '/'}), "m/a");
@@ -162,8 +162,8 @@ TYPED_TEST(Bus, PrintsItsName) {
 }
 
 TYPED_TEST(Bus, IsFoundByItsNewName) {
-    using BUS = typename TypeParam::BUS;
-    BUS *const bus = BUS::allocate(this->module, "a", 1, 0);
+    using OWN_BUS = typename TypeParam::BUS;
+    OWN_BUS *const bus = OWN_BUS::allocate(this->module, "a", 1, 0);
     EXPECT_EQ(TypeParam::find(this->module, "a"), bus);
     bus->set_name("b");
     EXPECT_EQ(TypeParam::find(this->module, "a"), nullptr);
@@ -172,8 +172,8 @@ TYPED_TEST(Bus, IsFoundByItsNewName) {
 }
 
 TYPED_TEST(Bus, HasASourceLocation) {
-    using BUS = typename TypeParam::BUS;
-    BUS *const bus = BUS::allocate(this->module, "a", 1, 0);
+    using OWN_BUS = typename TypeParam::BUS;
+    OWN_BUS *const bus = OWN_BUS::allocate(this->module, "a", 1, 0);
     EXPECT_EQ(bus->get_file_name(), "");
     EXPECT_EQ(bus->get_file_lineno(), 0u);
     EXPECT_EQ(bus->get_src_location(), "");
@@ -190,9 +190,9 @@ TYPED_TEST(Bus, HasASourceLocation) {
 }
 
 TYPED_TEST(Bus, IsCountedWithItsArray) {
-    using BUS = typename TypeParam::BUS;
-    BUS::allocate(this->module, "a", 99, 0);
-    BUS::allocate(this->module, "b", {{1, 0}, {0, 24}});
+    using OWN_BUS = typename TypeParam::BUS;
+    OWN_BUS::allocate(this->module, "a", 99, 0);
+    OWN_BUS::allocate(this->module, "b", {{1, 0}, {0, 24}});
     const NYX_STATS stats = this->db->get_internal_stats();
     long bytes = 0;
     for (const NYX_TYPE_STATS &type : stats.get_type_stats()) {
@@ -206,26 +206,26 @@ TYPED_TEST(Bus, IsCountedWithItsArray) {
 }
 
 TYPED_TEST(Bus, SurvivesASaveAndALoad) {
-    using BUS = typename TypeParam::BUS;
+    using OWN_BUS = typename TypeParam::BUS;
     const TEMP_DIR dir;
     const std::string path = (dir / "saved.nyx").string();
     NYX_DB *const saved = NYX_DB::create(path.c_str(), 64, NYX_DB_TYPE::USER);
     NYX_MODULE *const saved_module = make_module(saved, "s", STRINGS(4));
-    BUS *const bus = BUS::allocate(saved_module, "a", 1, 0);
+    OWN_BUS *const bus = OWN_BUS::allocate(saved_module, "a", 1, 0);
     TypeParam::set(bus, 1, TypeParam::make(saved_module, "x"));
     bus->set_src_location("a.v", 12);
-    BUS *const grid = BUS::allocate(saved_module, "b", {{1, 0}, {0, 2}});
+    OWN_BUS *const grid = OWN_BUS::allocate(saved_module, "b", {{1, 0}, {0, 2}});
     TypeParam::set(grid, {0, 1}, TypeParam::make(saved_module, "y"));
     saved->close();
 
     NYX_DB *const loaded = NYX_DB::open(path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY);
     NYX_MODULE *const loaded_module = loaded->find_local_module("s");
-    const BUS *const loaded_bus = TypeParam::find(loaded_module, "a");
+    const OWN_BUS *const loaded_bus = TypeParam::find(loaded_module, "a");
     EXPECT_EQ(names_of(TypeParam::const_iter(loaded_bus)), STRINGS({"x", "-"}));
     EXPECT_EQ((*loaded_bus)[1]->get_bus(), loaded_bus);
     EXPECT_EQ(loaded_bus->find_parent(), loaded_module);
     EXPECT_EQ(loaded_bus->get_src_location(), "a.v:12");
-    const BUS *const loaded_grid = TypeParam::find(loaded_module, "b");
+    const OWN_BUS *const loaded_grid = TypeParam::find(loaded_module, "b");
     EXPECT_EQ(loaded_grid->get_dimensions(), DIMENSIONS({{1, 0}, {0, 2}}));
     EXPECT_EQ(TypeParam::get(loaded_grid, {0, 1})->get_name(), "y");
     this->expect_sound(loaded);
