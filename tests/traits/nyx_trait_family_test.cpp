@@ -1,4 +1,5 @@
 // The trait members, once for every class of objects that has them.
+#include "netlist/nyx_schema.h"
 #include "traits/trait_test_support.h"
 
 namespace {

@@ -89,9 +89,9 @@ TEST(TraitLinks, GoWithTheirDatabase) {
 
 TEST(TraitLinks, EveryoneOfASetReachesTheOthers) {
     NYX_TRAIT_LINKS links;
-    int traits[3];
+    int traits[3] = {}, roots[3] = {};
     // Roots are keys here, never looked into.
-    const auto root = [&traits](int i) { return reinterpret_cast<const NYX_DB_PERSISTENT *>(&traits[i] + 10); };
+    const auto root = [&roots](int i) { return reinterpret_cast<const NYX_DB_PERSISTENT *>(&roots[i]); };
     links.link(&traits[0], root(0), &traits[1], root(1));
     links.link(&traits[0], root(0), &traits[2], root(2));
     EXPECT_EQ(links.find(&traits[1], root(0)).trait, &traits[0]);
