@@ -1,6 +1,6 @@
 #include "bus_test_support.h"
 
-#include "temp_dir.h"
+#include "support/temp_dir.h"
 
 using namespace bus_test;
 
