@@ -1,5 +1,7 @@
 // Databases in files: created, opened, saved, closed.
 #include "database_test_support.h"
+#include "netlist/nyx_inst_header_table.h"
+#include "nyx/nyx.h"
 #include "support/temp_dir.h"
 
 #include <sys/stat.h>
@@ -158,6 +160,67 @@ TEST_F(DbFile, OpenedDatabaseIsWhatWasSaved) {
         EXPECT_EQ(to_vector(NYX_DB::iter_open_dbs()), std::vector<NYX_DB *>{db});
         EXPECT_EQ(db->close(), 0);
     }
+}
+
+TEST_F(DbFile, ModulesAndHeadersAreFoundAgain) {
+    SCOPED_DB library("file_test_library", NYX_DB_TYPE::COMPONENT);
+    NYX_MODULE *const cell = NYX_MODULE::allocate(library, "cell", 0);
+    NYX_DB *db = NYX_DB::create(m_path.c_str(), s_size_MiB, NYX_DB_TYPE::USER);
+    NYX_MODULE *const top = NYX_MODULE::allocate(db, "top", 0);
+    NYX_INSTANCE::allocate(top, "u", cell);
+    db->close();
+
+    db = NYX_DB::open(m_path.c_str(), MODE::READ_ONLY);
+    NYX_MODULE *const found = db->find_local_module("top");
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(found->get_name(), "top");
+    EXPECT_EQ(db->find_local_module("cell"), nullptr);
+    NYX_INSTANCE *const instance = found->find_instance("u");
+    ASSERT_NE(instance, nullptr);
+    const NYX_NAME_MANAGER &names = root_of(db)->names();
+    const INST_HEADER_KEY key("", false, names.find_id("file_test_library"), names.find_id("cell"));
+    const NYX_INST_HEADER_ID id = root_of(db)->find_inst_header(key);
+    ASSERT_NE(id, NYX_INST_HEADER_ID::INVALID);
+    EXPECT_EQ(static_cast<NYX_INST_HEADER *>(root_of(db)->table<NYX_INST_HEADER>().get(id)),
+              instance->get_inst_header());
+    db->close();
+}
+
+TEST_F(DbFile, StatisticsAccountForAllThatIsUsed) {
+    NYX_DB *db = NYX_DB::create(m_path.c_str(), s_size_MiB, NYX_DB_TYPE::USER);
+    const std::string bytes(100, 'x');
+    const NYX_APP_DATA data(100, reinterpret_cast<const unsigned char *>(bytes.data()));
+    NYX_APP_TRAIT *const trait = NYX_NET::create_app_trait(db, "notes", NYX_APP_DATA(), "", "", "");
+    NYX_MODULE *const leaf = NYX_MODULE::allocate(db, "leaf", 2);
+    NYX_PORT::allocate(leaf, "a", 0);
+    for (int i = 0; i < 300; ++i) {
+        const std::string number = std::to_string(i);
+        NYX_MODULE *const module = NYX_MODULE::allocate(db, "m" + number, 3);
+        NYX_PORT *const port = NYX_PORT::allocate(module, "a", 0);
+        NYX_PORT_BUS *const bus = NYX_PORT_BUS::allocate(module, "b", 1, 0);
+        bus->set_port(0, NYX_PORT::allocate(module, "b0", 1));
+        NYX_INTERFACE *const interface = NYX_INTERFACE::allocate(module, "i");
+        interface->add_port(port);
+        interface->add_port_bus(bus);
+        NYX_NET *const net = NYX_NET::allocate(module, "n" + number);
+        net->set_value(trait, data);
+        net->set_property("weight", i);
+        NYX_INSTANCE *const instance = NYX_INSTANCE::allocate(module, "u", leaf);
+        // Every third loses much of it, and what comes later takes the place.
+        if (i % 3 == 0) {
+            instance->deallocate();
+            net->deallocate();
+            interface->deallocate();
+        }
+    }
+    CAPTURING_SINK reports;
+    EXPECT_GT(db->get_internal_stats().get_used(), 0u);
+    EXPECT_EQ(reports.texts(NYX_REPORT::SEVERITY::WARNING), TEXTS());
+    db->close();
+    db = NYX_DB::open(m_path.c_str(), MODE::READ_ONLY);
+    db->get_internal_stats();
+    EXPECT_EQ(reports.texts(NYX_REPORT::SEVERITY::WARNING), TEXTS());
+    db->close();
 }
 
 TEST_F(DbFile, EveryTypeOfDatabaseComesBack) {

@@ -7,6 +7,9 @@
 #include "netlist/nyx_net_table.h"
 #include "netlist/nyx_port_table.h"
 
+#include "nyx/nyx_module.h"
+#include "nyx/nyx_net.h"
+
 #include <functional>
 
 namespace {
@@ -16,33 +19,23 @@ protected:
     void SetUp() override {
         m_db = NYX_DB::create_non_persistent(s_size_MiB, NYX_DB_TYPE::USER, "", "");
         NYX_DB_PERSISTENT *const root = root_of(m_db);
-        auto &nets = root->table<NYX_NET>();
-        std::vector<NYX_NET_IMPL *> rows;
-        for (int i = 0; i < 500; ++i) {
-            rows.push_back(nets.allocate());
-            rows.back()->m_name_id = root->names().get_id(("net_" + std::to_string(i)).c_str());
-        }
+        NYX_MODULE *const first = NYX_MODULE::allocate(m_db, "first", 0);
+        std::vector<NYX_NET *> nets;
+        for (int i = 0; i < 500; ++i)
+            nets.push_back(NYX_NET::allocate(first, "net_" + std::to_string(i)));
         root->names().get_id("bus[3]");
-        for (std::size_t i = 0; i < rows.size(); i += 5)
-            nets.deallocate(rows[i]);
+        for (std::size_t i = 0; i < nets.size(); i += 5)
+            nets[i]->deallocate();
         auto &ports = root->table<NYX_PORT>();
         const NYX_PORT_ID run = ports.get_id(ports.allocate(600));
         ports.deallocate(NYX_PORT_ID(run.get() + 10), 5);
         ports.deallocate(NYX_PORT_ID(run.get() + 100), 20);
-        add_module("first");
-        add_module("second");
+        NYX_MODULE::allocate(m_db, "second", 0);
         NYX_DB_IMPL::of(*m_db).m_file->commit_impl(m_path, NYX_COMPRESSION::NONE, 0, 1, {});
         m_bytes = read_file(m_path);
     }
     void TearDown() override { m_db->close(); }
 
-    void add_module(const char *name) {
-        NYX_DB_PERSISTENT *const root = root_of(m_db);
-        NYX_MODULE_TABLE &table = root->table<NYX_MODULE>();
-        const NYX_MODULE_ID id = table.get_id(table.allocate());
-        *table.m_name_id.get(id) = root->names().get_id(name);
-        root->register_module(*table.m_name_id.get(id), id);
-    }
     // Where an object of the open database lies in the file.
     std::size_t in_file(const void *at) const {
         return 53 + static_cast<std::size_t>(static_cast<const char *>(at) -

@@ -213,7 +213,7 @@ TEST(FindOpenDb, SameFileUnderAnotherNameIsRefused) {
 
 // ---- Links
 
-TEST(SubDbs, LinkIsNewOnce) {
+TEST(LinkerSubDbs, LinkIsNewOnce) {
     SCOPED_DB parent("linker_parent"), child("linker_child");
     EXPECT_TRUE(linker().add_sub_db(parent, child));
     EXPECT_FALSE(linker().add_sub_db(parent, child));
@@ -224,7 +224,7 @@ TEST(SubDbs, LinkIsNewOnce) {
     EXPECT_TRUE(NYX_DB_IMPL::is_closed(*child)) << "the use that was the parent's";
 }
 
-TEST(SubDbs, UnknownDatabaseIsAnError) {
+TEST(LinkerSubDbs, UnknownDatabaseIsAnError) {
     SCOPED_DB db("linker_a");
     linker().unregister_db("linker_a", db, false);
     for (const bool direct : {false, true}) {
@@ -236,7 +236,7 @@ TEST(SubDbs, UnknownDatabaseIsAnError) {
     linker().register_db("linker_a", db);
 }
 
-TEST(SubDbs, RefusedCloseOfASharedLibraryIsRepaired) {
+TEST(LinkerSubDbs, RefusedCloseOfASharedLibraryIsRepaired) {
     SCOPED_DB a("linker_a"), b("linker_b"), library("linker_library");
     link_dbs(a, library);
     link_dbs(b, library);

@@ -126,6 +126,16 @@ TEST_F(PathsReader, OpenDatabaseOfThatNameIsTold) {
     EXPECT_EQ(NYX_DB::find_db_path_from_db_name("paths_a", ""), "/open/a.nyx") << "it is mapped all the same";
 }
 
+TEST_F(PathsReader, DatabaseOfThatNameInMemoryHasNoPathToTell) {
+    SCOPED_DB db("paths_in_memory");
+    m_reports.clear();
+    std::istringstream stream("DEFINE paths_in_memory /new/a.nyx\n");
+    std::size_t num_added = 0;
+    EXPECT_TRUE(NYX_DB_LINKER::get().add_paths(stream, "/base", true, num_added));
+    EXPECT_EQ(m_reports.lines(),
+              (LINES{{INFO, "DB paths_in_memory is already open as . Close it first to use /new/a.nyx instead"}}));
+}
+
 // ---- Comments
 
 TEST_F(PathsReader, OtherLinesAreComments) {

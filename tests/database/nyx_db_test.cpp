@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 #include <type_traits>
@@ -117,6 +118,23 @@ TEST(CloseDb, ReturnsTheUsesLeft) {
     EXPECT_EQ(db->get_name(), "frame_a");
     EXPECT_EQ(db->close(), 0);
     EXPECT_EQ(NYX_DB::get_num_users("frame_a", ""), 0);
+}
+
+TEST(CloseDb, OfADatabaseInMemoryWritesNoFile) {
+    const TEMP_DIR dir;
+    const WORKING_DIR here(dir.path());
+    create_db("frame_a")->close();
+    EXPECT_TRUE(fs::is_empty(dir.path()));
+}
+
+TEST(CloseDb, IsAProfileScopeAndSoIsCreating) {
+    NYX_REPORT::start_trace();
+    create_db("frame_a")->close();
+    std::ostringstream written;
+    NYX_REPORT::write_trace(written);
+    const std::string trace = written.str();
+    EXPECT_NE(trace.find("{\"name\":\"NYX_DB::create_non_persistent\","), std::string::npos) << trace;
+    EXPECT_NE(trace.find("{\"name\":\"NYX_DB::close\","), std::string::npos) << trace;
 }
 
 TEST(CloseDb, NameMayBeUsedAgain) {

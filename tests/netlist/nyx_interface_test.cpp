@@ -34,6 +34,27 @@ TEST_F(Interface, IsNewAndEmptyAtTheFrontOfItsModule) {
     EXPECT_TRUE(interface->const_iter_port_buses().empty());
 }
 
+TEST_F(Interface, CountsItsListsInStatistics) {
+    const auto bytes_of = [this](const std::string &field_name) {
+        const NYX_STATS stats = db->get_internal_stats();
+        for (const NYX_TYPE_STATS &type : stats.get_type_stats())
+            for (const NYX_FIELD_STATS &field : type.get_field_stats())
+                if (type.get_type() == "NYX_INTERFACE_TABLE" && field.get_type() == field_name)
+                    return field.get_bytes();
+        return -1L;
+    };
+    EXPECT_EQ(bytes_of("*ports"), 0);
+    EXPECT_EQ(bytes_of("*port_buses"), 0);
+    interface->add_port(port("a"));
+    EXPECT_EQ(bytes_of("*ports"), 32 + 8) << "the list, and room for one";
+    EXPECT_EQ(bytes_of("*port_buses"), 0);
+    interface->add_port_bus(bus);
+    EXPECT_EQ(bytes_of("*port_buses"), 32 + 8);
+    interface->deallocate();
+    EXPECT_EQ(bytes_of("*ports"), 0);
+    EXPECT_EQ(bytes_of("*port_buses"), 0);
+}
+
 TEST_F(Interface, IsStartOrEnd) {
     interface->set_end();
     EXPECT_TRUE(interface->is_end());

@@ -168,6 +168,74 @@ TEST_F(ItersDeath, UsedAtTheEndEndTheRun) {
     EXPECT_DEATH(++port, "check failed: m_index != NYX_PORT_ID::INVALID ");
 }
 
+// Walks over the members of buses and interfaces.
+
+template <class OWNER, class ITER, class CONST_ITER, class MEMBER>
+void expect_walk(const OWNER *owner, const std::vector<MEMBER *> &members) {
+    std::vector<MEMBER *> found;
+    for (ITER at(owner); at != ITER(); ++at)
+        found.push_back(*at);
+    EXPECT_EQ(found, members);
+    ITER at(owner);
+    CONST_ITER const_at = at;
+    EXPECT_TRUE(const_at == at && at == const_at);
+    EXPECT_EQ(*const_at, *at);
+    ++const_at;
+    EXPECT_TRUE(const_at != at);
+    std::advance(at, members.size());
+    EXPECT_TRUE(at == ITER());
+    static_assert(std::is_same_v<decltype(*at), MEMBER *> && std::is_same_v<decltype(*const_at), const MEMBER *>);
+    static_assert(!std::is_convertible_v<CONST_ITER, ITER>);
+}
+
+TEST_F(Iters, ArraysComeInTheirOrderWithTheEmptyPositions) {
+    NYX_PORT_BUS *const ports = m_top->find_port_bus("a");
+    NYX_NET_BUS *const nets = m_top->find_net_bus("a");
+    NYX_INSTANCE_BUS *const instances = m_top->find_instance_bus("a");
+    NYX_INTERFACE *const interface = m_top->find_interface("a");
+    NYX_PORT *const port = m_top->find_port("a");
+    NYX_PORT *const other = NYX_PORT::allocate(m_top, "c", 1, nullptr);
+    NYX_PORT_BUS *const other_ports = m_top->find_port_bus("b");
+    ports->set_port(0, port); // at the second position
+    other_ports->set_port(1, m_top->find_port("b"));
+    interface->add_port(other);
+    interface->add_port_bus(other_ports);
+    interface->add_port_bus(ports);
+    nets->set_net(1, m_net);
+    instances->set_instance(0, m_instance);
+    expect_walk<NYX_PORT_BUS, NYX_PORT_BUS_PORT_ITER, NYX_PORT_BUS_PORT_CONST_ITER, NYX_PORT>(ports, {nullptr, port});
+    expect_walk<NYX_NET_BUS, NYX_NET_BUS_NET_ITER, NYX_NET_BUS_NET_CONST_ITER, NYX_NET>(nets, {m_net, nullptr});
+    expect_walk<NYX_INSTANCE_BUS, NYX_INSTANCE_BUS_INSTANCE_ITER, NYX_INSTANCE_BUS_INSTANCE_CONST_ITER, NYX_INSTANCE>(
+        instances, {nullptr, m_instance});
+    expect_walk<NYX_INTERFACE, NYX_INTERFACE_PORT_ITER, NYX_INTERFACE_PORT_CONST_ITER, NYX_PORT>(interface, {other});
+    expect_walk<NYX_INTERFACE, NYX_INTERFACE_PORT_BUS_ITER, NYX_INTERFACE_PORT_BUS_CONST_ITER, NYX_PORT_BUS>(
+        interface, {other_ports, ports});
+}
+
+template <class ITER>
+void expect_death_at_end(const std::string &id_name) {
+    const std::string said = "check failed: m_index != " + id_name + "::INVALID ";
+    EXPECT_DEATH(*ITER(), said);
+    ITER at;
+    EXPECT_DEATH(++at, said);
+    EXPECT_DEATH(ITER(nullptr), "check failed: parent != nullptr ");
+}
+
+TEST_F(ItersDeath, OfArraysEndTheRunAtTheEndAndOfANullParent) {
+    expect_death_at_end<NYX_PORT_BUS_PORT_ITER>("NYX_PORT_ID");
+    expect_death_at_end<NYX_PORT_BUS_PORT_CONST_ITER>("NYX_PORT_ID");
+    expect_death_at_end<NYX_NET_BUS_NET_ITER>("NYX_NET_ID");
+    expect_death_at_end<NYX_INSTANCE_BUS_INSTANCE_ITER>("NYX_INSTANCE_ID");
+    expect_death_at_end<NYX_INTERFACE_PORT_ITER>("NYX_PORT_ID");
+    expect_death_at_end<NYX_INTERFACE_PORT_BUS_ITER>("NYX_PORT_BUS_ID");
+}
+
+TEST_F(ItersDeath, OfModulesUsedAtTheEndEndTheRun) {
+    NYX_DB_MODULE_ITER at;
+    EXPECT_DEATH(*at, "check failed: m_index != NYX_MODULE_ID::INVALID ");
+    EXPECT_DEATH(*NYX_DB_INTERFACE_ITER(), "check failed: m_index != NYX_INTERFACE_ID::INVALID ");
+}
+
 // Walks over tables.
 
 TEST_F(Iters, ADatabaseListsItsModulesWithoutDeletedOnes) {

@@ -2,8 +2,12 @@
 
 #include "netlist_test_support.h"
 
+#include "support/temp_dir.h"
+#include "traits/nyx_builtin_traits.h"
 #include <set>
 #include <vector>
+
+#include <utility>
 
 using namespace netlist_test;
 
@@ -117,6 +121,46 @@ TEST_F(USERS, OfADatabaseThatIsRegisteredAnewAreKnown) {
     EXPECT_EQ(linker().get_instances_of(cell), (INSTANCES{v}));
     linker().unregister_db("lib", lib, true);
     linker().register_db("lib", lib);
+    EXPECT_EQ(linker().get_instances_of(remote), (INSTANCES{u}));
+}
+
+TEST_F(USERS, OfADesignThatIsOpenedLaterAreKnown) {
+    const TEMP_DIR dir;
+    const std::string path = dir / "later.nyx";
+    SCOPED_DB lib("lib", NYX_DB_TYPE::COMPONENT);
+    NYX_MODULE *const remote = make_module(lib, "remote", {"a"});
+    NYX_DB *later = NYX_DB::create(path.c_str(), s_size_MiB, NYX_DB_TYPE::USER);
+    NYX_INSTANCE::allocate(make_module(later, "top"), "u", remote);
+    later->close();
+    ASSERT_EQ(linker().get_instances_of(remote), INSTANCES());
+    // Where its headers lead is asked while it is entered in the index.
+    later = NYX_DB::open(path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY);
+    const INSTANCES &users = linker().get_instances_of(remote);
+    ASSERT_EQ(users.size(), 1u);
+    EXPECT_EQ((*users.begin())->get_name(), "u");
+    EXPECT_EQ((*users.begin())->get_db(), later);
+    later->close();
+    EXPECT_EQ(linker().get_instances_of(remote), INSTANCES());
+}
+
+TEST_F(USERS, OfADatabaseThatCanNotBeIndexedAreNotThereAndNeitherIsIt) {
+    SCOPED_DB lib("lib", NYX_DB_TYPE::COMPONENT);
+    NYX_MODULE *const remote = make_module(lib, "remote", {"a"});
+    NYX_INSTANCE *const v = make_instance("v", cell);
+    NYX_INSTANCE *const u = make_instance("u", remote);
+    linker().get_instances_of(remote);
+    linker().unregister_db("design", db, true);
+    // Without this trait nobody can say where a header leads.
+    auto &trait = NYX_DB_IMPL::of(*db).m_builtin_traits->m_inst_header_is_user_group_trait;
+    auto *const kept = std::exchange(trait, nullptr);
+    EXPECT_THROW(linker().register_db("design", db), NYX_INVALID_ARGUMENT);
+    trait = kept;
+    EXPECT_EQ(linker().find_db_persistent("design", nullptr), nullptr);
+    EXPECT_EQ(NYX_DB::get_num_users("design", ""), 0);
+    EXPECT_EQ(to_vector(NYX_DB::iter_open_dbs()), std::vector<NYX_DB *>{lib});
+    EXPECT_EQ(linker().get_instances_of(cell), INSTANCES());
+    linker().register_db("design", db);
+    EXPECT_EQ(linker().get_instances_of(cell), (INSTANCES{v}));
     EXPECT_EQ(linker().get_instances_of(remote), (INSTANCES{u}));
 }
 

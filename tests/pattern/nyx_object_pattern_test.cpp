@@ -1,5 +1,7 @@
 // What holds for every object type: one suite over all of them.
-#include "pattern/object_types.h"
+#include "pattern/primary_rows.h"
+
+#include "netlist/nyx_schema.h"
 
 #include <boost/interprocess/exceptions.hpp>
 
@@ -138,6 +140,12 @@ TYPED_TEST(ObjectPattern, MoveCopiesRowAndCellsAndRebasesPointers) {
     EXPECT_EQ(this->bytes_of(*this->m_table.get(to)), this->bytes_of(OWN_ROW()));
     this->expect_initial_cells(to);
 
+    void *const target = this->m_root.root;
+    fill_row<TypeParam>(this->m_table.get(from), target, 0x2a);
+    this->m_table.move(from, to);
+    EXPECT_TRUE(is_filled<TypeParam>(this->m_table.get(to), target, 0x2a));
+    EXPECT_TRUE(is_filled<TypeParam>(this->m_table.get(from), target, 0x2a)) << "what is moved stays";
+
     int marks = 0;
     OWN_TABLE::for_each_column([&](const char *name, auto column) {
         auto *const cell = (this->m_table.*column).get(from);
@@ -163,6 +171,19 @@ TYPED_TEST(ObjectPattern, MoveCopiesRowAndCellsAndRebasesPointers) {
     int columns = 0;
     OWN_TABLE::for_each_column([&](const char *, auto) { ++columns; });
     EXPECT_EQ(marks, columns);
+}
+
+TYPED_TEST(ObjectPattern, FieldsOfTheRowAreWhereTheFileHasThem) {
+    std::size_t end = 0;
+    for (const ROW_FIELD &field : row_fields<TypeParam>()) {
+        EXPECT_EQ(field.offset, field.stored_offset) << field.name;
+        EXPECT_EQ(field.width, field.stored_width) << field.name;
+        EXPECT_EQ(field.offset, end) << field.name << " leaves a gap";
+        end = field.offset + field.width;
+    }
+    // What is behind the last one rounds the row up to its alignment.
+    EXPECT_GE(sizeof(typename TestFixture::IMPL), end);
+    EXPECT_LT(sizeof(typename TestFixture::IMPL), end + 8);
 }
 
 TYPED_TEST(ObjectPattern, ColumnsAreInTheOrderOfTheirNames) {
@@ -201,50 +222,109 @@ TYPED_TEST(ObjectPattern, SchemaIsTheSameWithAndWithoutItsMembers) {
 
 TYPED_TEST(ObjectPattern, AnImageAtAnotherAddressAnswersTheSame) {
     using OWN_TABLE = typename TestFixture::TABLE;
-    for (int i = 0; i < 300; ++i)
+    using OWN_ID = typename TestFixture::ID;
+    constexpr unsigned num_rows = 300;
+    const auto partner = [](unsigned i) { return OWN_ID((i * 7 + 1) % num_rows); };
+    for (unsigned i = 0; i < num_rows; ++i)
         this->allocate(this->m_table);
+    for (unsigned i = 0; i < num_rows; ++i) {
+        void *const target = this->m_table.get(partner(i));
+        fill_row<TypeParam>(this->m_table.get(OWN_ID(i)), target, int(i % 100));
+        OWN_TABLE::for_each_column([&](const char *, auto column) {
+            auto *const cell = (this->m_table.*column).get(OWN_ID(i));
+            using CELL = std::remove_reference_t<decltype(*cell)>;
+            if constexpr (is_offset_pointer<CELL>)
+                *cell = reinterpret_cast<typename CELL::element_type *>(target);
+            else
+                std::memset(static_cast<void *>(cell), int(i % 100), sizeof(*cell));
+        });
+        if constexpr (OWN_TABLE::s_has_properties) {
+            NYX_ROW_PROPERTIES values(this->m_root.segment.get_segment_manager());
+            values.emplace(NYX_NAME_ID(3), NYX_STORED_PROPERTY(int(i)));
+            this->m_table.m_properties.emplace(OWN_ID(i), std::move(values));
+        }
+    }
     const NYX_SEGMENT copy(this->m_root.segment, 0);
     auto *const manager = const_cast<NYX_SEGMENT_MANAGER *>(copy.get_segment_manager());
     NYX_DB_PERSISTENT *const root = manager->find<NYX_DB_PERSISTENT>(NYX_DB_PERSISTENT::s_object_name).first;
     ASSERT_NE(root, nullptr);
     ASSERT_NE(root, this->m_root.root);
     OWN_TABLE &table = root->template table<TypeParam>();
-    EXPECT_EQ(table.num_allocated(), 300u);
-    for (unsigned i = 0; i < 300; ++i) {
-        auto *const row = table.get(typename TestFixture::ID(i));
+    EXPECT_EQ(table.num_allocated(), num_rows);
+    for (unsigned i = 0; i < num_rows; ++i) {
+        auto *const row = table.get(OWN_ID(i));
+        const void *const target = table.get(partner(i));
         EXPECT_EQ(OWN_TABLE::get_id(row).get(), i);
         EXPECT_EQ(nyx_get_persistent(row), root);
+        EXPECT_TRUE(is_filled<TypeParam>(row, target, int(i % 100))) << i;
+        OWN_TABLE::for_each_column([&](const char *name, auto column) {
+            const auto &cell = *(table.*column).get(OWN_ID(i));
+            using CELL = std::remove_cvref_t<decltype(cell)>;
+            if constexpr (is_offset_pointer<CELL>)
+                EXPECT_EQ(static_cast<const void *>(cell.get()), target) << name;
+            else
+                EXPECT_EQ(this->bytes_of(cell), std::string(sizeof(cell), char(i % 100))) << name;
+        });
+        if constexpr (OWN_TABLE::s_has_properties) {
+            const auto found = table.m_properties.find(OWN_ID(i));
+            ASSERT_NE(found, table.m_properties.end());
+            ASSERT_EQ(found->second.size(), 1u);
+            EXPECT_EQ(found->second.begin()->first, NYX_NAME_ID(3));
+            EXPECT_EQ(boost::get<int>(found->second.begin()->second), int(i));
+        }
     }
     // It goes on by itself.
-    EXPECT_EQ(OWN_TABLE::get_id(this->allocate(table)).get(), 300u);
-    EXPECT_EQ(this->m_table.num_allocated(), 300u);
+    EXPECT_EQ(OWN_TABLE::get_id(this->allocate(table)).get(), num_rows);
+    EXPECT_EQ(this->m_table.num_allocated(), num_rows);
 }
 
 TYPED_TEST(ObjectPattern, AFullSegmentLeavesTheTableConsistent) {
-    using PAGE = typename TestFixture::PRIMARY_PAGE;
-    for (unsigned i = 0; i < PAGE::s_capacity; ++i)
-        this->allocate(this->m_table);
-    NYX_SEGMENT_MANAGER *const manager = this->m_root.segment.get_segment_manager();
-    std::vector<void *> filler;
-    while (void *const block = manager->allocate(1 << 16, std::nothrow))
-        filler.push_back(block);
-    // Room is given back piece by piece, so that each of the columns is once the one that can't grow.
-    for (std::size_t pages = 0; pages < 3; ++pages) {
-        std::vector<void *> small;
-        while (void *const block = manager->allocate(8, std::nothrow))
-            small.push_back(block);
-        EXPECT_THROW(this->allocate(this->m_table), boost::interprocess::bad_alloc);
-        EXPECT_EQ(this->m_table.num_allocated(), PAGE::s_capacity);
-        EXPECT_EQ(this->m_table.iter_limit(), PAGE::s_capacity);
-        EXPECT_EQ(this->m_table.m_primary.get_num_pages(), 1u);
-        for (void *const block : small)
-            manager->deallocate(block);
+    using OWN_TABLE = typename TestFixture::TABLE;
+    ROOT root(std::size_t(1) << 20);
+    OWN_TABLE &table = root.root->template table<TypeParam>();
+    NYX_SEGMENT_MANAGER *const manager = root.segment.get_segment_manager();
+    // The lists of pages and of free pages have room; nothing else does.
+    void *const room_for_lists = manager->allocate(2000);
+    std::vector<void *> pages;
+    while (void *const block = manager->allocate_aligned(4088, 4096, std::nothrow))
+        pages.push_back(block);
+    std::vector<void *> small;
+    while (void *const block = manager->allocate(8, std::nothrow))
+        small.push_back(block);
+    manager->deallocate(room_for_lists);
+
+    const auto num_pages = [&table] {
+        std::size_t sum = table.m_primary.get_num_pages();
+        OWN_TABLE::for_each_column([&](const char *, auto column) { sum += (table.*column).get_num_pages(); });
+        return sum;
+    };
+    unsigned columns = 1;
+    OWN_TABLE::for_each_column([&](const char *, auto) { ++columns; });
+    ASSERT_GT(pages.size(), columns);
+    // With room for one page more each time, every column is once the one that can't grow.
+    typename TestFixture::IMPL *row = nullptr;
+    unsigned failures = 0;
+    while (row == nullptr) {
+        try {
+            row = this->allocate(table);
+            continue;
+        } catch (const boost::interprocess::bad_alloc &) {
+            ++failures;
+        }
+        ASSERT_FALSE(pages.empty());
+        EXPECT_EQ(table.num_allocated(), 0u);
+        EXPECT_EQ(table.iter_limit(), 0u);
+        EXPECT_EQ(num_pages(), 0u) << failures;
+        EXPECT_EQ(root.segment.algorithm().find_fault(), "");
+        manager->deallocate(pages.back());
+        pages.pop_back();
     }
-    for (void *const block : filler)
-        manager->deallocate(block);
-    auto *const row = this->allocate(this->m_table);
-    EXPECT_EQ(TestFixture::TABLE::get_id(row).get(), PAGE::s_capacity);
-    this->expect_initial_cells(TestFixture::TABLE::get_id(row));
+    EXPECT_GE(failures, columns);
+    EXPECT_LE(failures, columns + 1) << "more than one page a column";
+    EXPECT_EQ(num_pages(), columns);
+    EXPECT_EQ(OWN_TABLE::get_id(row).get(), 0u);
+    using OWN_ROW = typename TestFixture::IMPL;
+    EXPECT_EQ(this->bytes_of(*row), this->bytes_of(OWN_ROW()));
 }
 
 TYPED_TEST(ObjectPattern, HashFollowsTheHandle) {
@@ -252,6 +332,12 @@ TYPED_TEST(ObjectPattern, HashFollowsTheHandle) {
     auto *const other = this->allocate(this->m_table);
     EXPECT_EQ(row->python_hash(), row->python_hash());
     EXPECT_NE(row->python_hash(), other->python_hash());
+    EXPECT_EQ(row->python_hash(), nyx_hash_address(row));
+}
+
+TEST(HashOfAnAddress, MixesItsBytesFromTheLowestOn) {
+    EXPECT_EQ(nyx_hash_address(reinterpret_cast<const void *>(0x0123456789abcdefu)),
+              static_cast<long>(0x37eb3f3347761c55u));
 }
 
 template <class T>
