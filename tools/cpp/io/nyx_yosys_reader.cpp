@@ -56,6 +56,12 @@ private:
     [[noreturn]] void fail_at(std::uint64_t line, const std::string &text) const;
     std::string get_pointer() const;
 
+    /// Whether `c` comes next, or nothing at all, which is told when something is taken.
+    bool begins_or_ends(char c) {
+        const char next = m_pieces.peek();
+        return next == c || next == 0;
+    }
+
     std::string take_key();
     /// Parses the text and hands the document to `visit`.
     void parse(std::string_view text, const auto &visit);
@@ -75,7 +81,9 @@ private:
     std::int32_t read_int(ondemand::value value);
     NYX_YOSYS_DIRECTION read_direction(ondemand::value value);
     std::uint32_t find_shape(bool has_directions);
-    void skip(ondemand::value value);
+    /// Reads what nobody wants, so that its faults are found.
+    template <class VALUE>
+    void skip(VALUE &&value);
 
     ondemand::object get_object(ondemand::value value);
     std::string_view get_string(ondemand::value value);
@@ -96,6 +104,7 @@ private:
     std::unique_ptr<NYX_YOSYS_NETLIST> m_netlist;
     NYX_YOSYS_MODULE *m_module = nullptr;
     std::vector<PATH_STEP> m_path;
+    std::uint64_t m_hidden_lines = 0; // line breaks that a brace stands in the place of for now
     bool m_failed = false;
     bool m_parsing = false;
 
@@ -126,8 +135,8 @@ void READER::fail(const std::string &text) {
     m_failed = true;
     const char *place = nullptr;
     if (m_parsing && !m_document.current_location().get(place))
-        fail_at(m_pieces.get_line(place), text);
-    fail_at(m_pieces.get_line(), text);
+        fail_at(m_pieces.get_line(place) + m_hidden_lines, text);
+    fail_at(m_pieces.get_line() + m_hidden_lines, text);
 }
 
 void READER::parse(std::string_view text, const auto &visit) {
@@ -145,7 +154,7 @@ void READER::parse(std::string_view text, const auto &visit) {
         if (m_parsing && m_document.current_location().get(place))
             place = begin + text.size();
         const char *const what = simdjson::error_message(error.error());
-        fail_at(m_pieces.get_line(place), std::string("is not JSON: ") + what);
+        fail_at(m_pieces.get_line(place) + m_hidden_lines, std::string("is not JSON: ") + what);
     }
 }
 
@@ -169,6 +178,7 @@ void READER::read_members(const auto &visit) {
         char *const begin = const_cast<char *>(text.data()) - 1;
         char *const end = const_cast<char *>(text.data()) + text.size();
         const char ends[2] = {*begin, *end};
+        m_hidden_lines = ends[0] == '\n';
         if (ends[1] == ']')
             m_pieces.take('}', "a comma or a brace");
         *begin = '{';
@@ -182,6 +192,7 @@ void READER::read_members(const auto &visit) {
         });
         *begin = ends[0];
         *end = ends[1];
+        m_hidden_lines = 0;
         tell_progress();
         if (!m_pieces.take_if(','))
             break;
@@ -208,7 +219,7 @@ std::unique_ptr<NYX_YOSYS_NETLIST> READER::read() {
         } else
             parse(m_pieces.take_value(), [this](ondemand::document &document) {
                 if (document.is_scalar())
-                    (void)document.raw_json_token().value();
+                    skip(document);
                 else
                     skip(document.get_value().value());
             });
@@ -224,7 +235,7 @@ std::unique_ptr<NYX_YOSYS_NETLIST> READER::read() {
 }
 
 void READER::read_modules() {
-    if (m_pieces.peek() != '{')
+    if (!begins_or_ends('{'))
         fail("should be an object, a module by its name");
     m_pieces.take('{', "an object");
     // Modules share no section with anything else, so their names are kept by a map of their own.
@@ -245,7 +256,7 @@ void READER::read_modules() {
 }
 
 void READER::read_module(const std::string &) {
-    if (m_pieces.peek() != '{')
+    if (!begins_or_ends('{'))
         fail("should be an object: a module");
     m_pieces.take('{', "an object");
     std::vector<std::string> sections;
@@ -258,7 +269,7 @@ void READER::read_module(const std::string &) {
         sections.push_back(key);
         begin_section();
         const bool is_list = key == "ports" || key == "cells" || key == "netnames";
-        if ((is_list || key == "attributes" || key == "parameter_default_values") && m_pieces.peek() != '{')
+        if ((is_list || key == "attributes" || key == "parameter_default_values") && !begins_or_ends('{'))
             fail("should be an object");
         if (key == "ports")
             read_members([this](std::string_view name, ondemand::value value) { read_port(name, value); });
@@ -274,7 +285,7 @@ void READER::read_module(const std::string &) {
                 else if (key == "parameter_default_values")
                     read_values(document.get_value().value(), m_module->parameters);
                 else if (document.is_scalar())
-                    (void)document.raw_json_token().value();
+                    skip(document);
                 else
                     skip(document.get_value().value());
             });
@@ -326,7 +337,8 @@ std::uint32_t READER::add_unique(std::string_view text) {
     return name;
 }
 
-void READER::skip(ondemand::value value) {
+template <class VALUE>
+void READER::skip(VALUE &&value) {
     switch (value.type().value()) {
     case ondemand::json_type::array:
         for (auto element : value.get_array())
