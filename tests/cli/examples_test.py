@@ -23,7 +23,7 @@ class Examples(CommandTest):
         self.assertEqual(self.nyx("check", "r.nyx"), "r.nyx: sound\n")
         for _ in range(2):  # the traits are there the second time
             self.assertEqual(self.run_program(1, "r.nyx"),
-                             "register4: 14 nets, the widest is clk with a fan-out of 4; 4 of 8 instances store a bit\n")
+                             "register4: 14 nets, the widest is en with a fan-out of 4; 4 of 8 instances store a bit\n")
         self.assertEqual(self.nyx("check", "r.nyx"), "r.nyx: sound\n")
 
     def test_watch(self):

@@ -24,11 +24,14 @@ class Terminal(CommandTest):
 
     def type(self, line):
         """Types a command line and returns the screen, with its colours, when the command has ended."""
-        self.tmux("send-keys", "clear; " + line + "; echo END=$?", "Enter")
+        # Each command has an end of its own, for the screen may still show that of the one before.
+        self.commands = getattr(self, "commands", 0) + 1
+        end = f"END{self.commands}="
+        self.tmux("send-keys", "clear; " + line + f"; echo {end}$?", "Enter")
         for _ in range(300):
-            screen = self.tmux("capture-pane", "-p")
-            if any(text.startswith("END=") for text in screen.splitlines()):
-                return self.tmux("capture-pane", "-p", "-e")
+            screen = self.tmux("capture-pane", "-p", "-e")
+            if any(text.startswith(end) for text in screen.splitlines()):
+                return screen.replace(end, "END=")
             time.sleep(0.1)
         self.fail("no end: " + screen)
 

@@ -78,7 +78,7 @@ class Install(unittest.TestCase):
 
         include = self.prefix / "include"
         public = headers(SOURCE / "tools/cpp/h", ".")
-        storage = headers(SOURCE / "tools/cpp/nyx", "memory", "names")
+        storage = headers(SOURCE / "tools/cpp/nyx", "file", "memory", "names")
         self.assertIn("nyx/nyx.h", public)
         self.assertEqual(headers(include, "."), public | {f"nyx_internal/{header}" for header in storage})
 

@@ -73,8 +73,8 @@ class CheckLayers(unittest.TestCase):
 
     def test_methods_do_not_include_database_files(self):
         path = "tools/cpp/nyx/netlist/nyx_net_methods.cpp"
-        self.refused({path: '#include "database/nyx_db_cache.h"\n', "tools/cpp/nyx/database/nyx_db_cache.h": ""},
-                     f'{path}:1: "database/nyx_db_cache.h" (database files, hierarchy, constraints, libraries) lies above'
+        self.refused({path: '#include "database/nyx_db_files.h"\n', "tools/cpp/nyx/database/nyx_db_files.h": ""},
+                     f'{path}:1: "database/nyx_db_files.h" (database files, hierarchy, constraints, libraries) lies above'
                      ' this file (methods and iterators)')
 
     def test_an_include_by_bare_name_is_refused(self):
