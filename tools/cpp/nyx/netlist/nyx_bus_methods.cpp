@@ -5,7 +5,7 @@
 #include "netlist/nyx_bus_values.h"
 #include "netlist/nyx_location_columns.h"
 #include "netlist/nyx_naming.h"
-#include "netlist/nyx_object_values.h"
+#include "traits/nyx_attributes.h"
 
 #include "database/nyx_db_cache.h"
 #include "memory/nyx_segment.h"
@@ -153,7 +153,7 @@ void NYX_BUS<BUS, MEMBER>::deallocate() {
         if (NYX_INTERFACE *const interface = bus->get_interface())
             interface->remove_port_bus(bus);
     }
-    nyx_forget_values(bus);
+    nyx_clear_traits(bus);
     (parent->*NYX_BUS_KIND<BUS>::s_remove)(bus);
     const long long size = get_size();
     for (long long loc = 0; loc < size; ++loc) {

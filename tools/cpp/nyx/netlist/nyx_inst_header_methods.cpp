@@ -7,7 +7,6 @@
 #include "netlist/nyx_inst_header_table.h"
 #include "netlist/nyx_naming.h"
 #include "netlist/nyx_object_impl.h"
-#include "netlist/nyx_object_values.h"
 #include "nyx/nyx_module.h"
 #include "nyx/nyx_param_values.h"
 #include "nyx_report/nyx_report.h"
@@ -146,7 +145,7 @@ void NYX_INST_HEADER::deallocate() {
     NYX_DB_PERSISTENT *const persistent = nyx_get_persistent(impl);
     NYX_DB_LINKER::get().forget_header(this);
     persistent->unregister_inst_header(make_key(links_to_user_group(), impl->m_db_name_id, impl->m_module_name_id));
-    nyx_forget_values<NYX_INST_HEADER>(this);
+    nyx_clear_traits<NYX_INST_HEADER>(this);
     persistent->table<NYX_INST_HEADER>().deallocate(impl); // the name is INVALID with that
 }
 

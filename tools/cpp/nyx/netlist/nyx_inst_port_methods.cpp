@@ -5,12 +5,12 @@
 #include "netlist/nyx_db_observer.h"
 #include "netlist/nyx_naming.h"
 #include "netlist/nyx_object_impl.h"
-#include "netlist/nyx_object_values.h"
 #include "nyx/nyx_instance.h"
 #include "nyx/nyx_module.h"
 #include "nyx/nyx_net.h"
 #include "nyx/nyx_port.h"
 #include "nyx_report/nyx_report.h"
+#include "traits/nyx_attributes.h"
 
 NYX_INST_PORT_IMPL *NYX_INST_PORT::get_impl() {
     return static_cast<NYX_INST_PORT_IMPL *>(this);
@@ -51,7 +51,7 @@ void NYX_INST_PORT::deallocate() {
     if (get_net() != nullptr)
         disconnect();
     nyx_notify<NYX_INST_PORT>(&NYX_OBSERVER<NYX_INST_PORT>::deallocated, this);
-    nyx_forget_values<NYX_INST_PORT>(this);
+    nyx_clear_traits<NYX_INST_PORT>(this);
     NYX_INST_PORT_TABLE::get_table(get_impl())->reset(NYX_INST_PORT_TABLE::get_id(get_impl()));
 }
 

@@ -7,7 +7,6 @@
 #include "netlist/nyx_db_observer.h"
 #include "netlist/nyx_inst_header_table.h"
 #include "netlist/nyx_inst_port_run.h"
-#include "netlist/nyx_object_values.h"
 #include "nyx/nyx_inst_port.h"
 #include "nyx/nyx_instance.h"
 #include "nyx/nyx_module.h"
@@ -15,6 +14,7 @@
 #include "nyx/nyx_port.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
+#include "traits/nyx_attributes.h"
 
 #include <boost/format.hpp>
 
@@ -202,7 +202,7 @@ void NYX_INSTANCE::move_inst_ports(unsigned int new_size, const ROW_MAP &row_map
             continue;
         NYX_INST_PORT_IMPL *const to_row = table.get(to);
         table.move(from, to);
-        nyx_move_values(table, from, to);
+        nyx_move_traits<NYX_INST_PORT>(table.get(from), table.get(to));
         if (to_row->m_net_ptr)
             nyx_relink_moved<NYX_INST_PORT>(to_row->m_net_ptr.get(), to_row);
         table.reset(from);

@@ -9,7 +9,6 @@
 #include "netlist/nyx_inst_port_run.h"
 #include "netlist/nyx_naming.h"
 #include "netlist/nyx_object_impl.h"
-#include "netlist/nyx_object_values.h"
 #include "nyx/nyx_bus.h"
 #include "nyx/nyx_inst_port.h"
 #include "nyx/nyx_module.h"
@@ -135,7 +134,7 @@ void NYX_INSTANCE::deallocate() {
         }
     }
     nyx_notify<NYX_INSTANCE>(&NYX_OBSERVER<NYX_INSTANCE>::deallocated, this, parent);
-    nyx_forget_values<NYX_INSTANCE>(this);
+    nyx_clear_traits<NYX_INSTANCE>(this);
     if (NYX_INSTANCE_BUS *const bus = get_bus())
         bus->remove_instance(this);
     if (parent != nullptr)
@@ -147,7 +146,7 @@ void NYX_INSTANCE::deallocate() {
         if (inst_port->m_net_ptr)
             inst_port->disconnect();
         // Its identifier is handed out again with the run.
-        nyx_forget_values<NYX_INST_PORT>(inst_port);
+        nyx_clear_traits<NYX_INST_PORT>(inst_port);
     }
     nyx_release_inst_ports(persistent->table<NYX_INST_PORT>(), first, num_inst_ports);
     drop_reference(impl->m_module_ptr.get(), impl->m_inst_header_ptr.get());

@@ -3,7 +3,7 @@
 #include "netlist/nyx_location_columns.h"
 #include "netlist/nyx_naming.h"
 #include "netlist/nyx_object_impl.h"
-#include "netlist/nyx_object_values.h"
+#include "traits/nyx_attributes.h"
 
 #include "database/nyx_db_cache.h"
 #include "netlist/nyx_db_observer.h"
@@ -83,7 +83,7 @@ void NYX_INTERFACE::deallocate() {
         nyx_set_own_interface(port, nullptr);
     for (NYX_PORT_BUS *const port_bus : iter_port_buses())
         nyx_set_own_interface(port_bus, nullptr);
-    nyx_forget_values(this);
+    nyx_clear_traits(this);
     parent->remove_interface(this);
     free_members<NYX_PORT>(row);
     free_members<NYX_PORT_BUS>(row);

@@ -9,7 +9,6 @@
 #include "netlist/nyx_module_table.h"
 #include "netlist/nyx_naming.h"
 #include "netlist/nyx_object_impl.h"
-#include "netlist/nyx_object_values.h"
 #include "nyx/nyx_bus.h"
 #include "nyx/nyx_inst_header.h"
 #include "nyx/nyx_instance.h"
@@ -18,6 +17,7 @@
 #include "nyx/nyx_port.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
+#include "traits/nyx_attributes.h"
 
 #include <boost/format.hpp>
 
@@ -105,7 +105,7 @@ void NYX_MODULE::deallocate() {
                  "Can't deallocate a module that has nonzero reference count (is an instance's base module or is base "
                  "module of some relative object)");
 
-    nyx_forget_values<NYX_MODULE>(this);
+    nyx_clear_traits<NYX_MODULE>(this);
     while (NYX_NET_BUS *const bus = nyx_chain_first<NYX_NET_BUS>(impl))
         bus->deallocate();
     while (NYX_NET *const net = nyx_chain_first<NYX_NET>(impl))

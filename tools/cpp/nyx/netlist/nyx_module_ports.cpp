@@ -11,13 +11,13 @@
 #include "netlist/nyx_db_observer.h"
 #include "netlist/nyx_inst_port_run.h"
 #include "netlist/nyx_interface_members.h"
-#include "netlist/nyx_object_values.h"
 #include "nyx/nyx_instance.h"
 #include "nyx/nyx_interface.h"
 #include "nyx/nyx_module.h"
 #include "nyx/nyx_port.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
+#include "traits/nyx_attributes.h"
 
 #include <boost/format.hpp>
 
@@ -120,7 +120,7 @@ private:
         const NYX_PORT_ID from_id = NYX_PORT_TABLE::get_id(from);
         const NYX_PORT_ID to_id = NYX_PORT_TABLE::get_id(to);
         m_table.move(from_id, to_id);
-        nyx_move_values(m_table, from_id, to_id);
+        nyx_move_traits<NYX_PORT>(m_table.get(from_id), m_table.get(to_id));
         nyx_interface_port_moved(from, to);
         if (to->m_net_ptr)
             nyx_relink_moved<NYX_PORT>(to->m_net_ptr.get(), to);
@@ -210,7 +210,7 @@ void NYX_MODULE::release_ports() {
             continue;
         if (NYX_INTERFACE *const interface = port->get_interface())
             interface->remove_port(port);
-        nyx_forget_values<NYX_PORT>(port);
+        nyx_clear_traits<NYX_PORT>(port);
     }
     const NYX_PORT_ID first = impl->m_first_port;
     const unsigned num_ports = impl->m_num_ports;

@@ -8,7 +8,6 @@
 #include "netlist/nyx_module_ports.h"
 #include "netlist/nyx_naming.h"
 #include "netlist/nyx_object_impl.h"
-#include "netlist/nyx_object_values.h"
 #include "netlist/nyx_port_table.h"
 #include "nyx/nyx_bus.h"
 #include "nyx/nyx_inst_port.h"
@@ -18,6 +17,7 @@
 #include "nyx/nyx_net.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
+#include "traits/nyx_attributes.h"
 
 #include <functional>
 
@@ -72,7 +72,7 @@ void NYX_PORT::deallocate() {
         if (NYX_INST_PORT *const inst_port = instance->get_inst_port_by_index(index))
             inst_port->deallocate();
     }
-    nyx_forget_values<NYX_PORT>(this);
+    nyx_clear_traits<NYX_PORT>(this);
     nyx_cache_remove<NYX_PORT>(parent->get_impl(), impl);
     NYX_PORT_TABLE::get_table(impl)->reset(NYX_PORT_TABLE::get_id(impl));
 }

@@ -45,17 +45,19 @@ unsigned nyx_get_sparse_file_lineno(const T *object, const NYX_LOCATION_TRAITS &
 
 /// Keeps a location, but for one that is the bus's. Null is no file.
 template <class T>
-void nyx_set_sparse_location(T *object, const NYX_LOCATION_TRAITS &traits, const char *file_name, unsigned lineno) {
+void nyx_set_sparse_location(T *object, const NYX_LOCATION_TRAITS &traits, const char *file_name, unsigned number) {
     const auto file_trait = traits.file_trait;
     const auto line_trait = traits.line_trait;
     NYX_CHECK(file_trait);
     NYX_CHECK(line_trait);
+    const int lineno = static_cast<int>(number);
+    NYX_CHECK(lineno >= 0);
     const std::string file = file_name != nullptr ? file_name : "";
     const auto *const bus = object->get_bus();
-    const bool is_of_bus = bus != nullptr && bus->get_file_name() == file && bus->get_file_lineno() == lineno;
+    const bool is_of_bus = bus != nullptr && bus->get_file_name() == file && bus->get_file_lineno() == number;
     // What was kept before must not hide the bus's.
     object->set_value(file_trait, is_of_bus ? file_trait->get_default_value() : file);
-    object->set_value(line_trait, is_of_bus ? line_trait->get_default_value() : static_cast<int>(lineno));
+    object->set_value(line_trait, is_of_bus ? line_trait->get_default_value() : lineno);
 }
 
 #endif

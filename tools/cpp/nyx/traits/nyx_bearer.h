@@ -45,6 +45,7 @@ NYX_DB *nyx_get_db_of_root(const NYX_DB_PERSISTENT *root);
 template <class T>
 inline NYX_BEARER nyx_bearer(const T *object) {
     constexpr NYX_TRAIT_OBJ_TYPE kind = nyx_bearer_class<T>.kind;
+    static_assert(kind != NYX_TRAIT_OBJ_TYPE::ALL_SPARSE, "a handle that bears traits, not its row");
     if (object == nullptr)
         return NYX_BEARER{nullptr, NYX_ANY_ID::INVALID, kind};
     if constexpr (std::is_same_v<T, NYX_DB>) {
