@@ -35,6 +35,22 @@ install(TARGETS nyx nyx_common nyx_report nyx_barebones nyx_internal_headers EXP
 install(DIRECTORY tools/cpp/nyx/file tools/cpp/nyx/memory tools/cpp/nyx/names
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/nyx_internal
   FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
+# The command with what it tells of itself: its manual and its completions are made by the command that was just built.
+if(TARGET nyx_command)
+  set_target_properties(nyx_command PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  install(TARGETS nyx_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  set(nyx_pages ${PROJECT_BINARY_DIR}/pages)
+  install(CODE "
+    file(MAKE_DIRECTORY [[${nyx_pages}]])
+    execute_process(COMMAND [[$<TARGET_FILE:nyx_command>]] man OUTPUT_FILE [[${nyx_pages}/nyx.1]] COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND [[$<TARGET_FILE:nyx_command>]] completion bash OUTPUT_FILE [[${nyx_pages}/nyx]] COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND [[$<TARGET_FILE:nyx_command>]] completion fish OUTPUT_FILE [[${nyx_pages}/nyx.fish]] COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND [[$<TARGET_FILE:nyx_command>]] completion zsh OUTPUT_FILE [[${nyx_pages}/_nyx]] COMMAND_ERROR_IS_FATAL ANY)")
+  install(FILES ${nyx_pages}/nyx.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${nyx_pages}/nyx DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES ${nyx_pages}/nyx.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+  install(FILES ${nyx_pages}/_nyx DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+endif()
 install(EXPORT nyx-targets NAMESPACE nyx:: DESTINATION ${nyx_package_dir})
 
 configure_package_config_file(cmake/nyx-config.cmake.in ${PROJECT_BINARY_DIR}/nyx-config.cmake
