@@ -61,6 +61,11 @@ function(nyx_precompile target)
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
 endfunction()
 
+# A test's own code runs for no time and is compiled for long: what is tested is optimised, the test is not.
+function(nyx_make_test_quickly target)
+  target_compile_options(${target} PRIVATE -O0)
+endfunction()
+
 # nyx_add_test(NAME SOURCES ... [LINK ...] [LINK_ONLY ...]): one GoogleTest program that sees the library's internals; every
 # test in it is a CTest. LINK_ONLY names the libraries to link in place of the internals.
 function(nyx_add_test name)
@@ -73,6 +78,7 @@ function(nyx_add_test name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE
     nyx_compile_options ${arg_LINK_ONLY} nyx_test_support GTest::gtest GTest::gtest_main ${arg_LINK})
+  nyx_make_test_quickly(${name})
   if(internal)
     target_precompile_headers(${name} REUSE_FROM nyx_test_headers)
     target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)

@@ -56,6 +56,7 @@ inline void give_file(NYX_DB *db, const std::string &file, NYX_DB::ACCESS_MODE m
     linker.unregister_db(record.m_name, db, false);
     record.m_file_name = file;
     record.m_access_mode = mode;
+    record.m_commit_on_close = false; // there is no such file
     linker.register_db(record.m_name, db);
 }
 
