@@ -29,9 +29,9 @@ class Terminal(CommandTest):
         end = f"END{self.commands}="
         self.tmux("send-keys", "clear; " + line + f"; echo {end}$?", "Enter")
         for _ in range(300):
-            screen = self.tmux("capture-pane", "-p", "-e")
+            screen = self.tmux("capture-pane", "-p")
             if any(text.startswith(end) for text in screen.splitlines()):
-                return screen.replace(end, "END=")
+                return self.tmux("capture-pane", "-p", "-e").replace(end, "END=")
             time.sleep(0.1)
         self.fail("no end: " + screen)
 

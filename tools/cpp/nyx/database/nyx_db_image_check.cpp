@@ -201,13 +201,30 @@ private:
 
     // One of the root's maps, whose values are identifiers of rows.
     template <class MAP>
-    void check_row_map(const MAP &map, std::uint64_t limit, const char *what, bool may_reserve = false) {
+    void check_row_map(const MAP &map, std::uint64_t limit, const char *what) {
         check_map(map, what, true, [&](const typename MAP::value_type &element) {
-            // The plain name of an internal trait is reserved: it leads nowhere.
-            if (may_reserve && element.second == decltype(element.second)::INVALID)
-                return;
             if (element.second.get() >= limit)
                 READER::fail("%s leads to row %u of %llu", what, element.second.get(), ull(limit));
+        });
+    }
+
+    // The traits of one width that a map leads to: the values of each lie in the image.
+    template <class TRAIT, class MAP>
+    void check_traits(const MAP &map, NYX_DB_PERSISTENT *root, const char *what) {
+        auto &table = root->table<TRAIT>();
+        check_map(map, what, true, [&](const typename MAP::value_type &element) {
+            // The plain name of an internal trait is reserved: it leads nowhere.
+            if (element.second == decltype(element.second)::INVALID)
+                return;
+            const unsigned id = element.second.get();
+            if (id >= table.iter_limit())
+                READER::fail("%s leads to row %u of %llu", what, id, ull(table.iter_limit()));
+            const auto *const row = table.get(element.second);
+            const std::size_t offset =
+                m_reader.offset_of(reinterpret_cast<const void *>(READER::target(&row->m_trait_lookup_ptr)));
+            if (offset % 8 != 0 || offset >= m_reader.size() ||
+                m_reader.size() - offset < sizeof(*row->m_trait_lookup_ptr))
+                READER::fail("%s leads to row %u, whose values lie nowhere", what, id);
         });
     }
 
@@ -497,16 +514,13 @@ void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {
         check_row_map(root->m_module_nameid_to_objid, root->m_module_table->iter_limit(), "the map of modules");
     });
     part([&] {
-        check_row_map(root->m_byte1_trait_nameid_to_objid, root->m_byte1_trait_table->iter_limit(),
-                      "the map of byte1 traits", true);
+        check_traits<NYX_BYTE1_TRAIT>(root->m_byte1_trait_nameid_to_objid, root, "the map of byte1 traits");
     });
     part([&] {
-        check_row_map(root->m_byte4_trait_nameid_to_objid, root->m_byte4_trait_table->iter_limit(),
-                      "the map of byte4 traits", true);
+        check_traits<NYX_BYTE4_TRAIT>(root->m_byte4_trait_nameid_to_objid, root, "the map of byte4 traits");
     });
     part([&] {
-        check_row_map(root->m_byte8_trait_nameid_to_objid, root->m_byte8_trait_table->iter_limit(),
-                      "the map of byte8 traits", true);
+        check_traits<NYX_BYTE8_TRAIT>(root->m_byte8_trait_nameid_to_objid, root, "the map of byte8 traits");
     });
     part([&] {
         check_row_map(root->m_inst_header_key_to_id, root->m_inst_header_table->iter_limit(),
