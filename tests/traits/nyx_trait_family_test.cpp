@@ -230,7 +230,7 @@ TYPED_TEST(TraitFamily, IteratesTheObjectsThatHaveAValue) {
 
 TYPED_TEST(TraitFamily, ListsValuesAndDeclarations) {
     // Objects of the netlist show their names, which a bare row has none of; a database has its own.
-    if constexpr (!std::is_same_v<TypeParam, NYX_DB> && requires(TypeParam *named) { named->get_name(); })
+    if constexpr (!std::is_same_v<TypeParam, NYX_DB> && requires(TypeParam * named) { named->get_name(); })
         GTEST_SKIP() << "tables of values of named objects are tested with the objects";
     TypeParam *const object = add_object<TypeParam>(this->m_db);
     auto *const trait = TypeParam::create_bool_trait(this->m_db, "t", false, "", "", "");

@@ -513,15 +513,9 @@ void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {
     part([&] {
         check_row_map(root->m_module_nameid_to_objid, root->m_module_table->iter_limit(), "the map of modules");
     });
-    part([&] {
-        check_traits<NYX_BYTE1_TRAIT>(root->m_byte1_trait_nameid_to_objid, root, "the map of byte1 traits");
-    });
-    part([&] {
-        check_traits<NYX_BYTE4_TRAIT>(root->m_byte4_trait_nameid_to_objid, root, "the map of byte4 traits");
-    });
-    part([&] {
-        check_traits<NYX_BYTE8_TRAIT>(root->m_byte8_trait_nameid_to_objid, root, "the map of byte8 traits");
-    });
+    part([&] { check_traits<NYX_BYTE1_TRAIT>(root->m_byte1_trait_nameid_to_objid, root, "the map of byte1 traits"); });
+    part([&] { check_traits<NYX_BYTE4_TRAIT>(root->m_byte4_trait_nameid_to_objid, root, "the map of byte4 traits"); });
+    part([&] { check_traits<NYX_BYTE8_TRAIT>(root->m_byte8_trait_nameid_to_objid, root, "the map of byte8 traits"); });
     part([&] {
         check_row_map(root->m_inst_header_key_to_id, root->m_inst_header_table->iter_limit(),
                       "the map of inst headers");
