@@ -2,11 +2,13 @@
 
 #include "database/nyx_db_impl.h"
 #include "netlist/nyx_netlist_check.h"
+#include "support/capturing_sink.h"
 #include "traits/nyx_builtin_traits.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -548,6 +550,16 @@ TEST_F(Net, DeletionTakesItsTraitsAndProperties) {
     ASSERT_EQ(net, old);
     EXPECT_EQ(net->get_value(weight), 0);
     EXPECT_FALSE(net->has_property("x"));
+}
+
+TEST_F(Net, ListsTheValuesOfItsTraits) {
+    NYX_NET *const net = make("n");
+    net->set_value(NYX_NET::create_bool_trait(m_db, "t", false, "", "", ""), true);
+    const CAPTURING_SINK sink;
+    std::ostringstream values;
+    net->output_sparse_traits(values, false, false);
+    EXPECT_NE(values.str().find("t                              bool       True            False "), std::string::npos)
+        << values.str();
 }
 
 TEST_F(Net, IsGlobalWhenToldSo) {
