@@ -208,7 +208,7 @@ private:
         });
     }
 
-    // The traits of one width that a map leads to: the values of each lie in the image.
+    // The traits of one width that a map leads to: the values of each are an object of their own, and sound maps.
     template <class TRAIT, class MAP>
     void check_traits(const MAP &map, NYX_DB_PERSISTENT *root, const char *what) {
         auto &table = root->table<TRAIT>();
@@ -219,12 +219,12 @@ private:
             const unsigned id = element.second.get();
             if (id >= table.iter_limit())
                 READER::fail("%s leads to row %u of %llu", what, id, ull(table.iter_limit()));
-            const auto *const row = table.get(element.second);
-            const std::size_t offset =
-                m_reader.offset_of(reinterpret_cast<const void *>(READER::target(&row->m_trait_lookup_ptr)));
-            if (offset % 8 != 0 || offset >= m_reader.size() ||
-                m_reader.size() - offset < sizeof(*row->m_trait_lookup_ptr))
-                READER::fail("%s leads to row %u, whose values lie nowhere", what, id);
+            const auto &link = table.get(element.second)->m_trait_lookup_ptr;
+            using LOOKUP = std::remove_cvref_t<decltype(*link)>;
+            const LOOKUP *const values = claim_object<LOOKUP>(&link, "the values of a trait", READER::target(&link));
+            for (unsigned kind = 0; kind < LOOKUP::s_num_kinds; ++kind)
+                check_map(values->map(NYX_TRAIT_OBJ_TYPE(kind)), "the values of a trait", true,
+                          [](const typename LOOKUP::MAP::value_type &) {});
         });
     }
 
