@@ -39,6 +39,7 @@ struct BASE {
 
 std::string s_path;
 std::vector<BASE> s_bases;
+std::ostream s_ignored(nullptr);
 
 std::string payload_of(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
@@ -48,26 +49,58 @@ std::string payload_of(const std::string &path) {
     return payload;
 }
 
+// A design that has some of everything.
+void fill(NYX_DB *db) {
+    NYX_MODULE *const cell = NYX_MODULE::allocate(db, "CELL", 3, NYX_MODULE::TYPE::ATOM);
+    for (unsigned i = 0; i < 3; ++i)
+        NYX_PORT::allocate(cell, std::string(1, static_cast<char>('A' + i)), i)->set_input();
+    NYX_MODULE *const top = NYX_MODULE::allocate(db, "top", 9);
+    NYX_PORT_BUS *const port_bus = NYX_PORT_BUS::allocate(top, "data", 7, 0);
+    NYX_NET_BUS *const net_bus = NYX_NET_BUS::allocate(top, "wires", 7, 0);
+    NYX_INTERFACE *const interface = NYX_INTERFACE::allocate(top, "link");
+    for (unsigned i = 0; i < 8; ++i) {
+        const std::string index = "[" + std::to_string(i) + "]";
+        NYX_NET *const net = NYX_NET::allocate(top, "wires" + index);
+        net_bus->set_net(static_cast<int>(i), net);
+        NYX_PORT *const port = NYX_PORT::allocate(top, "data" + index, i, net);
+        port_bus->set_port(static_cast<int>(i), port);
+    }
+    interface->add_port(NYX_PORT::allocate(top, "clk", 8));
+    interface->add_port_bus(port_bus);
+    NYX_INSTANCE_BUS *const instance_bus = NYX_INSTANCE_BUS::allocate(top, "cells", 0, 3);
+    std::vector<NYX_NET *> nets(net_bus->iter_nets().begin(), net_bus->iter_nets().end());
+    auto *const weight = NYX_NET::create_int_trait(db, "weight", 1, "g", "d", "");
+    auto *const delay = NYX_INSTANCE::create_double_trait(db, "delay", 0, "g", "d", "");
+    auto *const note = NYX_INSTANCE::create_string_trait(db, "note", "", "g", "d", "");
+    auto *const blob = NYX_INSTANCE::create_app_trait(db, "blob", NYX_APP_DATA(), "g", "d", "");
+    auto *const flag = NYX_INST_PORT::create_bool_trait(db, "flag", false, "g", "d", "");
+    for (unsigned i = 0; i < 100; ++i) {
+        NYX_INSTANCE *const instance = NYX_INSTANCE::allocate(top, "u" + std::to_string(i), cell);
+        if (i < 4)
+            instance_bus->set_instance(static_cast<int>(i), instance);
+        for (unsigned pin = 0; pin < 3; ++pin) {
+            NYX_INST_PORT *const inst_port = instance->get_inst_port_by_index(pin);
+            inst_port->connect(nets[(i * 3 + pin) % nets.size()]);
+            inst_port->set_value(flag, i % 3 == pin);
+        }
+        instance->set_value(delay, i * 0.5);
+        instance->set_value(note, "note " + std::to_string(i % 7));
+        const std::string bytes(i % 9, 'b');
+        instance->set_value(blob, NYX_APP_DATA(i % 9, reinterpret_cast<const unsigned char *>(bytes.data())));
+        instance->set_property("size", static_cast<int>(i));
+        instance->set_property("kind", std::string("text"));
+        if (i % 5 == 4)
+            instance->deallocate();
+    }
+    for (NYX_NET *const net : nets)
+        net->set_value(weight, 7);
+    top->set_src_location("top.v", 12);
+}
+
 void add_base(NYX_DB_TYPE type, bool filled) {
     NYX_DB *const db = NYX_DB::create_non_persistent(16, type, "", "");
-    NYX_DB_PERSISTENT *const root = NYX_DB_IMPL::of(*db).m_persistent;
-    if (filled) {
-        NYX_MODULE_TABLE &modules = root->table<NYX_MODULE>();
-        auto &nets = root->table<NYX_NET>();
-        std::vector<NYX_NET_IMPL *> rows;
-        for (int i = 0; i < 20; ++i) {
-            NYX_MODULE_IMPL *const module = modules.allocate();
-            const NYX_NAME_ID name = root->names().get_id(("module_" + std::to_string(i)).c_str());
-            *modules.m_name_id.get(modules.get_id(module)) = name;
-            root->register_module(name, modules.get_id(module));
-        }
-        for (int i = 0; i < 300; ++i) {
-            rows.push_back(nets.allocate());
-            rows.back()->m_name_id = root->names().get_id(("net[" + std::to_string(i) + "]").c_str());
-        }
-        for (std::size_t i = 0; i < rows.size(); i += 3)
-            nets.deallocate(rows[i]);
-    }
+    if (filled)
+        fill(db);
     NYX_FILE_OPTIONS options;
     options.durable = false;
     NYX_DB_IMPL::of(*db).m_file->commit_impl(s_path, NYX_COMPRESSION::NONE, 0, 1, options);
@@ -135,6 +168,72 @@ void change(std::string &image, const BASE &base, const std::uint8_t *edit) {
     std::memcpy(image.data() + place, &word, sizeof(word));
 }
 
+template <class T>
+void look_at(T *object) {
+    static_cast<void>(object->get_name());
+    for (const auto &property : object->iter_properties())
+        static_cast<void>(property);
+    object->output_sparse_traits(s_ignored, false, true);
+}
+
+void walk(NYX_DB *db) {
+    db->get_internal_stats();
+    for (NYX_MODULE *const module : db->iter_modules()) {
+        look_at(module);
+        for (NYX_NET *const net : module->iter_nets()) {
+            look_at(net);
+            for (NYX_PORT *const port : net->iter_ports())
+                static_cast<void>(port->get_parent());
+            for (NYX_INST_PORT *const inst_port : net->iter_inst_ports())
+                look_at(inst_port);
+        }
+        for (NYX_INSTANCE *const instance : module->iter_instances()) {
+            look_at(instance);
+            static_cast<void>(instance->get_module());
+            for (NYX_INST_PORT *const inst_port : instance->iter_inst_ports())
+                static_cast<void>(inst_port->is_valid() ? inst_port->get_port() : nullptr);
+        }
+        for (NYX_PORT *const port : module->iter_ports())
+            if (port->get_parent() != nullptr)
+                look_at(port);
+        for (NYX_PORT_BUS *const bus : module->iter_port_buses()) {
+            look_at(bus);
+            for (NYX_PORT *const port : bus->iter_ports())
+                static_cast<void>(port);
+        }
+        for (NYX_NET_BUS *const bus : module->iter_net_buses()) {
+            look_at(bus);
+            for (NYX_NET *const net : bus->iter_nets())
+                static_cast<void>(net);
+        }
+        for (NYX_INSTANCE_BUS *const bus : module->iter_instance_buses()) {
+            look_at(bus);
+            for (NYX_INSTANCE *const instance : bus->iter_instances())
+                static_cast<void>(instance);
+        }
+        for (NYX_INTERFACE *const interface : module->iter_interfaces()) {
+            look_at(interface);
+            for (NYX_PORT *const port : interface->iter_ports())
+                static_cast<void>(port->get_parent());
+        }
+    }
+}
+
+// Changes a design that verify() found sound: all of it goes, and something new comes.
+void modify(NYX_DB *db) {
+    NYX_MODULE *const added = NYX_MODULE::allocate(db, "a new module", 2);
+    NYX_PORT::allocate(added, "p", 0, NYX_NET::allocate(added, "n"));
+    std::vector<NYX_MODULE *> modules(db->iter_modules().begin(), db->iter_modules().end());
+    for (NYX_MODULE *const module : modules) {
+        while (!module->iter_instances().empty())
+            module->iter_instances().front()->deallocate();
+        while (!module->iter_net_buses().empty())
+            module->iter_net_buses().front()->deallocate();
+        while (!module->iter_nets().empty())
+            module->iter_nets().front()->deallocate();
+    }
+}
+
 void open(const BASE &base, const std::string &image, NYX_DB::ACCESS_MODE mode) {
     std::ostringstream out;
     NYX_DB_FILE_STATS header;
@@ -162,13 +261,9 @@ void open(const BASE &base, const std::string &image, NYX_DB::ACCESS_MODE mode) 
     }
     db->disable_commit_on_close();
     if (db->verify().empty()) {
-        db->get_internal_stats();
-        if (mode == NYX_DB::ACCESS_MODE::MODIFY) {
-            NYX_DB_PERSISTENT *const root = NYX_DB_IMPL::of(*db).m_persistent;
-            root->names().get_id("a new name");
-            root->table<NYX_NET>().allocate();
-            root->table<NYX_MODULE>().allocate();
-        }
+        walk(db);
+        if (mode == NYX_DB::ACCESS_MODE::MODIFY)
+            modify(db);
     }
     db->close();
 }

@@ -5,7 +5,7 @@
 /// Iterators over the objects that belong to another one. For each list there is a form that gives handles and a
 /// _CONST_ form that gives const handles; the former converts to the latter, and the two compare.
 ///
-/// Iterators are forward iterators of a handle and an identifier. A default-constructed one is the end of any list of
+/// Iterators are forward iterators of two or three words. A default-constructed one is the end of any list of
 /// its kind. What an iterator stands on may not be deleted: a loop that deletes takes a fresh iterator each time.
 /// Making one for a null parent, and using one at its end, end the run.
 
@@ -31,7 +31,8 @@ public:
     /// From the form that is not const.
     template <class U>
     requires(std::is_same_v<const U, T>) NYX_CHAIN_ITER(const NYX_CHAIN_ITER<U, OWNER> &other)
-        : m_object(other.m_object)
+        : m_table(other.m_table)
+        , m_object(other.m_object)
         , m_index(other.m_index) {}
 
 private:
@@ -53,6 +54,7 @@ private:
     void increment();
     [[noreturn]] void fail_at_end() const;
 
+    void *m_table = nullptr; // of the elements; to find it from an element costs a look at the head of its page
     OBJECT *m_object = nullptr;
     ID m_index;
 };

@@ -108,6 +108,7 @@ public:
 
     /// The same for a slot that is known to be in the page.
     T *get_unchecked(unsigned slot) { return &m_data[slot]; }
+    const T *get_unchecked(unsigned slot) const { return &m_data[slot]; }
 
     /// The slot of a row, from its address.
     unsigned get_index(const T *row) const {

@@ -85,6 +85,26 @@ NYX_INSTANCE *NYX_INST_PORT::get_inst() const {
     return get_impl()->m_inst_ptr.get();
 }
 
+// Which of its instance's inst ports a row is. Runs are short and stand side by side, so the rows in front tell where
+// this one's begins without a look at the instance's cells, which lie elsewhere; a walk over connections is nearly
+// twice as fast for it. A row that is not allocated may belong to any run, and neighbours in another page lie anywhere:
+// then the instance knows.
+static unsigned index_in_run(const NYX_INST_PORT_IMPL *row, const NYX_INSTANCE_IMPL *inst) {
+    using PAGE = NYX_PAGE<NYX_INST_PORT_IMPL, NYX_INST_PORT_ID, false>;
+    constexpr unsigned s_near = 8;
+    const NYX_INST_PORT_IMPL *const first_of_page = PAGE::from_row(row)->get_unchecked(0);
+    const NYX_INST_PORT_IMPL *before = row;
+    for (unsigned index = 0; index < s_near && before != first_of_page; ++index) {
+        --before;
+        const NYX_INSTANCE_IMPL *const other = before->m_inst_ptr.get();
+        if (other == nullptr)
+            break;
+        if (other != inst)
+            return index;
+    }
+    return NYX_INST_PORT_TABLE::get_id(row).get() - nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, inst).get();
+}
+
 NYX_PORT *NYX_INST_PORT::get_port() const {
     const NYX_INST_PORT_IMPL *const impl = get_impl();
     const NYX_INSTANCE_IMPL *const inst = impl->m_inst_ptr.get();
@@ -92,8 +112,7 @@ NYX_PORT *NYX_INST_PORT::get_port() const {
         inst, "impl->get_inst_ptr().get()",
         "This inst port has not been allocated yet: NYX_INST_PORT::allocate() has not yet been called for this "
         "inst port!");
-    const NYX_INST_PORT_ID first = nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, inst);
-    const unsigned index = NYX_INST_PORT_TABLE::get_id(impl).get() - first.get();
+    const unsigned index = index_in_run(impl, inst);
     // The short way, for walks over connections come through here at every step.
     const NYX_MODULE_IMPL *const module = inst->m_module_ptr.get();
     if (module == nullptr || index >= module->m_num_ports) [[unlikely]]

@@ -16,21 +16,17 @@ std::pair<NYX_INST_PORT_ID, unsigned> run_of(const NYX_INSTANCE_IMPL *instance, 
 
 // A walk over connections waits for memory and for nothing else: the rows of a net's list lie anywhere. So while the
 // caller looks at one row, what lies behind it comes in: the row after the next, and what the next one leads to.
-// Nothing that is seen here is kept, so the list may change in between.
-
-void prefetch_page_and_row(const void *row) {
-    __builtin_prefetch(row);
-    __builtin_prefetch(reinterpret_cast<const void *>(reinterpret_cast<std::uintptr_t>(row) & ~std::uintptr_t(4095)));
-}
+// Nothing that is seen here is kept, so the list may change in between. Heads of pages are left out: they all fall into
+// the same few sets of a cache, and a walk needs none of them.
 
 void prefetch_what_it_leads_to(const NYX_INST_PORT_IMPL *row) {
     if (const NYX_INSTANCE_IMPL *const instance = row->m_inst_ptr.get())
-        prefetch_page_and_row(instance);
+        __builtin_prefetch(instance);
 }
 void prefetch_what_it_leads_to(const NYX_NET_IMPL *row) {
     const NYX_INST_PORT_ID head = nyx_chain_head<NYX_INST_PORT>(row);
     if (head != NYX_INST_PORT_ID::INVALID)
-        prefetch_page_and_row(nyx_get_persistent(row)->table<NYX_INST_PORT>().get(head));
+        __builtin_prefetch(nyx_get_persistent(row)->table<NYX_INST_PORT>().get(head));
 }
 void prefetch_what_it_leads_to(const void *) {}
 
@@ -46,7 +42,7 @@ void look_ahead(typename NYX_OBJECT_TRAITS<T>::table &table, typename NYX_OBJECT
     prefetch_what_it_leads_to(next_row);
     const ID behind = CHAIN::next(table, *next_row, next);
     if (behind != ID::INVALID)
-        prefetch_page_and_row(table.get(behind));
+        __builtin_prefetch(table.get(behind));
 }
 
 } // namespace
@@ -61,10 +57,11 @@ NYX_CHAIN_ITER<T, OWNER>::NYX_CHAIN_ITER(const OWNER *parent) {
     using OWNER_IMPL = typename NYX_OBJECT_TRAITS<OWNER>::impl;
     auto &table = nyx_get_persistent(owner)->template table<OBJECT>();
     auto *const first = table.get(m_index);
+    m_table = &table;
     m_object = first;
     const ID next = NYX_CHAIN<OBJECT, OWNER_IMPL>::next(table, *first, m_index);
     if (next != ID::INVALID)
-        prefetch_page_and_row(table.get(next));
+        __builtin_prefetch(table.get(next));
     prefetch_what_it_leads_to(first);
 }
 
@@ -73,10 +70,8 @@ void NYX_CHAIN_ITER<T, OWNER>::increment() {
     using OWNER_IMPL = typename NYX_OBJECT_TRAITS<OWNER>::impl;
     using TABLE = typename NYX_OBJECT_TRAITS<OBJECT>::table;
     nyx_check_id(m_index, "m_index");
-    auto *const row = m_object->get_impl();
-    TABLE &table = *TABLE::get_table(row);
-    using CHAIN = NYX_CHAIN<OBJECT, OWNER_IMPL>;
-    m_index = CHAIN::next(table, *row, m_index);
+    TABLE &table = *static_cast<TABLE *>(m_table);
+    m_index = NYX_CHAIN<OBJECT, OWNER_IMPL>::next(table, *m_object->get_impl(), m_index);
     m_object = nullptr;
     if (m_index == ID::INVALID)
         return;
