@@ -14,35 +14,74 @@ std::pair<NYX_INST_PORT_ID, unsigned> run_of(const NYX_INSTANCE_IMPL *instance, 
             nyx_cell(&NYX_INSTANCE_TABLE::m_num_inst_ports, instance)};
 }
 
-// A walk over connections waits for memory and for nothing else: the rows of a net's list lie anywhere. So while the
-// caller looks at one row, what lies behind it comes in: the row after the next, and what the next one leads to.
-// Nothing that is seen here is kept, so the list may change in between. Heads of pages are left out: they all fall into
-// the same few sets of a cache, and a walk needs none of them.
+// A walk over connections waits for memory and for nothing else: the rows of a net's list lie anywhere, and each tells
+// only where the next one is. So while the caller looks at one row, others come in: what the next one leads to and the
+// row behind it and, if the caller goes from net to net and over the inst ports of each, the first rows of the nets to
+// come. Nothing that is seen here is kept, so lists may change in between. Heads of pages are left out: they all fall
+// into the same few sets of a cache, and a walk needs none of them.
 
-void prefetch_what_it_leads_to(const NYX_INST_PORT_IMPL *row) {
-    if (const NYX_INSTANCE_IMPL *const instance = row->m_inst_ptr.get())
-        __builtin_prefetch(instance);
-}
-void prefetch_what_it_leads_to(const NYX_NET_IMPL *row) {
-    const NYX_INST_PORT_ID head = nyx_chain_head<NYX_INST_PORT>(row);
-    if (head != NYX_INST_PORT_ID::INVALID)
-        __builtin_prefetch(nyx_get_persistent(row)->table<NYX_INST_PORT>().get(head));
-}
-void prefetch_what_it_leads_to(const void *) {}
+// The net whose inst ports were last asked for in this thread, which is how the walk over a module's nets knows whether
+// its caller looks at them. Compared, never followed.
+[[gnu::tls_model("initial-exec")]] thread_local const void *s_last_net = nullptr;
 
+template <class ROW>
+void prefetch_row(const ROW *row) {
+    __builtin_prefetch(row);
+    // get_port() looks at the rows in front, which may begin in the line before.
+    if constexpr (std::is_same_v<ROW, NYX_INST_PORT_IMPL>)
+        __builtin_prefetch(reinterpret_cast<const char *>(row) - 2 * sizeof(ROW));
+}
+
+// The row behind `row` in a list whose links are in the rows, null at the end.
 template <class T, class OWNER_IMPL>
-void look_ahead(typename NYX_OBJECT_TRAITS<T>::table &table, typename NYX_OBJECT_TRAITS<T>::impl *row,
-                typename NYX_OBJECT_TRAITS<T>::id id) {
-    using CHAIN = NYX_CHAIN<T, OWNER_IMPL>;
+auto *follow(typename NYX_OBJECT_TRAITS<T>::table &table, const typename NYX_OBJECT_TRAITS<T>::impl *row) {
     using ID = typename NYX_OBJECT_TRAITS<T>::id;
-    const ID next = CHAIN::next(table, *row, id);
-    if (next == ID::INVALID)
-        return;
-    auto *const next_row = table.get(next);
-    prefetch_what_it_leads_to(next_row);
-    const ID behind = CHAIN::next(table, *next_row, next);
-    if (behind != ID::INVALID)
-        __builtin_prefetch(table.get(behind));
+    const ID next =
+        NYX_CHAIN<T, OWNER_IMPL>::next(table, const_cast<typename NYX_OBJECT_TRAITS<T>::impl &>(*row), ID());
+    return next != ID::INVALID ? table.get(next) : nullptr;
+}
+constexpr auto next_on_net = follow<NYX_INST_PORT, NYX_NET_IMPL>;
+
+void look_behind(NYX_INST_PORT_TABLE &table, const NYX_INST_PORT_IMPL *row) {
+    __builtin_prefetch(row->m_inst_ptr.get());
+    if (const NYX_INST_PORT_IMPL *const next = next_on_net(table, row))
+        prefetch_row(next);
+}
+
+// One step further in the lists of each of the three nets behind `net`. What a step reads was asked for by the one
+// before, a net ago.
+void look_ahead_at_inst_ports(NYX_NET_TABLE &nets, const NYX_NET_IMPL *net) {
+    NYX_INST_PORT_TABLE &inst_ports = nyx_get_persistent(net)->table<NYX_INST_PORT>();
+    const auto next_net = [&] {
+        net = net != nullptr ? follow<NYX_NET, NYX_MODULE_IMPL>(nets, net) : nullptr;
+        return net != nullptr ? nyx_chain_first<NYX_INST_PORT>(net) : nullptr;
+    };
+    if (const NYX_INST_PORT_IMPL *const first = next_net())
+        if (const NYX_INST_PORT_IMPL *const second = next_on_net(inst_ports, first))
+            look_behind(inst_ports, second);
+    if (const NYX_INST_PORT_IMPL *const first = next_net())
+        look_behind(inst_ports, first);
+    if (const NYX_INST_PORT_IMPL *const first = next_net())
+        prefetch_row(first);
+}
+
+// While the caller looks at `row`, which was `last` before.
+template <class T, class OWNER_IMPL>
+void look_ahead(typename NYX_OBJECT_TRAITS<T>::table &table, const void *last,
+                const typename NYX_OBJECT_TRAITS<T>::impl *row) {
+    if constexpr (std::is_same_v<T, NYX_NET>)
+        if (last == s_last_net) {
+            look_ahead_at_inst_ports(table, row);
+            return;
+        }
+    // A module's interfaces are few, and their links in cells.
+    if constexpr (!std::is_same_v<T, NYX_INTERFACE>)
+        if (const auto *const next = follow<T, OWNER_IMPL>(table, row)) {
+            if constexpr (std::is_same_v<T, NYX_INST_PORT>)
+                look_behind(table, next);
+            else if (const auto *const behind = follow<T, OWNER_IMPL>(table, next))
+                prefetch_row(behind);
+        }
 }
 
 } // namespace
@@ -52,17 +91,16 @@ NYX_CHAIN_ITER<T, OWNER>::NYX_CHAIN_ITER(const OWNER *parent) {
     NYX_CHECK(parent != nullptr);
     const auto *const owner = parent->get_impl();
     m_index = nyx_chain_head<OBJECT>(owner);
+    if constexpr (std::is_same_v<OBJECT, NYX_INST_PORT>)
+        s_last_net = owner;
     if (m_index == ID::INVALID)
         return;
-    using OWNER_IMPL = typename NYX_OBJECT_TRAITS<OWNER>::impl;
     auto &table = nyx_get_persistent(owner)->template table<OBJECT>();
     auto *const first = table.get(m_index);
     m_table = &table;
     m_object = first;
-    const ID next = NYX_CHAIN<OBJECT, OWNER_IMPL>::next(table, *first, m_index);
-    if (next != ID::INVALID)
-        __builtin_prefetch(table.get(next));
-    prefetch_what_it_leads_to(first);
+    if constexpr (std::is_same_v<OBJECT, NYX_INST_PORT>)
+        look_behind(table, first);
 }
 
 template <class T, class OWNER>
@@ -71,13 +109,14 @@ void NYX_CHAIN_ITER<T, OWNER>::increment() {
     using TABLE = typename NYX_OBJECT_TRAITS<OBJECT>::table;
     nyx_check_id(m_index, "m_index");
     TABLE &table = *static_cast<TABLE *>(m_table);
-    m_index = NYX_CHAIN<OBJECT, OWNER_IMPL>::next(table, *m_object->get_impl(), m_index);
+    auto *const row = m_object->get_impl();
+    m_index = NYX_CHAIN<OBJECT, OWNER_IMPL>::next(table, *row, m_index);
     m_object = nullptr;
     if (m_index == ID::INVALID)
         return;
     auto *const next = table.get(m_index);
     m_object = next;
-    look_ahead<OBJECT, OWNER_IMPL>(table, next, m_index);
+    look_ahead<OBJECT, OWNER_IMPL>(table, row, next);
 }
 
 template <class T, class OWNER>
