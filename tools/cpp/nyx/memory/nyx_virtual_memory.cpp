@@ -42,6 +42,13 @@ std::size_t round_up_to_pages(std::size_t value) {
     return (value + page - 1) & ~(page - 1);
 }
 
+// A large span is worth huge pages: fewer faults while it fills, fewer misses while it is walked. Its beginning keeps
+// small ones, so that a segment of which little is ever used stays small. Advice may be ignored, and then it is.
+static void advise_huge_pages(std::uintptr_t begin, std::uintptr_t end) {
+    if (end - begin >= s_huge_page_span)
+        madvise(reinterpret_cast<void *>(begin + s_small_page_head), end - begin - s_small_page_head, MADV_HUGEPAGE);
+}
+
 char *reserve_and_commit(std::size_t size, std::size_t commit_size) {
     NYX_CHECK_AS(commit_size <= size, "commit <= size", "Committed must be less or equal to size");
     // A length that doesn't fit is passed on as one that the system refuses, so that there is one place of failure.
@@ -54,6 +61,8 @@ char *reserve_and_commit(std::size_t size, std::size_t commit_size) {
     if (commit_size != 0) {
         const bool committed = mprotect(result, round_up_to_pages(commit_size), PROT_READ | PROT_WRITE) == 0;
         NYX_CHECK_AS(committed, "result", "Failed to commit %zu bytes (%u)", commit_size, static_cast<unsigned>(errno));
+        const std::uintptr_t begin = reinterpret_cast<std::uintptr_t>(result);
+        advise_huge_pages(begin, begin + round_up_to_pages(commit_size));
     }
     return static_cast<char *>(result);
 }
@@ -65,11 +74,7 @@ char *commit(void *address, std::size_t size) {
     const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(address) + size + page - 1) & ~(page - 1);
     if (mprotect(reinterpret_cast<void *>(begin), end - begin, PROT_READ | PROT_WRITE) != 0)
         throw std::bad_alloc();
-    // A large span is worth huge pages: fewer faults while it fills, fewer misses while it is walked. Its beginning
-    // keeps small ones, so that a segment of which little is ever used stays small. Advice may be ignored, and then it
-    // is.
-    if (end - begin >= s_huge_page_span)
-        madvise(reinterpret_cast<void *>(begin + s_small_page_head), end - begin - s_small_page_head, MADV_HUGEPAGE);
+    advise_huge_pages(begin, end);
     return reinterpret_cast<char *>(end);
 }
 
