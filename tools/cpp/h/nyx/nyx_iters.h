@@ -18,11 +18,41 @@
 
 #include <type_traits>
 
-/// Follows a list, such as that of a module's nets. T is the element, const for handles that don't change it; OWNER is
-/// what has the list. A step is O(1).
+/// What the iterators over rows have in common: ITER is the class, T the element, const for handles that don't change
+/// it.
+template <class ITER, class T>
+class NYX_ROW_ITER : public boost::iterator_facade<ITER, T *, boost::forward_traversal_tag, T *> {
+protected:
+    using OBJECT = std::remove_const_t<T>;
+    using ID = NYX_ID<OBJECT, unsigned int>;
+
+    NYX_ROW_ITER() = default;
+    NYX_ROW_ITER(OBJECT *object, ID index) : m_object(object), m_index(index) {}
+
+    OBJECT *m_object = nullptr;
+    ID m_index;
+
+private:
+    friend class boost::iterator_core_access;
+    template <class U, class V>
+    friend class NYX_ROW_ITER;
+
+    T *dereference() const {
+        if (m_index == ID::INVALID) [[unlikely]]
+            static_cast<const ITER *>(this)->fail_at_end();
+        return m_object;
+    }
+    template <class U, class V>
+    bool equal(const NYX_ROW_ITER<U, V> &other) const {
+        return m_index == other.m_index;
+    }
+};
+
+/// Follows a list, such as that of a module's nets. OWNER is what has the list. A step is O(1).
 template <class T, class OWNER>
-class NYX_API NYX_CHAIN_ITER
-    : public boost::iterator_facade<NYX_CHAIN_ITER<T, OWNER>, T *, boost::forward_traversal_tag, T *> {
+class NYX_API NYX_CHAIN_ITER : public NYX_ROW_ITER<NYX_CHAIN_ITER<T, OWNER>, T> {
+    using BASE = NYX_ROW_ITER<NYX_CHAIN_ITER<T, OWNER>, T>;
+
 public:
     /// The end.
     NYX_CHAIN_ITER() = default;
@@ -31,39 +61,31 @@ public:
     /// From the form that is not const.
     template <class U>
     requires(std::is_same_v<const U, T>) NYX_CHAIN_ITER(const NYX_CHAIN_ITER<U, OWNER> &other)
-        : m_table(other.m_table)
-        , m_object(other.m_object)
-        , m_index(other.m_index) {}
+        : BASE(other.m_object, other.m_index)
+        , m_table(other.m_table) {}
 
 private:
     friend class boost::iterator_core_access;
+    friend BASE;
     template <class U, class V>
     friend class NYX_CHAIN_ITER;
-    using OBJECT = std::remove_const_t<T>;
-    using ID = NYX_ID<OBJECT, unsigned int>;
+    using BASE::m_index;
+    using BASE::m_object;
+    using typename BASE::ID;
+    using typename BASE::OBJECT;
 
-    T *dereference() const {
-        if (m_index == ID::INVALID) [[unlikely]]
-            fail_at_end();
-        return m_object;
-    }
-    template <class U>
-    bool equal(const NYX_CHAIN_ITER<U, OWNER> &other) const {
-        return m_index == other.m_index;
-    }
     void increment();
     [[noreturn]] void fail_at_end() const;
 
     void *m_table = nullptr; // of the elements; to find it from an element costs a look at the head of its page
-    OBJECT *m_object = nullptr;
-    ID m_index;
 };
 
 /// Steps through a run of consecutive rows, such as a module's ports. Rows of the run that hold no object are stepped
 /// on too: a port's get_parent() is null there, and an inst port's is_valid() false. A step is O(1).
 template <class T, class OWNER>
-class NYX_API NYX_RANGE_ITER
-    : public boost::iterator_facade<NYX_RANGE_ITER<T, OWNER>, T *, boost::forward_traversal_tag, T *> {
+class NYX_API NYX_RANGE_ITER : public NYX_ROW_ITER<NYX_RANGE_ITER<T, OWNER>, T> {
+    using BASE = NYX_ROW_ITER<NYX_RANGE_ITER<T, OWNER>, T>;
+
 public:
     /// The end.
     NYX_RANGE_ITER() = default;
@@ -72,31 +94,22 @@ public:
     /// From the form that is not const.
     template <class U>
     requires(std::is_same_v<const U, T>) NYX_RANGE_ITER(const NYX_RANGE_ITER<U, OWNER> &other)
-        : m_object(other.m_object)
-        , m_index(other.m_index)
+        : BASE(other.m_object, other.m_index)
         , m_num_left(other.m_num_left) {}
 
 private:
     friend class boost::iterator_core_access;
+    friend BASE;
     template <class U, class V>
     friend class NYX_RANGE_ITER;
-    using OBJECT = std::remove_const_t<T>;
-    using ID = NYX_ID<OBJECT, unsigned int>;
+    using BASE::m_index;
+    using BASE::m_object;
+    using typename BASE::ID;
+    using typename BASE::OBJECT;
 
-    T *dereference() const {
-        if (m_index == ID::INVALID) [[unlikely]]
-            fail_at_end();
-        return m_object;
-    }
-    template <class U>
-    bool equal(const NYX_RANGE_ITER<U, OWNER> &other) const {
-        return m_index == other.m_index;
-    }
     void increment();
     [[noreturn]] void fail_at_end() const;
 
-    OBJECT *m_object = nullptr;
-    ID m_index;
     unsigned m_num_left = 0; // rows of the run from this one on
 };
 

@@ -45,10 +45,16 @@ NYX_TRAIT_LOOKUP<RAW>::NYX_TRAIT_LOOKUP(NYX_SEGMENT_MANAGER *manager)
 
 template <class RAW>
 void NYX_TRAIT_LOOKUP<RAW>::set(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id, RAW value) {
-    if (value == m_default_value)
-        map(kind).erase(id);
-    else
-        map(kind).insert_or_assign(id, value);
+    // The plain look-up first: it is a fraction of the map's own, and most calls need no more.
+    RAW *const stored = const_cast<RAW *>(find(kind, id));
+    if (value == m_default_value) {
+        if (stored != nullptr)
+            map(kind).erase(id);
+    } else if (stored != nullptr) {
+        *stored = value;
+    } else {
+        map(kind).emplace(id, value);
+    }
 }
 
 template <class RAW>
