@@ -2,6 +2,7 @@
 #include "database_test_support.h"
 #include "netlist/nyx_inst_header_table.h"
 #include "netlist/nyx_module_table.h"
+#include "nyx/nyx_inst_header.h"
 #include "support/temp_dir.h"
 
 #include <algorithm>
@@ -32,6 +33,8 @@ void add_header(NYX_DB *db, const char *db_name, const char *module, unsigned nu
     row->m_num_ports = num_ports;
     row->m_reference_count = 1;
     root->register_inst_header({"", user_group, row->m_db_name_id, row->m_module_name_id}, table.get_id(row));
+    if (user_group)
+        row->set_value(NYX_INST_HEADER::find_bool_trait(db, "is_user_group"), true);
 }
 
 class SubDbs : public testing::Test {

@@ -13,7 +13,7 @@ public:
     NYX_APP_DATA(unsigned int size, const unsigned char *data) : m_size(size), m_data(data) {}
 
     unsigned int get_size() const { return m_size; }
-    /// Null when there are none. Not aligned for anything but bytes: copy from it.
+    /// May be null when there are none, and need not be. Not aligned for anything but bytes: copy from it.
     const unsigned char *get_data() const { return m_data; }
 
     /// Same size and same bytes, wherever they are.

@@ -37,7 +37,7 @@ private:
 
     const TRAIT *m_trait = nullptr;
     const TRAIT *m_walked = nullptr; ///< the one of the database that the walk is in
-    NYX_DB_SUB_DB_ITER m_leaf;
+    NYX_DB_LEAF_DB_ITER m_leaf;
     T *m_object = nullptr;
 };
 

@@ -185,7 +185,10 @@ public:
     /// was opened stays open then, this database with one use: iter_open_dbs() and open_by_name() lead to it, and its
     /// close() closes the others.
     ///
-    /// Mode COPY_ON_WRITE ends the run, "COPY_ON_WRITE removed!".
+    /// Mode COPY_ON_WRITE ends the run, "COPY_ON_WRITE removed!", and so does a factor that makes no number of bytes.
+    ///
+    /// What an opening rests on is looked at before it is used. What rows, properties and values hold is not, since that
+    /// takes as long as reading all of it: verify() a file that comes from who knows where before using it.
     static NYX_DB *open(const char *db_file_path, ACCESS_MODE mode, const char *db_name = nullptr,
                         const char *group_name = nullptr, double size_factor = s_keep_size);
 
@@ -201,7 +204,9 @@ public:
     /// is opened next; else to what it may fill now.
     ///
     /// Raises NYX_INVALID_ARGUMENT "size_factor must be >= 1"; NYX_RUNTIME_ERROR with the code DB-NOT-WRITABLE;
-    /// NYX_FILE_IO_EXCEPTION. The old file is there then, and the database can be used and saved again.
+    /// NYX_FILE_IO_EXCEPTION. The old file is there then, and the database can be used and saved again. The new one is
+    /// there if its operation is RENAME and only the directory could not be brought to the disk. A factor that makes no
+    /// number of bytes ends the run.
     void commit(const std::string &db_file_path, double size_factor = s_keep_size);
 
     /// Does nothing and returns true; for callers that were written when there was something to be done.
@@ -215,10 +220,11 @@ public:
     /// DB-NOT-WRITABLE and CANNOT-DELETE-DB.
     static void destroy(const char *db_file_path);
 
-    /// Copies a database file and renames the copy's top module to `to` without ".nyx". Replaces what stands at `to`.
-    /// Raises NYX_RUNTIME_ERROR with the code DB-NOT-WRITABLE if the source isn't there or may not be written, and as
-    /// open(), commit() and NYX_DB_PERSISTENT::rename_top_module() do: databases that are no designs have no top
-    /// module.
+    /// Copies a database file and renames the copy's top module to `to` without ".nyx". Replaces what stands at `to`,
+    /// which must not be open. Raises NYX_RUNTIME_ERROR with the code DB-NOT-WRITABLE if the source isn't there or may
+    /// not be written; NYX_FILE_IO_EXCEPTION if it can't be copied, be it onto itself; and as open(), commit() and
+    /// NYX_DB_PERSISTENT::rename_top_module() do: databases that are no designs have no top module. The copy is not
+    /// open afterwards, whether this raises or not.
     static void clone_db(const char *from, const char *to);
 
     /// Lets the database in a closed file grow by `extra_MiB` more, without reading what is in it. Raises
@@ -311,7 +317,7 @@ public:
     static boost::iterator_range<NYX_DB_SUB_DB_ITER> iter_sub_dbs(const NYX_DB *db, bool direct);
 
     /// iter_sub_dbs() of those that `db` names itself.
-    static boost::iterator_range<NYX_DB_SUB_DB_ITER> iter_leaf_dbs(const NYX_DB *db);
+    static boost::iterator_range<NYX_DB_LEAF_DB_ITER> iter_leaf_dbs(const NYX_DB *db);
     /// \}
 
     /// \name Modules

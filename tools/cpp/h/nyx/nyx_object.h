@@ -33,7 +33,8 @@ template <class T>
 class NYX_API NYX_TRAIT_BEARER {
 public:
     /// \name Declaring traits
-    /// Group, description and internal name may be empty, and then stand for none. Names can't hold a NUL.
+    /// Group, description and internal name may be empty, and then stand for none. Names can't hold a NUL. An internal
+    /// name differs from the name: one that is equal would be reserved by it, and the trait could not be found.
     ///
     /// Raise NYX_INVALID_ARGUMENT "Cannot create a trait with an empty name"; NYX_RUNTIME_ERROR "X already has trait
     /// named NAME", or "X already has trait using internal name NAME", whatever the type of that one.
@@ -79,7 +80,8 @@ public:
 
     /// \name Finding or declaring traits
     /// The trait of that internal name, if one is given; else the one of that name; else a new one. Group and
-    /// description of a trait that is there stay as they are.
+    /// description of a trait that is there stay as they are. Defaults of floating-point values are compared by their
+    /// bits, so that 0.0 and -0.0 do not match.
     ///
     /// Raise what finding and declaring raise, and NYX_RUNTIME_ERROR "X already has an internal trait named NAME." if
     /// an internal name is given but the name belongs to a trait without that, or "X already has trait named NAME with
@@ -143,7 +145,8 @@ public:
 
     /// \name Writing
     /// Setting the default takes the object's value out. Unlike for reading, `trait` must be one of this object's
-    /// database. Floating-point values are compared by their bits: 0.0 and -0.0 are two values.
+    /// database: nothing looks at that, and the value would be one of whatever object has this one's number there. It
+    /// need not be one for objects of this type. Floating-point values are compared by their bits: 0.0 and -0.0 are two values.
     /// boost::interprocess::bad_alloc when the database is full; the old value stays then.
     /// \{
     void set_value(NYX_BOOL_TRAIT *trait, bool value);
@@ -183,7 +186,8 @@ public:
 
     /// \name All traits of T
     /// A walk visits those with values of 1, of 4, then of 8 bytes, each in the order in which they were declared, and
-    /// internal ones if `include_internal` is set. What a visitor throws ends it.
+    /// internal ones if `include_internal` is set. What a visitor throws ends it. O(traits of all types of objects).
+    /// The static ones raise NYX_INVALID_ARGUMENT "Input database cannot be NULL".
     /// \{
     static void visit_sparse_traits(const NYX_DB *db, NYX_SPARSE_TRAIT_VISITOR *visitor, bool include_internal);
 
@@ -206,15 +210,16 @@ protected:
     ~NYX_TRAIT_BEARER() = default;
 };
 
-/// Properties of the objects of type T: values of any of eight types by name, which need no declaration. An object
-/// without properties takes no room for them. O(log n) of the properties of the object, and a hash probe.
+/// Properties of the objects of type T: values of any of eight types by name, which need no declaration. An object that
+/// never had one takes no room for them. Names and texts end at a NUL. O(log n) of the properties of the object, and a hash probe.
 template <class T>
 class NYX_API NYX_PROPERTY_BEARER {
 public:
     bool has_property(const std::string &name) const;
 
-    /// Raises NYX_INVALID_ARGUMENT "Unknown property name 'NAME'" for a name that the database does not know,
-    /// std::out_of_range "Object has no properties", or "No such property 'NAME'". Bytes of an application stay in the
+    /// Raises NYX_INVALID_ARGUMENT "Unknown property name 'NAME'" for a name that the database does not know; then
+    /// std::out_of_range, "Object has no properties" for an object that never had one, and "No such property 'NAME'"
+    /// for one that has, or had, others. Bytes of an application stay in the
     /// database, and are good until the property is set again or removed, or the object deleted.
     NYX_PROPERTY_VALUE get_property(const std::string &name) const;
 
@@ -222,8 +227,8 @@ public:
     std::optional<NYX_PROPERTY_VALUE> find_property(const std::string &name) const;
 
     /// Adds the property or gives it another value, which may be of another type. Texts are entered in the names of the
-    /// database, bytes of an application are copied. boost::interprocess::bad_alloc when the database is full; nothing
-    /// has changed then.
+    /// database, bytes of an application are copied. boost::interprocess::bad_alloc when the database is full; no
+    /// property has changed then, but the database may know the name from now on.
     void set_property(const std::string &name, const NYX_PROPERTY_VALUE &value);
 
     /// Does nothing if there is no such property.

@@ -34,7 +34,8 @@ public:
 private:
     friend class boost::iterator_core_access;
 
-    /// Ends the run at the end, "m_name_id != NYX_NAME_ID::INVALID".
+    /// Ends the run at the end, "m_name_id != NYX_NAME_ID::INVALID", and on a property that has been removed since the
+    /// iterator reached it, "The property has been removed".
     std::pair<const std::string, NYX_PROPERTY_VALUE> dereference() const;
     void increment();
     bool equal(const NYX_PROPERTY_ITER &other) const { return m_name_id == other.m_name_id; }

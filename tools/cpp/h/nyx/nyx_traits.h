@@ -29,8 +29,8 @@ enum class NYX_TRAIT_VALUE_TYPE : unsigned char {
 //     get_default_value        the default
 //     convert_value_to_str     a value as a text; the same in every locale
 //     output_to_str            the trait as a line of the table that output_all_sparse_traits() writes; with an object
-//                              its value in addition, as in output_sparse_traits(). Raises NYX_INVALID_ARGUMENT "Obj
-//                              cannot be NULL". The line ends in a newline.
+//                              its value in addition, as in output_sparse_traits(). A null object raises
+//                              NYX_INVALID_ARGUMENT "Obj cannot be NULL". The line ends in a newline.
 
 /// A trait with values of type bool; their texts are "True" and "False".
 class NYX_API NYX_BOOL_TRAIT : public NYX_BYTE1_TRAIT {
@@ -136,7 +136,8 @@ protected:
 /// `stream`. `with_value`: there is a column for values.
 NYX_API void nyx_sparse_trait_output_header(std::ostream &stream, const char *object_name, bool with_value);
 
-/// A line of it. A null `value` stands for no column of values.
+/// A line of it. A null `value` stands for no column of values, another null text for an empty one. Formatting that a
+/// caller left in the stream does not matter to either.
 NYX_API void nyx_sparse_trait_output(std::ostream &stream, const char *name, const char *type, const char *value,
                                      const char *default_value, const char *group, bool internal,
                                      const char *description);

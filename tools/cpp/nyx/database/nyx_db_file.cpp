@@ -256,14 +256,20 @@ void NYX_DB::clone_db(const char *from, const char *to) {
     require_db_file_exists_and_is_writable(from_path);
     const std::string to_path = to_db_file_path(nyx_text(to));
     const std::string new_top = strip_db_extension(nyx_text(to));
-    // Raised before the target is lost, and not after.
-    NYX_DB_LINKER::get().find_open_db(to_path, ACCESS_MODE::MODIFY, fs::path(to_path).stem().string(), "");
-    std::error_code error;
-    fs::copy_file(from_path, to_path, fs::copy_options::overwrite_existing, error);
-    if (error)
-        throw NYX_FILE_IO_EXCEPTION(to_path, error, NYX_FILE_IO_EXCEPTION::WRITE);
-    NYX_DB *const db = open(to_path.c_str(), ACCESS_MODE::MODIFY, nullptr, nullptr, s_keep_size);
+    const std::string name = fs::path(to_path).stem().string();
+    NYX_DB *db = nullptr;
+    {
+        // Nobody opens the target in between. What is open is told of before it is lost, and not after.
+        const NYX_DB_LOCK lock;
+        NYX_DB_LINKER::get().find_open_db(to_path, ACCESS_MODE::MODIFY, name, "");
+        std::error_code error;
+        fs::copy_file(from_path, to_path, fs::copy_options::overwrite_existing, error);
+        if (error)
+            throw NYX_FILE_IO_EXCEPTION(to_path, error, NYX_FILE_IO_EXCEPTION::WRITE);
+        db = register_opened(to_path, ACCESS_MODE::MODIFY, name, "", s_keep_size).db;
+    }
     try {
+        complete_opened(db);
         db->get_db_persistent()->rename_top_module(new_top.c_str());
         db->get_impl().m_file->commit_impl(to_path);
     } catch (...) {
@@ -280,7 +286,9 @@ void NYX_DB::grow_db(const char *db_file_path, unsigned long long extra_MiB) {
         return;
     const std::string path = to_db_file_path(nyx_text(db_file_path));
     require_db_file_exists_and_is_writable(path);
-    if (NYX_DB_LINKER::get().find_open_db_by_file(path) != nullptr)
+    NYX_DB_LINKER &linker = NYX_DB_LINKER::get();
+    const NYX_DB_LOCK lock; // nobody opens it before it is rewritten
+    if (linker.find_open_db_by_file(path) != nullptr)
         NYX_RAISE_RUNTIME_ERROR(function, "grow_db attempted on DB '" + path + "' when it is open.\n");
     NYX_FILE_OPTIONS options;
     options.size_rule = [extra = nyx_bytes_of_MiB(extra_MiB)](std::size_t, std::size_t default_size) {

@@ -54,12 +54,17 @@ void NYX_DB::purge_db_group(const std::string &group_name) {
     if (group_name.empty())
         return;
     NYX_DB_LINKER &linker = NYX_DB_LINKER::get();
-    const NYX_DB_GROUP *const group = linker.find_group(group_name);
-    if (group == nullptr)
+    if (linker.find_group(group_name) == nullptr)
         NYX_RAISE_INVALID_ARGUMENT("NYX_DB::purge_db_group",
                                    "DB group " + group_name + " doesn't exists. Cannot purge.");
+    // By the name, for another thread may remove the group while none of its databases is open.
+    const auto find_first = [&]() -> NYX_DB * {
+        const NYX_DB_LOCK lock;
+        const NYX_DB_GROUP *const group = linker.find_group(group_name);
+        return group != nullptr ? linker.find_first_db(group) : nullptr;
+    };
     // Each round closes one at least; one that goes with a parent's close is gone before the next round looks.
-    while (NYX_DB *const db = linker.find_first_db(group)) {
+    while (NYX_DB *const db = find_first()) {
         NYX_DB *top = db;
         try {
             top = const_cast<NYX_DB *>(db->get_top_db());

@@ -8,10 +8,11 @@
 #include "constraints/nyx_sdc_clock_table.h"
 #include "constraints/nyx_source_file_table.h"
 #include "database/nyx_db_persistent.h"
-#include "database/nyx_image_reader.h"
 #include "hierarchy/nyx_hier_instance_table.h"
 #include "hierarchy/nyx_hier_module_table.h"
 #include "hierarchy/nyx_hier_port_table.h"
+#include "memory/nyx_app_block.h"
+#include "memory/nyx_image_reader.h"
 #include "names/nyx_name_mgr_impl.h"
 #include "netlist/nyx_inst_header_table.h"
 #include "netlist/nyx_inst_port_table.h"
@@ -26,6 +27,7 @@
 #include "traits/nyx_byte1_trait_table.h"
 #include "traits/nyx_byte4_trait_table.h"
 #include "traits/nyx_byte8_trait_table.h"
+#include "traits/nyx_trait_object_type.h"
 
 #include <algorithm>
 #include <cstring>
@@ -58,8 +60,8 @@ class NYX_DB_IMAGE_CHECKER {
 public:
     /// With `faults` it looks at everything, goes on behind a fault, and tells all; without, it looks at what has to be
     /// right before anything is used, and throws the first.
-    NYX_DB_IMAGE_CHECKER(NYX_SEGMENT_MANAGER *manager, std::vector<std::string> *faults)
-        : m_reader(manager)
+    NYX_DB_IMAGE_CHECKER(NYX_IMAGE_READER &reader, std::vector<std::string> *faults)
+        : m_reader(reader)
         , m_faults(faults) {}
 
     NYX_DB_PERSISTENT *check(NYX_DB_TYPE type) {
@@ -208,24 +210,123 @@ private:
         });
     }
 
-    // The traits of one width that a map leads to: the values of each are an object of their own, and sound maps.
+    // The traits of one width: their rows, which walks go over, and the map that leads to them by name.
     template <class TRAIT, class MAP>
-    void check_traits(const MAP &map, NYX_DB_PERSISTENT *root, const char *what) {
+    void check_traits(const MAP &map, const NYX_DB_PERSISTENT *root, const char *what) {
+        using ID = typename MAP::mapped_type;
         auto &table = root->table<TRAIT>();
+        for (unsigned i = 0; i < table.iter_limit(); ++i)
+            if (const auto &row = *table.get(ID(i)); row.m_storage_name_id != NYX_NAME_ID::INVALID)
+                check_trait(row, root);
         check_map(map, what, true, [&](const typename MAP::value_type &element) {
             // The plain name of an internal trait is reserved: it leads nowhere.
-            if (element.second == decltype(element.second)::INVALID)
+            if (element.second == ID::INVALID)
                 return;
             const unsigned id = element.second.get();
             if (id >= table.iter_limit())
                 READER::fail("%s leads to row %u of %llu", what, id, ull(table.iter_limit()));
-            const auto &link = table.get(element.second)->m_trait_lookup_ptr;
-            using LOOKUP = std::remove_cvref_t<decltype(*link)>;
-            const LOOKUP *const values = claim_object<LOOKUP>(&link, "the values of a trait", READER::target(&link));
-            for (unsigned kind = 0; kind < LOOKUP::s_num_kinds; ++kind)
-                check_map(values->map(NYX_TRAIT_OBJ_TYPE(kind)), "the values of a trait", true,
-                          [](const typename LOOKUP::MAP::value_type &) {});
+            const auto &row = *table.get(element.second);
+            const bool is_internal = row.m_internal_storage_name_id != NYX_NAME_ID::INVALID;
+            if (row.m_storage_name_id == NYX_NAME_ID::INVALID ||
+                element.first != (is_internal ? row.m_internal_storage_name_id : row.m_storage_name_id))
+                READER::fail("%s leads to row %u by the name of another trait", what, id);
         });
+    }
+
+    // A trait: its names, its type, and its values, which are an object of their own with sound maps in it. The single
+    // values are looked at if there is time for that.
+    template <class ROW>
+    void check_trait(const ROW &row, const NYX_DB_PERSISTENT *root) {
+        const char *const what = "the values of a trait";
+        using LOOKUP = std::remove_cvref_t<decltype(*row.m_trait_lookup_ptr)>;
+        const LOOKUP &values =
+            *claim_object<LOOKUP>(&row.m_trait_lookup_ptr, what, READER::target(&row.m_trait_lookup_ptr));
+        const NYX_TRAIT_OBJ_TYPE object_type = values.m_object_type;
+        if (object_type >= NYX_TRAIT_OBJ_TYPE::ALL_SPARSE)
+            READER::fail("a trait is for objects of type %u", unsigned(object_type));
+        if (!has_width(row.m_value_type, sizeof(values.m_default_value)))
+            READER::fail("a trait has values of type %u in %zu bytes", unsigned(row.m_value_type),
+                         sizeof(values.m_default_value));
+        check_trait_name(row.m_storage_name_id, object_type);
+        if (row.m_internal_storage_name_id != NYX_NAME_ID::INVALID)
+            check_trait_name(row.m_internal_storage_name_id, object_type);
+        const bool in_depth = m_faults != nullptr;
+        // Where the type is the application's, anything asks for the default: a value is set only if it is another one.
+        if (in_depth || row.m_value_type == NYX_TRAIT_VALUE_TYPE::APP_TRAIT_VALUE)
+            check_trait_value(row, values.m_default_value);
+        for (unsigned kind = 0; kind < LOOKUP::s_num_kinds; ++kind) {
+            const std::uint64_t limit = in_depth ? num_objects(root, NYX_TRAIT_OBJ_TYPE(kind)) : 0;
+            check_map(values.map(NYX_TRAIT_OBJ_TYPE(kind)), what, true,
+                      [&](const typename LOOKUP::MAP::value_type &element) {
+                          if (!in_depth)
+                              return;
+                          if (element.first.get() >= limit)
+                              READER::fail("a trait has a value of object %u of %llu", element.first.get(), ull(limit));
+                          if (element.second == values.m_default_value)
+                              READER::fail("a trait keeps its default for object %u", element.first.get());
+                          check_trait_value(row, element.second);
+                      });
+        }
+    }
+
+    static bool has_width(NYX_TRAIT_VALUE_TYPE type, std::size_t bytes) {
+        switch (type) {
+        case NYX_TRAIT_VALUE_TYPE::BOOL_TRAIT_VALUE:
+            return bytes == 1;
+        case NYX_TRAIT_VALUE_TYPE::INT_TRAIT_VALUE:
+        case NYX_TRAIT_VALUE_TYPE::STRING_TRAIT_VALUE:
+        case NYX_TRAIT_VALUE_TYPE::FLOAT_TRAIT_VALUE:
+            return bytes == 4;
+        case NYX_TRAIT_VALUE_TYPE::DOUBLE_TRAIT_VALUE:
+        case NYX_TRAIT_VALUE_TYPE::TIME_TRAIT_VALUE:
+        case NYX_TRAIT_VALUE_TYPE::APP_TRAIT_VALUE:
+            return bytes == 8;
+        }
+        return false;
+    }
+
+    // The name that callers know ends where the text of the type of objects begins.
+    void check_trait_name(NYX_NAME_ID id, NYX_TRAIT_OBJ_TYPE object_type) {
+        check_name_id(id, "a trait");
+        const char *const text = m_names->get_impl().find_string(id);
+        if (std::strstr(text, nyx_get_trait_object_type_text(object_type)) == nullptr)
+            READER::fail("a trait for objects of type %u is stored as '%.100s'", unsigned(object_type), text);
+    }
+
+    template <class ROW, class RAW>
+    void check_trait_value(const ROW &row, RAW value) {
+        if constexpr (sizeof(RAW) == 4) {
+            if (row.m_value_type == NYX_TRAIT_VALUE_TYPE::STRING_TRAIT_VALUE)
+                check_name_id(NYX_NAME_ID(static_cast<std::uint32_t>(value)), "a trait");
+        } else if constexpr (sizeof(RAW) == 8) {
+            // The distance from the row to a block of the bytes' number and the bytes.
+            if (row.m_value_type != NYX_TRAIT_VALUE_TYPE::APP_TRAIT_VALUE)
+                return;
+            const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(&row) + static_cast<std::uintptr_t>(value);
+            const std::size_t usable = m_reader.usable(address);
+            const char *const block = m_reader.claim(address, s_nyx_app_block_head, "a value of a trait");
+            if (half_word(block) > usable - s_nyx_app_block_head)
+                READER::fail("a value of a trait has %u bytes in a block of %zu", half_word(block), usable);
+        }
+    }
+
+    // Rows of the objects that bear a kind of traits.
+    static std::uint64_t num_objects(const NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind) {
+        switch (kind) {
+#define NYX_TRAIT_KIND(type, one, many, word)                                                                          \
+    case NYX_TRAIT_OBJ_TYPE::word##_SPARSE:                                                                            \
+        return num_objects<type>(root);
+#include "traits/nyx_trait_kinds.def"
+        default:
+            return 0;
+        }
+    }
+    template <class T>
+    static std::uint64_t num_objects(const NYX_DB_PERSISTENT *root) {
+        if constexpr (std::is_same_v<T, NYX_DB>)
+            return 1;
+        else
+            return root->table<T>().iter_limit();
     }
 
     void check_names(NYX_DB_PERSISTENT *root);
@@ -246,7 +347,7 @@ private:
     void check_properties(const TABLE &table);
     void check_name_id(NYX_NAME_ID id, const char *what);
 
-    NYX_IMAGE_READER m_reader;
+    NYX_IMAGE_READER &m_reader;
     std::vector<std::string> *const m_faults;
     std::uintptr_t m_root = 0;
     const NYX_NAME_MANAGER *m_names = nullptr;
@@ -528,7 +629,8 @@ void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {
 
 NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type, std::string *fault) {
     try {
-        return NYX_DB_IMAGE_CHECKER(manager, nullptr).check(type);
+        NYX_IMAGE_READER reader(manager);
+        return NYX_DB_IMAGE_CHECKER(reader, nullptr).check(type);
     } catch (const NYX_IMAGE_FAULT &found) {
         if (fault != nullptr)
             *fault = found.text;
@@ -536,14 +638,10 @@ NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE
     }
 }
 
-std::vector<std::string> nyx_find_image_faults(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type) {
+std::vector<std::string> nyx_find_image_faults(NYX_IMAGE_READER &reader, NYX_DB_TYPE type) {
     std::vector<std::string> faults;
-    if (std::string fault = nyx_get_algorithm(manager)->find_fault(); !fault.empty()) {
-        faults.push_back(std::move(fault));
-        return faults;
-    }
     try {
-        NYX_DB_IMAGE_CHECKER(manager, &faults).check(type);
+        NYX_DB_IMAGE_CHECKER(reader, &faults).check(type);
     } catch (const NYX_IMAGE_FAULT &fault) {
         faults.push_back(fault.text);
     }

@@ -26,6 +26,6 @@ boost::iterator_range<NYX_DB_SUB_DB_ITER> NYX_DB::iter_sub_dbs(const NYX_DB *db,
     return {NYX_DB_SUB_DB_ITER(db, direct), NYX_DB_SUB_DB_ITER()};
 }
 
-boost::iterator_range<NYX_DB_SUB_DB_ITER> NYX_DB::iter_leaf_dbs(const NYX_DB *db) {
+boost::iterator_range<NYX_DB_LEAF_DB_ITER> NYX_DB::iter_leaf_dbs(const NYX_DB *db) {
     return iter_sub_dbs(db, true);
 }

@@ -323,8 +323,10 @@ NYX_DB_PERSISTENT *NYX_DB_LINKER::find_or_open_db_persistent(const std::string &
     {
         const NYX_DB_LOCK lock;
         const NYX_DB_GROUP &searched = group_or_default(group);
-        if (NYX_DB_PERSISTENT *const db_persistent = searched.find_db_persistent(db_name))
+        if (NYX_DB_PERSISTENT *const db_persistent = searched.find_db_persistent(db_name)) {
+            change_use_count(db_name, +1, group);
             return db_persistent;
+        }
         entry = searched.lookup(db_name);
         group_name = searched.get_name();
     }

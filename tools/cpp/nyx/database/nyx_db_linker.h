@@ -117,7 +117,7 @@ public:
     /// The open database with this file, by whatever path it was opened, else null.
     NYX_DB *find_open_db_by_file(const std::string &file_path) const;
 
-    /// The root of the database `db_name` of a group, opened with one use if it isn't open. Raises NYX_RUNTIME_ERROR
+    /// The root of the database `db_name` of a group, opened if it isn't open, with one use more. Raises NYX_RUNTIME_ERROR
     /// "Can't find path to db named 'NAME'. Have you done NYX_DB::init(...) or group initialization?", and what
     /// NYX_DB::open() raises.
     NYX_DB_PERSISTENT *find_or_open_db_persistent(const std::string &db_name, NYX_DB_GROUP *group);
@@ -138,7 +138,7 @@ public:
     /// Number `index` of these, null behind the last and for a database that is not registered.
     NYX_DB *find_sub_db(const NYX_DB *db, bool direct, std::size_t index) const;
     /// Links `db` to the open databases that its instances refer to, and these to theirs, the first time that it is
-    /// called for a database. Counts no use. Not under the lock.
+    /// called for a database. A link that is new is a use. Not to be called under the lock.
     void update_hierarchy_maps(NYX_DB *db);
 
     /// The databases that refer to `db` themselves; none for one that is not registered.

@@ -53,11 +53,6 @@ MAP make_map(NYX_SEGMENT_MANAGER *manager) {
     return MAP(NYX_SEGMENT_INITIAL_BUCKETS, typename MAP::hasher(), typename MAP::key_equal(), manager);
 }
 
-// The name under which a trait is filed: traits of one name on objects of different types are different traits.
-std::string storage_name(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) {
-    return name + nyx_get_trait_object_type_text(object_type);
-}
-
 } // namespace
 
 INST_HEADER_KEY::INST_HEADER_KEY(std::string_view params_key, bool is_user_group, NYX_NAME_ID db_name_id,
@@ -168,7 +163,9 @@ NYX_MODULE *NYX_DB_PERSISTENT::find_module(const char *name) const {
 template <class T, class ID>
 T *NYX_DB_PERSISTENT::find_trait(const NAME_TO_ID<ID> &map, const std::string &name,
                                  NYX_TRAIT_OBJ_TYPE object_type) const {
-    const NYX_NAME_ID name_id = m_names.find_id(storage_name(name, object_type).c_str());
+    if (name.find('\0') != std::string::npos)
+        return nullptr; // no trait has one, and what stands in front of it may be a trait's name
+    const NYX_NAME_ID name_id = m_names.find_id(nyx_get_storage_name(name, object_type).c_str());
     if (name_id == NYX_NAME_ID::INVALID)
         return nullptr;
     const auto *const found =
@@ -184,7 +181,9 @@ T *NYX_DB_PERSISTENT::find_trait(const NAME_TO_ID<ID> &map, const std::string &n
 }
 
 bool NYX_DB_PERSISTENT::trait_exists(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) const {
-    const NYX_NAME_ID name_id = m_names.find_id(storage_name(name, object_type).c_str());
+    if (name.find('\0') != std::string::npos)
+        return false;
+    const NYX_NAME_ID name_id = m_names.find_id(nyx_get_storage_name(name, object_type).c_str());
     const auto is_in = [name_id](const auto &map) {
         return nyx_find_stored(map, hash_value(name_id),
                                [name_id](const auto &entry) { return entry.first == name_id; }) != nullptr;
@@ -211,6 +210,13 @@ NYX_INST_HEADER_ID NYX_DB_PERSISTENT::find_inst_header(const INST_HEADER_KEY &ke
     return found == m_inst_header_key_to_id.end() ? NYX_INST_HEADER_ID::INVALID : found->second;
 }
 
+INST_HEADER_KEY NYX_DB_PERSISTENT::get_inst_header_key(NYX_INST_HEADER_ID id) const {
+    const NYX_INST_HEADER_IMPL &row = *m_inst_header_table->get(id);
+    INST_HEADER_KEY key("", true, row.m_db_name_id, row.m_module_name_id);
+    key.m_is_user_group = find_inst_header(key) == id;
+    return key;
+}
+
 void NYX_DB_PERSISTENT::register_module(NYX_NAME_ID name_id, NYX_MODULE_ID id) {
     m_module_nameid_to_objid.emplace(name_id, id);
 }
@@ -220,16 +226,15 @@ void NYX_DB_PERSISTENT::unregister_module(NYX_NAME_ID name_id) {
 }
 
 template <class T, class ID>
-void NYX_DB_PERSISTENT::register_trait(NAME_TO_ID<ID> &map, const T *trait, NYX_TRAIT_OBJ_TYPE object_type) {
+void NYX_DB_PERSISTENT::register_trait(NAME_TO_ID<ID> &map, const T *trait) {
     const typename NYX_OBJECT_TRAITS<T>::impl *const row = trait->get_impl();
     const bool is_internal = trait->is_internal();
     const NYX_NAME_ID filed_under = is_internal ? row->m_internal_storage_name_id : row->m_storage_name_id;
-    const NYX_NAME_ID reserved = m_names.get_id(storage_name(trait->get_name(), object_type).c_str());
     map.insert_or_assign(filed_under, table<T>().get_id(row));
     if (!is_internal)
         return;
     try {
-        map.insert_or_assign(reserved, ID::INVALID);
+        map.insert_or_assign(row->m_storage_name_id, ID::INVALID);
     } catch (...) {
         map.erase(filed_under);
         throw;
@@ -238,17 +243,17 @@ void NYX_DB_PERSISTENT::register_trait(NAME_TO_ID<ID> &map, const T *trait, NYX_
 
 void NYX_DB_PERSISTENT::register_byte1_trait(NYX_BYTE1_TRAIT *trait, NYX_TRAIT_OBJ_TYPE object_type) {
     NYX_CHECK(find_byte1_trait(trait->get_name(), object_type) == nullptr);
-    register_trait(m_byte1_trait_nameid_to_objid, trait, object_type);
+    register_trait(m_byte1_trait_nameid_to_objid, trait);
 }
 
 void NYX_DB_PERSISTENT::register_byte4_trait(NYX_BYTE4_TRAIT *trait, NYX_TRAIT_OBJ_TYPE object_type) {
     NYX_CHECK(find_byte4_trait(trait->get_name(), object_type) == nullptr);
-    register_trait(m_byte4_trait_nameid_to_objid, trait, object_type);
+    register_trait(m_byte4_trait_nameid_to_objid, trait);
 }
 
 void NYX_DB_PERSISTENT::register_byte8_trait(NYX_BYTE8_TRAIT *trait, NYX_TRAIT_OBJ_TYPE object_type) {
     NYX_CHECK(find_byte8_trait(trait->get_name(), object_type) == nullptr);
-    register_trait(m_byte8_trait_nameid_to_objid, trait, object_type);
+    register_trait(m_byte8_trait_nameid_to_objid, trait);
 }
 
 void NYX_DB_PERSISTENT::register_inst_header(const INST_HEADER_KEY &key, NYX_INST_HEADER_ID id) {
@@ -258,14 +263,6 @@ void NYX_DB_PERSISTENT::register_inst_header(const INST_HEADER_KEY &key, NYX_INS
 
 void NYX_DB_PERSISTENT::unregister_inst_header(const INST_HEADER_KEY &key) {
     m_inst_header_key_to_id.erase(key);
-}
-
-std::vector<bool> NYX_DB_PERSISTENT::get_user_group_headers() const {
-    std::vector<bool> result(m_inst_header_table->iter_limit());
-    for (const auto &[key, id] : m_inst_header_key_to_id)
-        if (id.get() < result.size())
-            result[id.get()] = key.m_is_user_group;
-    return result;
 }
 
 bool NYX_DB_PERSISTENT::has_inst_headers() const {

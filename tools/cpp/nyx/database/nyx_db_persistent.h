@@ -101,6 +101,9 @@ public:
     bool trait_exists(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) const;
     /// INVALID if no header has the key.
     NYX_INST_HEADER_ID find_inst_header(const INST_HEADER_KEY &key) const;
+    /// The key under which a header is filed. Its flag need not be what the trait "is_user_group" says: that has a
+    /// plain name, and who sets it by that does not file the header anew.
+    INST_HEADER_KEY get_inst_header_key(NYX_INST_HEADER_ID id) const;
     /// \}
 
     /// \name Registration
@@ -133,9 +136,6 @@ public:
     /// database.
     void open_sub_dbs(NYX_DB_GROUP *group, std::set<const NYX_DB_PERSISTENT *> &visited);
 
-    /// Whether each header, by its identifier, leads to the user's group. O(headers).
-    std::vector<bool> get_user_group_headers() const;
-
     /// How the segment is spent: every table, the name manager and the maps. Warns when what they account for differs
     /// from what is used by more than the blocks' own overhead. O(blocks).
     NYX_STATS get_stats() const;
@@ -153,7 +153,7 @@ private:
     template <class T, class ID>
     T *find_trait(const NAME_TO_ID<ID> &map, const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) const;
     template <class T, class ID>
-    void register_trait(NAME_TO_ID<ID> &map, const T *trait, NYX_TRAIT_OBJ_TYPE object_type);
+    void register_trait(NAME_TO_ID<ID> &map, const T *trait);
     long own_bytes() const;
 
     // Stored, in this order.

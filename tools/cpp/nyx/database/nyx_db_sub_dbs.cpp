@@ -6,45 +6,38 @@
 #include "netlist/nyx_module_table.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
+#include "traits/nyx_builtin_traits.h"
 
 #include <algorithm>
-#include <map>
-#include <unordered_map>
 #include <utility>
 
 namespace {
 
 constexpr const char *s_function = "NYX_DB_PERSISTENT::open_sub_dbs";
 
-// Calls `visit(id, row)` for each header in use.
+// Calls `visit(row)` for each header in use.
 template <class VISIT>
 void for_each_header(const NYX_INST_HEADER_TABLE &table, VISIT &&visit) {
     for (unsigned i = 0; i < table.iter_limit(); ++i) {
         const NYX_INST_HEADER_IMPL &row = *table.get(NYX_INST_HEADER_ID(i));
         if (row.m_module_name_id != NYX_NAME_ID::INVALID)
-            visit(i, row);
+            visit(row);
     }
 }
 
-// The modules of one database by name. Made from the rows: what a file claims in its hash maps is not believed here.
-class MODULES_BY_NAME {
-public:
-    explicit MODULES_BY_NAME(const NYX_DB_PERSISTENT &persistent) : m_table(persistent.table<NYX_MODULE>()) {
-        std::string name;
-        for (unsigned i = 0; i < m_table.iter_limit(); ++i)
-            if (persistent.names().find_name(*m_table.m_name_id.get(NYX_MODULE_ID(i)), name))
-                m_name_to_id.emplace(name, i);
-    }
+// Whether a header leads to the group of its database. Only designs have partitions.
+bool links_to_user_group(const NYX_DB &db, const NYX_INST_HEADER_IMPL &row) {
+    return db.is_user() && row.get_value(NYX_DB_IMPL::of(db).m_builtin_traits->m_inst_header_is_user_group_trait);
+}
 
-    const NYX_MODULE_IMPL *find(const std::string &name) const {
-        const auto found = m_name_to_id.find(name);
-        return found != m_name_to_id.end() ? m_table.get(NYX_MODULE_ID(found->second)) : nullptr;
-    }
-
-private:
-    const NYX_MODULE_TABLE &m_table;
-    std::unordered_map<std::string, unsigned> m_name_to_id;
-};
+// The module of that name. The index was read from a file, and the row that it leads to need not be the module.
+const NYX_MODULE_IMPL *find_module(const NYX_DB_PERSISTENT &persistent, const std::string &name) {
+    const auto *const row = static_cast<const NYX_MODULE_IMPL *>(persistent.find_module(name.c_str()));
+    if (row == nullptr)
+        return nullptr;
+    const NYX_NAME_ID name_id = *persistent.table<NYX_MODULE>().m_name_id.get(NYX_MODULE_TABLE::get_id(row));
+    return name_id == persistent.names().find_id(name.c_str()) ? row : nullptr;
+}
 
 // Resolves the headers of one database.
 class RESOLVER {
@@ -53,19 +46,15 @@ public:
         : m_persistent(persistent)
         , m_db(m_linker.db_for_persistent(&persistent))
         , m_group(group)
-        , m_visited(visited)
-        , m_user_group(persistent.get_user_group_headers()) {}
+        , m_visited(visited) {}
 
-    void resolve(unsigned id, const NYX_INST_HEADER_IMPL &row) {
+    void resolve(const NYX_INST_HEADER_IMPL &row) {
         const std::string db_name = name_of(row.m_db_name_id);
-        // Only designs have partitions.
-        const bool user_group = m_db->is_user() && m_user_group[id];
+        const bool user_group = links_to_user_group(*m_db, row);
         NYX_DB_GROUP *const group = user_group ? m_group : nullptr;
-        NYX_DB_PERSISTENT *sub = m_linker.find_db_persistent(db_name, group);
+        NYX_DB_PERSISTENT *sub = find_and_use(db_name, group);
         if (sub == nullptr)
             sub = open(db_name, group);
-        else
-            use(db_name, group, sub);
         NYX_CHECK_AS(sub != nullptr, "db", "no root of '%s'", db_name.c_str());
         check(db_name, row, *sub, user_group);
     }
@@ -82,35 +71,41 @@ private:
     NYX_DB_PERSISTENT *open(const std::string &db_name, NYX_DB_GROUP *group) {
         try {
             NYX_DB_PERSISTENT *const sub = m_linker.find_or_open_db_persistent(db_name, group);
-            m_linker.add_sub_db(m_db, m_linker.db_for_persistent(sub));
+            if (!m_linker.add_sub_db(m_db, m_linker.db_for_persistent(sub)))
+                m_linker.change_use_count(db_name, -1, group);
             return sub;
         } catch (...) {
             // It may be open, and one of those that it refers to is not. It goes with this database then.
+            const NYX_DB_LOCK lock;
             if (const NYX_DB_PERSISTENT *const sub = m_linker.find_db_persistent(db_name, group))
                 m_linker.add_sub_db(m_db, m_linker.db_for_persistent(sub));
             throw;
         }
     }
 
-    // A leaf may be shared by any number of databases, one with sub-databases of its own may be reached once.
-    void use(const std::string &db_name, NYX_DB_GROUP *group, NYX_DB_PERSISTENT *sub) {
+    // Null if it is not open. Else it is used in the same breath: another thread may close it in any other moment. A
+    // leaf may be shared by any number of databases, one with sub-databases of its own may be reached once.
+    NYX_DB_PERSISTENT *find_and_use(const std::string &db_name, NYX_DB_GROUP *group) {
         const NYX_DB_LOCK lock;
+        NYX_DB_PERSISTENT *const sub = m_linker.find_db_persistent(db_name, group);
+        if (sub == nullptr)
+            return nullptr;
         NYX_DB *const sub_db = m_linker.db_for_persistent(sub);
         const std::vector<NYX_DB *> &linked = m_linker.get_sub_dbs(m_db, true);
         if (std::find(linked.begin(), linked.end(), sub_db) != linked.end())
-            return;
+            return sub;
         if (sub->has_inst_headers() && !m_visited.insert(sub).second)
             NYX_RAISE_RUNTIME_ERROR(
                 s_function, "Circular or multiple dependencies are not allowed on non-leaf database " + db_name);
         if (m_linker.add_sub_db(m_db, sub_db))
             m_linker.change_use_count(db_name, +1, group);
+        return sub;
     }
 
     void check(const std::string &db_name, const NYX_INST_HEADER_IMPL &row, const NYX_DB_PERSISTENT &sub,
                bool user_group) {
         const std::string module_name = name_of(row.m_module_name_id);
-        const MODULES_BY_NAME &modules = m_modules.try_emplace(&sub, sub).first->second;
-        const NYX_MODULE_IMPL *const sub_module = modules.find(module_name);
+        const NYX_MODULE_IMPL *const sub_module = find_module(sub, module_name);
         if (sub_module == nullptr)
             NYX_RAISE_RUNTIME_ERROR(s_function, "Module " + module_name + " missing in sub-db " + db_name);
         const bool top_module_only = user_group && sub.get_type() == NYX_DB_TYPE::USER;
@@ -129,8 +124,6 @@ private:
     NYX_DB *const m_db;
     NYX_DB_GROUP *const m_group;
     std::set<const NYX_DB_PERSISTENT *> &m_visited;
-    const std::vector<bool> m_user_group;
-    std::map<const NYX_DB_PERSISTENT *, MODULES_BY_NAME> m_modules;
 };
 
 } // namespace
@@ -139,8 +132,7 @@ void NYX_DB_PERSISTENT::open_sub_dbs(NYX_DB_GROUP *group, std::set<const NYX_DB_
     if (has_inst_headers()) {
         visited.insert(this);
         RESOLVER resolver(*this, group, visited);
-        for_each_header(*m_inst_header_table,
-                        [&](unsigned id, const NYX_INST_HEADER_IMPL &row) { resolver.resolve(id, row); });
+        for_each_header(*m_inst_header_table, [&](const NYX_INST_HEADER_IMPL &row) { resolver.resolve(row); });
     }
     NYX_DB_LINKER &linker = NYX_DB_LINKER::get();
     linker.update_hierarchy_maps(linker.db_for_persistent(this));
@@ -153,17 +145,18 @@ void NYX_DB_LINKER::update_hierarchy_maps(NYX_DB *db) {
         return;
     const NYX_DB_IMPL &record = NYX_DB_IMPL::of(*db);
     const NYX_DB_PERSISTENT &persistent = *record.m_persistent;
-    const std::vector<bool> user_group = persistent.get_user_group_headers();
-    for_each_header(persistent.table<NYX_INST_HEADER>(), [&](unsigned id, const NYX_INST_HEADER_IMPL &row) {
+    for_each_header(persistent.table<NYX_INST_HEADER>(), [&](const NYX_INST_HEADER_IMPL &row) {
         std::string db_name;
         if (!persistent.names().find_name(row.m_db_name_id, db_name))
             return;
-        const NYX_DB_GROUP *const group = db->is_user() && user_group[id] ? record.m_group : nullptr;
+        NYX_DB_GROUP *const group = links_to_user_group(*db, row) ? record.m_group : nullptr;
         const NYX_DB_PERSISTENT *const sub = find_db_persistent(db_name, group);
         if (sub == nullptr)
             return;
         NYX_DB *const sub_db = db_for_persistent(sub);
-        add_sub_db(db, sub_db);
+        // Those that open_sub_dbs() has made are there already, and counted.
+        if (add_sub_db(db, sub_db))
+            change_use_count(db_name, +1, group);
         update_hierarchy_maps(sub_db);
     });
 }

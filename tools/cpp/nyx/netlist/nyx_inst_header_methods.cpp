@@ -144,7 +144,7 @@ void NYX_INST_HEADER::deallocate() {
     NYX_INST_HEADER_IMPL *const impl = get_impl();
     NYX_DB_PERSISTENT *const persistent = nyx_get_persistent(impl);
     NYX_DB_LINKER::get().forget_header(this);
-    persistent->unregister_inst_header(make_key(links_to_user_group(), impl->m_db_name_id, impl->m_module_name_id));
+    persistent->unregister_inst_header(persistent->get_inst_header_key(NYX_INST_HEADER_TABLE::get_id(impl)));
     nyx_clear_traits<NYX_INST_HEADER>(this);
     persistent->table<NYX_INST_HEADER>().deallocate(impl); // the name is INVALID with that
 }
@@ -214,13 +214,16 @@ void NYX_INST_HEADER::set_is_user_group(bool value) {
 void NYX_INST_HEADER::set_key(bool is_group_link, NYX_NAME_ID module_name_id, const char *function) {
     NYX_INST_HEADER_IMPL *const impl = get_impl();
     NYX_DB_PERSISTENT *const persistent = nyx_get_persistent(impl);
-    const INST_HEADER_KEY old_key = make_key(links_to_user_group(), impl->m_db_name_id, impl->m_module_name_id);
+    const NYX_INST_HEADER_ID id = NYX_INST_HEADER_TABLE::get_id(impl);
+    const INST_HEADER_KEY old_key = persistent->get_inst_header_key(id);
     const INST_HEADER_KEY new_key = make_key(is_group_link, impl->m_db_name_id, module_name_id);
-    if (persistent->find_inst_header(new_key) != NYX_INST_HEADER_ID::INVALID)
-        NYX_RAISE_RUNTIME_ERROR(function, "There is an inst header for module " + name_of(this, module_name_id) +
-                                              " in db " + get_db_name() + " already");
-    persistent->register_inst_header(new_key, NYX_INST_HEADER_TABLE::get_id(impl));
-    persistent->unregister_inst_header(old_key);
+    if (new_key != old_key) {
+        if (persistent->find_inst_header(new_key) != NYX_INST_HEADER_ID::INVALID)
+            NYX_RAISE_RUNTIME_ERROR(function, "There is an inst header for module " + name_of(this, module_name_id) +
+                                                  " in db " + get_db_name() + " already");
+        persistent->register_inst_header(new_key, id);
+        persistent->unregister_inst_header(old_key);
+    }
     impl->m_module_name_id = module_name_id;
     NYX_DB_LINKER::get().forget_header(this);
 }

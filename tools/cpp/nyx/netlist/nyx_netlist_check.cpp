@@ -2,6 +2,7 @@
 
 #include "database/nyx_db_persistent.h"
 #include "hierarchy/nyx_hier_instance_table.h"
+#include "memory/nyx_image_reader.h"
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_inst_header_table.h"
 #include "netlist/nyx_naming.h"
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <optional>
 #include <tuple>
+#include <type_traits>
 #include <unordered_map>
 
 namespace {
@@ -69,8 +71,9 @@ private:
 
 class CHECKER {
 public:
-    CHECKER(const NYX_DB_PERSISTENT &persistent, std::size_t max_faults)
+    CHECKER(const NYX_DB_PERSISTENT &persistent, NYX_IMAGE_READER &blocks, std::size_t max_faults)
         : m_names(persistent.names())
+        , m_blocks(blocks)
         , m_persistent(persistent)
         , m_max_faults(max_faults)
         , m_rows(ROWS<NYX_MODULE>(persistent), ROWS<NYX_PORT>(persistent), ROWS<NYX_NET>(persistent),
@@ -365,6 +368,19 @@ private:
                                    });
     }
 
+    // The elements of an array that a row leads to, null if there is none or it is no block that holds so many.
+    template <class ELEMENT>
+    const ELEMENT *claim_array(const void *link, std::int64_t size, const std::string &owner) {
+        const std::uintptr_t address = NYX_IMAGE_READER::target(link);
+        if (address == 0)
+            return nullptr;
+        if (m_blocks.usable(address) / sizeof(ELEMENT) < static_cast<std::uint64_t>(size)) {
+            fault(owner, ": its array of ", size, " elements lies in no block of its own");
+            return nullptr;
+        }
+        return reinterpret_cast<const ELEMENT *>(m_blocks.claim(address, sizeof(ELEMENT), "an array"));
+    }
+
     template <class BUS>
     void check_buses(NYX_MODULE_IMPL *module, const std::string &module_label, const char *kind, const char *list) {
         check_chain<BUS>(module, module_label, list, nullptr, [&](auto id, auto *bus) {
@@ -372,10 +388,11 @@ private:
             check_name(bus->m_name_id, what);
             const std::int64_t size = std::abs(std::int64_t(bus->m_left_index) - bus->m_right_index) + 1;
             std::vector<unsigned> members;
-            for (std::int64_t position = 0; bus->m_members_ptr != nullptr && position < size; ++position) {
-                const auto member = bus->m_members_ptr[position];
-                if (member != decltype(member)::INVALID)
-                    members.push_back(member.get());
+            using ID = std::remove_cvref_t<decltype(bus->m_members_ptr[0])>;
+            for (const ID *member = claim_array<ID>(&bus->m_members_ptr, size, what), *end = member + size;
+                 member != nullptr && member != end; ++member) {
+                if (*member != ID::INVALID)
+                    members.push_back(member->get());
             }
             // Those that say that they are in it, from their own links; nets and ports have been walked before.
             std::vector<unsigned> &said = m_members[reinterpret_cast<std::uintptr_t>(bus)];
@@ -434,6 +451,7 @@ private:
     }
 
     const NYX_NAME_MANAGER &m_names;
+    NYX_IMAGE_READER &m_blocks;
     const NYX_DB_PERSISTENT &m_persistent;
     std::size_t m_max_faults;
     std::vector<std::string> m_faults;
@@ -455,5 +473,11 @@ private:
 } // namespace
 
 std::vector<std::string> nyx_check_netlist(const NYX_DB_PERSISTENT &persistent, std::size_t max_faults) {
-    return CHECKER(persistent, max_faults).run();
+    NYX_IMAGE_READER blocks(persistent.get_segment_manager());
+    return nyx_check_netlist(persistent, blocks, max_faults);
+}
+
+std::vector<std::string> nyx_check_netlist(const NYX_DB_PERSISTENT &persistent, NYX_IMAGE_READER &blocks,
+                                           std::size_t max_faults) {
+    return CHECKER(persistent, blocks, max_faults).run();
 }

@@ -4,22 +4,24 @@
 #include "memory/nyx_app_block.h"
 #include "traits/nyx_trait_core.h"
 #include "traits/nyx_trait_linking.h"
+#include "traits/nyx_trait_row.h"
 
 #include <utility>
 
 namespace {
 
-// The traits of a width that objects of a kind may have a value of: action(row, map of the values).
+// The traits of a width that objects of a kind have values of: action(row, map of the values). These may be traits for
+// objects of another kind, since a value goes to the map of its object.
 template <class WIDTH, class ACTION>
 void for_each_used_trait(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind, ACTION &&action) {
     using ID = typename NYX_OBJECT_TRAITS<WIDTH>::id;
     auto &table = root->table<WIDTH>();
     for (unsigned i = 0; i < table.iter_limit(); ++i) {
         auto *const row = table.get(ID(i));
-        if (!row->m_trait_lookup_ptr)
+        if (!nyx_is_live_trait(*row))
             continue;
         auto &values = row->m_trait_lookup_ptr->map(kind);
-        if (!values.empty() && row->m_trait_lookup_ptr->m_object_type == kind)
+        if (!values.empty())
             action(row, values);
     }
 }

@@ -13,7 +13,8 @@
 #include "traits/nyx_builtin_traits.h"
 #include "traits/nyx_property_core.h"
 
-/// Takes the values of all traits from an object. No hash probe for a trait that no object has a value of.
+/// Takes the values of all traits from an object, those for objects of another type included. No hash probe for a trait
+/// that no object of this type has a value of.
 void nyx_clear_trait_values(const NYX_BEARER &object);
 
 /// Gives `to` the values that `from` has, for the traits that `to` has, those of which `from` has the default left as

@@ -1,6 +1,7 @@
 #include "traits/nyx_byte4_trait_table.h"
 
 #include "netlist/nyx_table_impl.h"
+#include "traits/nyx_trait_row.h"
 
 NYX_BYTE4_TRAIT_TABLE::NYX_BYTE4_TRAIT_TABLE(NYX_DB_PERSISTENT *persistent, NYX_SEGMENT_MANAGER *manager)
     : m_persistent(persistent)
@@ -9,8 +10,7 @@ NYX_BYTE4_TRAIT_TABLE::NYX_BYTE4_TRAIT_TABLE(NYX_DB_PERSISTENT *persistent, NYX_
 void NYX_BYTE4_TRAIT_TABLE::add_array_stats(NYX_TYPE_STATS &stats) const {
     for (unsigned i = 0; i < iter_limit(); ++i) {
         const NYX_BYTE4_TRAIT_IMPL *const row = get(NYX_BYTE4_TRAIT_ID(i));
-        // Tables of nothing but rows have rows without values.
-        if (row->m_storage_name_id == NYX_NAME_ID::INVALID || !row->m_trait_lookup_ptr)
+        if (!nyx_is_live_trait(*row))
             continue;
         stats.add_sub_field_stats("*trait_lookup", row->m_trait_lookup_ptr->get_stats());
     }

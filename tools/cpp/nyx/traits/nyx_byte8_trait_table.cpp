@@ -2,6 +2,7 @@
 
 #include "memory/nyx_app_block.h"
 #include "netlist/nyx_table_impl.h"
+#include "traits/nyx_trait_row.h"
 
 namespace {
 
@@ -13,8 +14,9 @@ long app_block_bytes(const NYX_BYTE8_TRAIT_IMPL &row) {
         return static_cast<long>(s_nyx_app_block_head + nyx_view_app_block(block).get_size());
     };
     long result = bytes(values.m_default_value);
-    for (const auto &[id, distance] : values.map(values.m_object_type))
-        result += bytes(distance);
+    for (unsigned kind = 0; kind < NYX_BYTE8_TRAIT_LOOKUP::s_num_kinds; ++kind)
+        for (const auto &[id, distance] : values.map(NYX_TRAIT_OBJ_TYPE(kind)))
+            result += bytes(distance);
     return result;
 }
 
@@ -27,8 +29,7 @@ NYX_BYTE8_TRAIT_TABLE::NYX_BYTE8_TRAIT_TABLE(NYX_DB_PERSISTENT *persistent, NYX_
 void NYX_BYTE8_TRAIT_TABLE::add_array_stats(NYX_TYPE_STATS &stats) const {
     for (unsigned i = 0; i < iter_limit(); ++i) {
         const NYX_BYTE8_TRAIT_IMPL *const row = get(NYX_BYTE8_TRAIT_ID(i));
-        // Tables of nothing but rows have rows without values.
-        if (row->m_storage_name_id == NYX_NAME_ID::INVALID || !row->m_trait_lookup_ptr)
+        if (!nyx_is_live_trait(*row))
             continue;
         stats.add_sub_field_stats("*trait_lookup", row->m_trait_lookup_ptr->get_stats());
         if (row->m_value_type == NYX_TRAIT_VALUE_TYPE::APP_TRAIT_VALUE)

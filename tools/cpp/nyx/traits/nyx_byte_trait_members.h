@@ -37,7 +37,7 @@ void NYX_TRAIT_OBJECT_ITER<TRAIT, T>::increment() {
 // The first object of the next database that has one, else null.
 template <class TRAIT, class T>
 void NYX_TRAIT_OBJECT_ITER<TRAIT, T>::enter_next_leaf() {
-    for (; m_object == nullptr && m_leaf != NYX_DB_SUB_DB_ITER(); ++m_leaf) {
+    for (; m_object == nullptr && m_leaf != NYX_DB_LEAF_DB_ITER(); ++m_leaf) {
         NYX_DB_PERSISTENT *const root = nyx_get_root_of_db(*m_leaf);
         m_walked = NYX_DB_LINKER::get().find_corresponding_trait(m_trait, root);
         if (m_walked != nullptr)

@@ -121,8 +121,6 @@ void NYX_OBJECT_PROPERTIES::remove(const std::string &name) {
         return;
     free_block(*m_root->get_segment_manager(), found->second);
     all->second.erase(found);
-    if (all->second.empty())
-        m_map.erase(all);
 }
 
 void NYX_OBJECT_PROPERTIES::clear() {

@@ -18,6 +18,12 @@ namespace {
     NYX_RAISE_INVALID_ARGUMENT((std::string(class_name) + "::" + function).c_str(), "Obj cannot be NULL");
 }
 
+// A member of a class of objects, for the places of texts: "X::find_" with "int" gives "X::find_int_trait".
+std::string member_name(const NYX_BEARER_CLASS &objects, const char *function, const char *type) {
+    std::string name = std::string(objects.name) + "::" + function;
+    return *type != 0 ? name + type + "_trait" : name;
+}
+
 template <class WIDTH>
 WIDTH *find_width_trait(const NYX_DB_PERSISTENT *root, const std::string &name, NYX_TRAIT_OBJ_TYPE kind) {
     if constexpr (std::is_same_v<WIDTH, NYX_BYTE1_TRAIT>)
@@ -107,14 +113,9 @@ bool same_value(typename NYX_TRAIT_TYPE<TRAIT>::parameter a, typename NYX_TRAIT_
 
 } // namespace
 
-void nyx_check_db(const NYX_BEARER_CLASS &objects, const std::string &function, const NYX_DB *db) {
+void nyx_check_db(const NYX_BEARER_CLASS &objects, const char *function, const NYX_DB *db, const char *type) {
     if (db == nullptr)
-        NYX_RAISE_INVALID_ARGUMENT((std::string(objects.name) + "::" + function).c_str(),
-                                   "Input database cannot be NULL");
-}
-
-std::string nyx_get_storage_name(const std::string &name, NYX_TRAIT_OBJ_TYPE kind) {
-    return name + nyx_get_trait_object_type_text(kind);
+        NYX_RAISE_INVALID_ARGUMENT(member_name(objects, function, type).c_str(), "Input database cannot be NULL");
 }
 
 // ---- Values as they are stored
@@ -154,6 +155,10 @@ TRAIT *NYX_TRAIT_CORE<TRAIT>::allocate(NYX_DB_PERSISTENT *root, const std::strin
     NYX_NAME_MANAGER &names = root->names();
     const auto enter = [&names](const std::string &text) { return names.get_id(text.c_str()); };
 
+    // A text as the default is entered first.
+    [[maybe_unused]] typename TYPE::raw raw_default = 0;
+    if constexpr (!std::is_same_v<TRAIT, NYX_APP_TRAIT>)
+        raw_default = encode<TRAIT>(root, default_value);
     const NYX_NAME_ID internal_id =
         internal_name.empty() ? NYX_NAME_ID::INVALID : enter(nyx_get_storage_name(internal_name, kind));
     const NYX_NAME_ID storage_id = enter(nyx_get_storage_name(name, kind));
@@ -182,7 +187,7 @@ TRAIT *NYX_TRAIT_CORE<TRAIT>::allocate(NYX_DB_PERSISTENT *root, const std::strin
         register_trait(root, trait, kind);
         block.keep();
     } else {
-        lookup->m_default_value = encode<TRAIT>(root, default_value);
+        lookup->m_default_value = raw_default;
         register_trait(root, trait, kind);
     }
     row.release();
@@ -301,29 +306,26 @@ template <class TRAIT>
 TRAIT *NYX_TRAIT_CORE<TRAIT>::create(const NYX_BEARER_CLASS &objects, NYX_DB *db, const std::string &name,
                                      PARAMETER default_value, const std::string &group, const std::string &description,
                                      const std::string &internal_name) {
-    const std::string short_function = std::string("create_") + TYPE::s_text + "_trait";
-    const std::string function = std::string(objects.name) + "::" + short_function;
-    nyx_check_db(objects, short_function, db);
+    const auto function = [&objects] { return member_name(objects, "create_", TYPE::s_text); };
+    nyx_check_db(objects, "create_", db, TYPE::s_text);
     if (name.empty())
-        NYX_RAISE_INVALID_ARGUMENT(function.c_str(), "Cannot create a trait with an empty name");
+        NYX_RAISE_INVALID_ARGUMENT(function().c_str(), "Cannot create a trait with an empty name");
     // Names end at a NUL, and the text of the object type behind this one would be lost.
     if (name.find('\0') != std::string::npos || internal_name.find('\0') != std::string::npos)
-        NYX_RAISE_INVALID_ARGUMENT(function.c_str(), "Cannot create a trait with a NUL in its name");
+        NYX_RAISE_INVALID_ARGUMENT(function().c_str(), "Cannot create a trait with a NUL in its name");
     if (nyx_trait_exists(objects, db, name))
-        NYX_RAISE_RUNTIME_ERROR(function.c_str(), std::string(objects.name) + " already has trait named " + name);
+        NYX_RAISE_RUNTIME_ERROR(function().c_str(), std::string(objects.name) + " already has trait named " + name);
     if (!internal_name.empty() && nyx_trait_exists(objects, db, internal_name))
-        NYX_RAISE_RUNTIME_ERROR(function.c_str(),
+        NYX_RAISE_RUNTIME_ERROR(function().c_str(),
                                 std::string(objects.name) + " already has trait using internal name " + internal_name);
     return allocate(nyx_get_root_of_db(db), name, default_value, group, description, internal_name, objects.kind);
 }
 
 template <class TRAIT>
 TRAIT *NYX_TRAIT_CORE<TRAIT>::find(const NYX_BEARER_CLASS &objects, const NYX_DB *db, const std::string &name) {
-    const std::string short_function = std::string("find_") + TYPE::s_text + "_trait";
-    nyx_check_db(objects, short_function, db);
+    nyx_check_db(objects, "find_", db, TYPE::s_text);
     if (name.empty())
-        NYX_RAISE_INVALID_ARGUMENT((std::string(objects.name) + "::" + short_function).c_str(),
-                                   "Input name cannot be empty");
+        NYX_RAISE_INVALID_ARGUMENT(member_name(objects, "find_", TYPE::s_text).c_str(), "Input name cannot be empty");
     return find_trait(nyx_get_root_of_db(db), name, objects.kind);
 }
 
@@ -332,8 +334,7 @@ TRAIT *NYX_TRAIT_CORE<TRAIT>::find_or_create(const NYX_BEARER_CLASS &objects, NY
                                              PARAMETER default_value, const std::string &group,
                                              const std::string &description, const std::string &internal_name) {
     const auto raise = [&objects](const std::string &text) {
-        const std::string function = std::string(objects.name) + "::find_or_create_" + TYPE::s_text + "_trait";
-        NYX_RAISE_RUNTIME_ERROR(function.c_str(), objects.name + text);
+        NYX_RAISE_RUNTIME_ERROR(member_name(objects, "find_or_create_", TYPE::s_text).c_str(), objects.name + text);
     };
     TRAIT *trait = internal_name.empty() ? nullptr : find(objects, db, internal_name);
     if (trait == nullptr) {

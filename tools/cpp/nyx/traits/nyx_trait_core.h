@@ -171,14 +171,12 @@ private:
     static void check_trait(const NYX_BEARER_CLASS &objects, const char *function, const TRAIT *trait);
 };
 
-/// Raises NYX_INVALID_ARGUMENT "Input database cannot be NULL" from a member of the class.
-void nyx_check_db(const NYX_BEARER_CLASS &objects, const std::string &function, const NYX_DB *db);
+/// Raises NYX_INVALID_ARGUMENT "Input database cannot be NULL" from a member of the class. With a `type` of values the
+/// member is `function` with that and "_trait" behind it; nothing is composed before it is needed.
+void nyx_check_db(const NYX_BEARER_CLASS &objects, const char *function, const NYX_DB *db, const char *type = "");
 
 /// Whether a trait of that name stands on these objects. Raises as the member of objects does.
 bool nyx_trait_exists(const NYX_BEARER_CLASS &objects, const NYX_DB *db, const std::string &name);
-
-/// The name under which a trait is filed: its name with the text of the type of objects behind it.
-std::string nyx_get_storage_name(const std::string &name, NYX_TRAIT_OBJ_TYPE kind);
 
 extern template struct NYX_TRAIT_CORE<NYX_BOOL_TRAIT>;
 extern template struct NYX_TRAIT_CORE<NYX_INT_TRAIT>;

@@ -2,7 +2,9 @@
 #include "traits/nyx_trait_linking.h"
 
 #include "database/nyx_db_linker.h"
+#include "nyx_report/nyx_report.h"
 #include "traits/nyx_trait_core.h"
+#include "traits/nyx_trait_row.h"
 
 namespace {
 
@@ -16,8 +18,7 @@ void visit_table(const NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE object_type, 
     // The limit is read anew: a visitor may declare traits.
     for (unsigned i = 0; i < table.iter_limit(); ++i) {
         auto *const row = table.get(ID(i));
-        // A row whose trait could not be completed is free again.
-        if (row->m_storage_name_id == NYX_NAME_ID::INVALID)
+        if (!nyx_is_live_trait(*row))
             continue;
         if (object_type != NYX_TRAIT_OBJ_TYPE::ALL_SPARSE && row->m_trait_lookup_ptr->m_object_type != object_type)
             continue;
@@ -62,6 +63,7 @@ void nyx_dispatch_trait(NYX_BYTE8_TRAIT *trait, NYX_SPARSE_TRAIT_VISITOR &visito
 
 void NYX_DB_PERSISTENT::visit(NYX_TRAIT_OBJ_TYPE object_type, NYX_SPARSE_TRAIT_VISITOR *visitor,
                               bool include_internal) const {
+    NYX_CHECK(visitor != nullptr);
     visit_table<NYX_BYTE1_TRAIT>(this, object_type, *visitor, include_internal);
     visit_table<NYX_BYTE4_TRAIT>(this, object_type, *visitor, include_internal);
     visit_table<NYX_BYTE8_TRAIT>(this, object_type, *visitor, include_internal);

@@ -26,16 +26,27 @@ void NYX_TRAIT_LINKS::link(const void *trait, const NYX_DB_PERSISTENT *root, con
 void NYX_TRAIT_LINKS::note_absence(const void *trait, const NYX_DB_PERSISTENT *root,
                                    const NYX_DB_PERSISTENT *other_root) {
     const std::unique_lock write(m_mutex);
-    m_entries.try_emplace(trait, ENTRY{root, {}}).first->second.by_root.try_emplace(other_root, nullptr);
+    ENTRY &entry = m_entries.try_emplace(trait, ENTRY{root, {}}).first->second;
+    if (entry.by_root.contains(other_root))
+        return;
+    m_absent[other_root].push_back(trait);
+    entry.by_root.emplace(other_root, nullptr);
 }
 
 void NYX_TRAIT_LINKS::forget_absences(const NYX_DB_PERSISTENT *root) {
     const std::unique_lock write(m_mutex);
-    for (auto &[trait, entry] : m_entries) {
-        const auto found = entry.by_root.find(root);
-        if (found != entry.by_root.end() && found->second == nullptr)
-            entry.by_root.erase(found);
+    const auto absent = m_absent.find(root);
+    if (absent == m_absent.end())
+        return;
+    for (const void *const trait : absent->second) {
+        const auto entry = m_entries.find(trait);
+        if (entry == m_entries.end())
+            continue;
+        const auto found = entry->second.by_root.find(root);
+        if (found != entry->second.by_root.end() && found->second == nullptr)
+            entry->second.by_root.erase(found);
     }
+    m_absent.erase(absent);
 }
 
 void NYX_TRAIT_LINKS::erase(const void *trait) {
@@ -48,4 +59,5 @@ void NYX_TRAIT_LINKS::purge(const NYX_DB_PERSISTENT *root) {
     std::erase_if(m_entries, [root](const auto &item) { return item.second.root == root; });
     for (auto &[trait, entry] : m_entries)
         entry.by_root.erase(root);
+    m_absent.erase(root);
 }

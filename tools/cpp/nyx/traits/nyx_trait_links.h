@@ -3,6 +3,7 @@
 
 #include <shared_mutex>
 #include <unordered_map>
+#include <vector>
 
 class NYX_DB_PERSISTENT;
 
@@ -39,6 +40,9 @@ private:
 
     mutable std::shared_mutex m_mutex;
     std::unordered_map<const void *, ENTRY> m_entries;
+    /// By the root without them, the traits of which an absence may be noted: at least these, and maybe traits that are
+    /// gone. A trait that is declared asks no other ones.
+    std::unordered_map<const NYX_DB_PERSISTENT *, std::vector<const void *>> m_absent;
 };
 
 #endif

@@ -25,3 +25,7 @@ const char *nyx_get_trait_object_type_text(NYX_TRAIT_OBJ_TYPE object_type) {
     const std::size_t index = static_cast<std::size_t>(object_type);
     return index < std::size(s_texts) ? s_texts[index] : "";
 }
+
+std::string nyx_get_storage_name(const std::string &name, NYX_TRAIT_OBJ_TYPE object_type) {
+    return name + nyx_get_trait_object_type_text(object_type);
+}

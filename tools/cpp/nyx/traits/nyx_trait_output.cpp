@@ -24,7 +24,7 @@ class LINE {
 public:
     LINE() { m_text << std::left; }
     LINE &column(const char *text, int width, const char *behind = " ") {
-        m_text << std::setw(width) << text << behind;
+        m_text << std::setw(width) << (text != nullptr ? text : "") << behind;
         return *this;
     }
     std::string str() const { return m_text.str(); }
@@ -79,18 +79,23 @@ const char *NYX_APP_DATA::python_str() const {
     return s_text.c_str();
 }
 
+void nyx_write_trait_text(std::ostream &stream, const std::string &text) {
+    stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+    stream.width(0);
+}
+
 void nyx_sparse_trait_output_header(std::ostream &stream, const char *object_name, bool with_value) {
-    NYX_REPORT::info("%s Traits\n", object_name);
+    NYX_REPORT::info("%s Traits\n", object_name != nullptr ? object_name : "");
     const std::string line = format_line("NAME", "TYPE", with_value ? "VALUE" : nullptr, "DEFAULT VALUE", "GROUP",
                                          "INTERNAL", "DESCRIPTION");
-    stream.write(line.data(), static_cast<std::streamsize>(line.size()));
+    nyx_write_trait_text(stream, line);
 }
 
 void nyx_sparse_trait_output(std::ostream &stream, const char *name, const char *type, const char *value,
                              const char *default_value, const char *group, bool internal, const char *description) {
     const std::string line =
         format_line(name, type, value, default_value, group, internal ? "True" : "False", description);
-    stream.write(line.data(), static_cast<std::streamsize>(line.size()));
+    nyx_write_trait_text(stream, line);
 }
 
 template <class TRAIT>

@@ -3,15 +3,18 @@
 
 #include "traits/nyx_bearer_tables.h"
 #include "traits/nyx_trait_core.h"
+#include "traits/nyx_trait_output.h"
 
 #include <ostream>
+#include <sstream>
 
 namespace {
 
 // Formatting that a caller left in the stream does not spoil the table.
 void write_line(std::ostream &stream, const void *trait, const std::string &line) {
-    stream << trait << ' ';
-    stream.write(line.data(), static_cast<std::streamsize>(line.size()));
+    std::ostringstream text;
+    text << trait << ' ' << line;
+    nyx_write_trait_text(stream, text.str());
 }
 
 template <class TRAIT, class T>

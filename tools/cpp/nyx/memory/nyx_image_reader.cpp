@@ -1,16 +1,21 @@
-#include "database/nyx_image_reader.h"
+#include "memory/nyx_image_reader.h"
 
 #include <cstdarg>
 #include <cstdio>
 
 NYX_IMAGE_READER::NYX_IMAGE_READER(NYX_SEGMENT_MANAGER *manager)
     : m_base(reinterpret_cast<const char *>(manager))
-    , m_size(nyx_get_algorithm(manager)->get_size())
-    , m_starts(m_size / 512 + 1) {
+    , m_size(0) {
     nyx_get_algorithm(manager)->for_each_block([this](const NYX::MEM_ALGO::segment_algorithm::BLOCK &block) {
+        if (!block.allocated)
+            return;
         const std::size_t unit = block.offset / 8 + 2;
-        m_starts[unit / 64] |= std::uint64_t(block.allocated) << unit % 64;
+        if (unit / 64 >= m_starts.size())
+            m_starts.resize(unit / 64 + 1);
+        m_starts[unit / 64] |= std::uint64_t(1) << unit % 64;
+        m_size = block.offset + block.units * 8;
     });
+    m_starts.resize(m_size / 512 + 1);
 }
 
 void NYX_IMAGE_READER::fail(const char *format, ...) {

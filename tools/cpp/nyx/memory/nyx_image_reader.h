@@ -20,10 +20,12 @@ struct NYX_IMAGE_FAULT {
 
 class NYX_IMAGE_READER {
 public:
-    /// `manager`'s blocks must be sound. O(blocks).
+    /// `manager`'s blocks must be sound. O(blocks), and a bit for eight bytes up to the last allocated one: a free end
+    /// costs nothing, however long it is.
     explicit NYX_IMAGE_READER(NYX_SEGMENT_MANAGER *manager);
 
     const char *base() const { return m_base; }
+    /// Bytes up to the end of the last allocated block. No link leads further.
     std::size_t size() const { return m_size; }
     std::size_t offset_of(const void *at) const {
         return static_cast<std::size_t>(reinterpret_cast<std::uintptr_t>(at) -
