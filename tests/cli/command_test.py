@@ -62,11 +62,26 @@ def odd_netlist():
     cells["bare"] = {"hide_name": 0, "type": "$cell\\odd", "parameters": {}, "attributes": {}, "connections": {"Y": []}}
     cells["box"] = {"hide_name": 0, "type": "the box", "parameters": {}, "attributes": {},
                     "port_directions": {"p": "input"}, "connections": {"p": [1004, 1004, 5007]}}
+    # Ports on constants, an index that counts upwards in one bit, directions told in part, names that are made up too.
+    ports.update({"tied low": {"direction": "input", "bits": ["0"]}, "tied": {"direction": "inout", "bits": ["1", "z"]},
+                  "up one": {"direction": "input", "bits": [1005], "upto": 1},
+                  "up seven": {"direction": "output", "bits": [1006], "upto": 1, "offset": 7}})
+    names.update({"up name": {"hide_name": 0, "bits": [1007], "upto": 1, "attributes": {}},
+                  "1'b0": {"hide_name": 0, "bits": [1008], "attributes": {}},
+                  "also 1'b0": {"hide_name": 0, "bits": [1008], "attributes": {}},
+                  "$bit$1009": {"hide_name": 1, "bits": [1010], "attributes": {}},
+                  "nothing": {"hide_name": 1, "bits": [], "offset": 3, "upto": 1, "signed": 1, "attributes": {"a": "b"}}})
+    part = {"hide_name": 0, "type": "part", "parameters": {"long": 18446744073709551615, "real": 1e300, "half": 0.5},
+            "attributes": {}, "connections": {"A": [1009], "B": [1008]}}
+    cells.update({"more": dict(part, port_directions={"A": "input", "B": "input", "not connected": "output"}),
+                  "fewer": dict(part, port_directions={"A": "input"}),
+                  "no direction": dict(part, port_directions={})})
     box = {"attributes": {"blackbox": "1"}, "parameter_default_values": {"W": "0" * 31 + "1"},
            "ports": {"p": {"direction": "input", "bits": [2, 3, 4]}, "q": {"direction": "output", "bits": [5]}},
            "cells": {}, "netnames": {"p": {"hide_name": 0, "bits": [2, 3, 4], "attributes": {"src": "box.v:2.1-2.4"}}}}
     return {"modules": {"a/top": {"attributes": {"top": 1, "src": "top.v:1.1-2.2|other.v:3"}, "ports": ports,
-                                  "cells": cells, "netnames": names}, "the box": box}}
+                                  "cells": cells, "netnames": names}, "the box": box,
+                        "unused box": dict(box, netnames={})}}
 
 
 class Import(CommandTest):
@@ -90,6 +105,17 @@ class Import(CommandTest):
         self.write("odd.json", json.dumps(odd))
         self.nyx("import", "odd.json", "-o", "odd.nyx")
         self.assertEqual(canonical_netlist.compare(odd, json.loads(self.nyx("export", "odd.nyx"))), [])
+
+    def test_a_netlist_without_a_marked_top_comes_back_without(self):
+        unmarked = {"modules": {name: dict(module, attributes={}) for name, module in SMALL["modules"].items()}}
+        self.write("in.json", json.dumps(unmarked))
+        self.nyx("import", "in.json", "-o", "a.nyx")
+        self.assertEqual(canonical_netlist.compare(unmarked, json.loads(self.nyx("export", "a.nyx"))), [])
+        self.assertNotIn("top =", self.nyx("export", "a.nyx", "-f", "verilog"))
+        self.nyx("import", "in.json", "-o", "a.nyx", "--top", "half")
+        back = json.loads(self.nyx("export", "a.nyx"))["modules"]
+        self.assertEqual([name for name in back if "top" in back[name]["attributes"]], ["half"])
+        self.assertIn("(* top = ", self.nyx("export", "a.nyx", "-f", "verilog"))
 
     def test_everything_comes_back_from_a_library(self):
         odd = odd_netlist()

@@ -1,6 +1,8 @@
 #ifndef NYX_TEXT_OUTPUT_H
 #define NYX_TEXT_OUTPUT_H
 
+#include "io/nyx_temporary_path.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -8,7 +10,8 @@
 #include <string_view>
 
 /// Text on its way to a file or to standard output; packed if the file's name ends in ".gz" or ".zst". A file comes to
-/// its place when it is complete: until finish() nothing has changed there.
+/// its place when it is complete: until finish() nothing has changed there. A symbolic link stays one. What is there
+/// and is no plain file, such as a pipe or a device, is written to as it is.
 class NYX_TEXT_OUTPUT {
 public:
     /// "-" is standard output. Throws NYX_IO_ERROR if the file can't be made.
@@ -39,7 +42,8 @@ private:
     [[noreturn]] void fail(const std::string &what) const;
 
     std::string m_name;
-    std::string m_temporary;
+    std::string m_target; ///< m_name with its links followed
+    std::unique_ptr<NYX_TEMPORARY_PATH> m_temporary;
     std::FILE *m_file = nullptr;
     std::string m_buffer;
     std::unique_ptr<PACKER> m_packer;
