@@ -305,6 +305,28 @@ std::vector<NYX_VIEW_VALUE> nyx_view_module_attributes(const NYX_MODULE *module,
     return attributes;
 }
 
+std::vector<NYX_FURTHER_NAME> nyx_find_further_names(NYX_MODULE *module) {
+    std::vector<NYX_FURTHER_NAME> further;
+    const NYX_NETLIST_VIEW view(module);
+    std::vector<NYX_NET *> nets(view.get_num_nets());
+    for (NYX_NET *const net : module->iter_nets())
+        if (const NYX_YOSYS_BIT bit = view.get_bit(net); !nyx_is_constant(bit))
+            nets[std::uint32_t(bit) - 2] = net;
+    for (const NYX_VIEW_NAME &name : view.get_names()) {
+        if (!name.net_bus || NYX_NETLIST_TRAITS::get(name.net_bus, view.get_traits().m_net_bus_bits).empty())
+            continue;
+        for (std::size_t i = 0; i < name.bits.size(); ++i) {
+            const auto number = std::uint32_t(name.bits[i]) - 2;
+            if (nyx_is_constant(name.bits[i]) || number >= nets.size() || nets[number]->get_bus() == name.net_bus)
+                continue;
+            const auto index = static_cast<long long>(name.upto ? name.bits.size() - 1 - i : i) + name.offset;
+            further.push_back(
+                {name.is_scalar ? name.name : name.name + "[" + std::to_string(index) + "]", nets[number]});
+        }
+    }
+    return further;
+}
+
 std::vector<NYX_MODULE *> nyx_find_netlist_modules(NYX_DB *db) {
     std::vector<NYX_MODULE *> modules;
     std::unordered_set<NYX_MODULE *> seen;

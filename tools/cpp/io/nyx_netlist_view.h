@@ -146,6 +146,14 @@ std::vector<NYX_VIEW_VALUE> nyx_view_values(const T *object, bool attributes, co
 std::vector<NYX_VIEW_VALUE> nyx_view_module_attributes(const NYX_MODULE *module, const NYX_DB *design,
                                                        const NYX_NETLIST_TRAITS &traits);
 
+/// A name for a bit that has its net's name elsewhere.
+struct NYX_FURTHER_NAME {
+    std::string name; ///< with the index, if the name has one
+    NYX_NET *net;
+};
+/// The further names of a module's nets. O(size of the module).
+std::vector<NYX_FURTHER_NAME> nyx_find_further_names(NYX_MODULE *module);
+
 /// The modules that a netlist of `db` consists of: its own, and those that they use in other databases; all in the
 /// order of their creation.
 std::vector<NYX_MODULE *> nyx_find_netlist_modules(NYX_DB *db);

@@ -1,7 +1,5 @@
 #include "io/nyx_text_output.h"
 
-#include "io/nyx_io_error.h"
-
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -71,7 +69,10 @@ NYX_TEXT_OUTPUT::~NYX_TEXT_OUTPUT() {
 }
 
 void NYX_TEXT_OUTPUT::fail(const std::string &what) const {
-    throw NYX_IO_ERROR(nyx_printable(m_name) + ": " + what + ": " + std::strerror(errno));
+    const std::string text = nyx_printable(m_name) + ": " + what + ": " + std::strerror(errno);
+    if (m_file == stdout && errno == EPIPE)
+        throw NYX_READER_GONE(text);
+    throw NYX_IO_ERROR(text);
 }
 
 NYX_TEXT_OUTPUT &NYX_TEXT_OUTPUT::operator<<(std::uint64_t number) {
