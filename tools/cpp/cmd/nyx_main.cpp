@@ -19,6 +19,19 @@
 
 namespace {
 
+/// CLI11 takes a word in brackets for a list of words, and not for the name of an object; so words that end in a
+/// bracket get this behind them for as long as it has them.
+constexpr char s_end_of_word = '\001';
+
+std::vector<std::string> get_words(int argc, char **argv) {
+    std::vector<std::string> words(argv + 1, argv + argc);
+    for (std::string &word : words)
+        if (word.ends_with(']'))
+            word += s_end_of_word;
+    std::reverse(words.begin(), words.end()); // as CLI11 takes them
+    return words;
+}
+
 void add_option(CLI::App &app, const NYX_OPTION &option) {
     const std::string &names = option.names;
     CLI::Option *const made = std::visit(
@@ -29,9 +42,11 @@ void add_option(CLI::App &app, const NYX_OPTION &option) {
                 return app.add_option(names, *target, option.help);
         },
         option.target);
-    // A list ends where the next option begins; all else takes one value. Without this, a word in brackets would be
-    // taken for a list of words, and not for the name of an object.
-    made->allow_extra_args(false);
+    made->transform([](std::string text) {
+        if (text.ends_with(s_end_of_word))
+            text.pop_back();
+        return text;
+    });
     if (option.required)
         made->required();
     if (!option.choices.empty())
@@ -90,7 +105,7 @@ int run(int argc, char **argv) {
         return 2;
     }
     try {
-        app.parse(argc, argv);
+        app.parse(get_words(argc, argv));
     } catch (const CLI::CallForHelp &) {
         NYX_VERB *const verb = find_verb();
         console.print(verb ? nyx_verb_help(console, *verb) : nyx_overall_help(console, verbs));
