@@ -35,6 +35,15 @@ class CommandTest(unittest.TestCase):
     def expect(self, arguments, code, out, err, **options):
         self.assertEqual(self.run_nyx(*arguments, **options), (code, out, err))
 
+    def expect_trouble(self, arguments, pattern, **options):
+        """Exit code 2, nothing on standard output, and one line on standard error."""
+        code, out, err = self.run_nyx(*arguments, **options)
+        self.assertEqual((code, out), (2, ""), err)
+        self.assertRegex(err, r"\Anyx: " + pattern + r"\n\Z")
+
+    def names(self):
+        return sorted(path.name for path in self.folder.iterdir())
+
     def write(self, name, text):
         (self.folder / name).write_text(text)
         return name

@@ -4,6 +4,9 @@
     command_test.py NYX SOURCE
 """
 import json
+import os
+import re
+import signal
 import subprocess
 import sys
 
@@ -62,11 +65,26 @@ def odd_netlist():
     cells["bare"] = {"hide_name": 0, "type": "$cell\\odd", "parameters": {}, "attributes": {}, "connections": {"Y": []}}
     cells["box"] = {"hide_name": 0, "type": "the box", "parameters": {}, "attributes": {},
                     "port_directions": {"p": "input"}, "connections": {"p": [1004, 1004, 5007]}}
+    # Ports on constants, an index that counts upwards in one bit, directions told in part, names that are made up too.
+    ports.update({"tied low": {"direction": "input", "bits": ["0"]}, "tied": {"direction": "inout", "bits": ["1", "z"]},
+                  "up one": {"direction": "input", "bits": [1005], "upto": 1},
+                  "up seven": {"direction": "output", "bits": [1006], "upto": 1, "offset": 7}})
+    names.update({"up name": {"hide_name": 0, "bits": [1007], "upto": 1, "attributes": {}},
+                  "1'b0": {"hide_name": 0, "bits": [1008], "attributes": {}},
+                  "also 1'b0": {"hide_name": 0, "bits": [1008], "attributes": {}},
+                  "$bit$1009": {"hide_name": 1, "bits": [1010], "attributes": {}},
+                  "nothing": {"hide_name": 1, "bits": [], "offset": 3, "upto": 1, "signed": 1, "attributes": {"a": "b"}}})
+    part = {"hide_name": 0, "type": "part", "parameters": {"long": 18446744073709551615, "real": 1e300, "half": 0.5},
+            "attributes": {}, "connections": {"A": [1009], "B": [1008]}}
+    cells.update({"more": dict(part, port_directions={"A": "input", "B": "input", "not connected": "output"}),
+                  "fewer": dict(part, port_directions={"A": "input"}),
+                  "no direction": dict(part, port_directions={})})
     box = {"attributes": {"blackbox": "1"}, "parameter_default_values": {"W": "0" * 31 + "1"},
            "ports": {"p": {"direction": "input", "bits": [2, 3, 4]}, "q": {"direction": "output", "bits": [5]}},
            "cells": {}, "netnames": {"p": {"hide_name": 0, "bits": [2, 3, 4], "attributes": {"src": "box.v:2.1-2.4"}}}}
     return {"modules": {"a/top": {"attributes": {"top": 1, "src": "top.v:1.1-2.2|other.v:3"}, "ports": ports,
-                                  "cells": cells, "netnames": names}, "the box": box}}
+                                  "cells": cells, "netnames": names}, "the box": box,
+                        "unused box": dict(box, netnames={})}}
 
 
 class Import(CommandTest):
@@ -90,6 +108,17 @@ class Import(CommandTest):
         self.write("odd.json", json.dumps(odd))
         self.nyx("import", "odd.json", "-o", "odd.nyx")
         self.assertEqual(canonical_netlist.compare(odd, json.loads(self.nyx("export", "odd.nyx"))), [])
+
+    def test_a_netlist_without_a_marked_top_comes_back_without(self):
+        unmarked = {"modules": {name: dict(module, attributes={}) for name, module in SMALL["modules"].items()}}
+        self.write("in.json", json.dumps(unmarked))
+        self.nyx("import", "in.json", "-o", "a.nyx")
+        self.assertEqual(canonical_netlist.compare(unmarked, json.loads(self.nyx("export", "a.nyx"))), [])
+        self.assertNotIn("top =", self.nyx("export", "a.nyx", "-f", "verilog"))
+        self.nyx("import", "in.json", "-o", "a.nyx", "--top", "half")
+        back = json.loads(self.nyx("export", "a.nyx"))["modules"]
+        self.assertEqual([name for name in back if "top" in back[name]["attributes"]], ["half"])
+        self.assertIn("(* top = ", self.nyx("export", "a.nyx", "-f", "verilog"))
 
     def test_everything_comes_back_from_a_library(self):
         odd = odd_netlist()
@@ -130,6 +159,92 @@ class Import(CommandTest):
                     "nyx: a.nyx: the netlist does not fit in 4 MiB; give it more with --size\n")
         self.assertEqual(list(self.folder.iterdir()), [])
 
+    def test_sizes_that_no_database_has_are_refused(self):
+        self.write("small.json", json.dumps(SMALL))
+        for size in ("-1", "0", "1.5", "99999999999999999999", str(1 << 40), str((16 << 20) + 1)):
+            self.expect_trouble(["import", "small.json", "-o", "a.nyx", "--size", size],
+                                f'--size: "{size}" is no whole number from 1 to 16777216; see `nyx import --help`')
+        self.assertEqual(self.names(), ["small.json"])
+        self.nyx("import", "small.json", "-o", "a.nyx", "--size", str(16 << 20))
+
+    def test_a_library_that_is_there_is_left_alone(self):
+        self.write("small.json", json.dumps(SMALL))
+        self.nyx("import", "small.json", "-o", "one.nyx", "--library", "cells")
+        before = (self.folder / "cells.nyx").read_bytes()
+        self.expect_trouble(["import", self.soc(), "-o", "two.nyx", "--library", "cells"],
+                            r"cells\.nyx: is there already, and other designs may use it; choose another name, or replace "
+                            "it with --force")
+        self.assertEqual((self.folder / "cells.nyx").read_bytes(), before)
+        self.expect_trouble(["import", self.soc(), "-o", "two.nyx", "--library", "one", "--force"],
+                            r"one\.nyx: is there already and no component library; choose another name")
+        self.assertEqual(self.names(), ["cells.nyx", "nyx.paths", "one.nyx", "small.json"])
+        self.assertEqual(self.nyx("check", "one.nyx"), "one.nyx: sound\n")
+        self.nyx("import", "small.json", "-o", "one.nyx", "--library", "cells", "--force")
+        self.assertEqual(self.nyx("check", "one.nyx"), "one.nyx: sound\n")
+
+    def test_a_target_that_can_not_be_written_leaves_all_as_it_was(self):
+        self.write("small.json", json.dumps(SMALL))
+        self.nyx("import", "small.json", "-o", "one.nyx", "--library", "cells")
+        (self.folder / "d.nyx").mkdir()
+        before = {name: (self.folder / name).read_bytes() for name in ("cells.nyx", "nyx.paths", "one.nyx")}
+        self.expect_trouble(["import", self.soc(), "-o", "d.nyx", "--library", "cells", "--force"],
+                            r"d\.nyx: is a directory")
+        (self.folder / "nyx.paths").unlink()
+        (self.folder / "nyx.paths").mkdir()  # the library and the design could be written
+        self.expect_trouble(["import", self.soc(), "-o", "two.nyx", "--library", "cells", "--force"],
+                            r"nyx\.paths: is a directory")
+        (self.folder / "nyx.paths").rmdir()
+        (self.folder / "nyx.paths").write_bytes(before["nyx.paths"])
+        self.assertEqual({name: (self.folder / name).read_bytes() for name in before}, before)
+        self.assertEqual(self.names(), ["cells.nyx", "d.nyx", "nyx.paths", "one.nyx", "small.json"])
+
+    def test_a_database_needs_a_name(self):
+        self.write("small.json", json.dumps(SMALL))
+        for name in ("", ".nyx", "./", "."):
+            self.expect_trouble(["import", "small.json", "-o", name], f'"{re.escape(name)}": a database needs a name')
+        self.assertEqual(self.names(), ["small.json"])
+
+    def test_a_link_stays_a_link(self):
+        self.write("small.json", json.dumps(SMALL))
+        self.nyx("import", "small.json", "-o", "real.nyx")
+        (self.folder / "link.nyx").symlink_to("real.nyx")
+        self.nyx("import", self.soc(), "-o", "link.nyx")
+        self.assertTrue((self.folder / "link.nyx").is_symlink())
+        self.assertIn("soc", self.nyx("tree", "real.nyx", "--depth", "0"))
+
+    def test_interrupts_leave_nothing(self):
+        self.nyx("import", self.soc(), "-o", "soc.nyx")
+        os.mkfifo(self.folder / "in")
+        for arguments in (["import", "in", "-o", "a.nyx"], ["export", "soc.nyx", "-o", "out.json"]):
+            for sent in (signal.SIGINT, signal.SIGTERM):
+                with subprocess.Popen([cli_support.NYX, *arguments], cwd=self.folder, stderr=subprocess.PIPE) as run:
+                    if arguments[0] == "import":
+                        with open(self.folder / "in", "wb") as pipe:
+                            pipe.write(b'{"modules": {')
+                            pipe.flush()
+                            run.send_signal(sent)
+                            run.wait()
+                    else:
+                        while not any(".part" in name for name in self.names()) and run.poll() is None:
+                            pass
+                        run.send_signal(sent)
+                        run.wait()
+                self.assertIn(run.returncode, (-sent, 0))
+                self.assertLessEqual(set(self.names()), {"in", "out.json", "soc.nyx"})
+
+    def test_hierarchies_may_be_deep(self):
+        levels = 30000
+        modules = {f"m{i}": {"cells": {"u": {"type": f"m{i + 1}", "connections": {}}}} for i in range(levels)}
+        modules[f"m{levels}"] = {"netnames": {"w": {"bits": [2]}}}
+        self.write("deep.json", json.dumps({"modules": modules}))
+        self.nyx("import", "deep.json", "-o", "deep.nyx")
+        self.assertEqual(self.nyx("find", "deep.nyx", "**/w", "--count"), "1\n")
+        self.assertIn(f" {levels}\n", self.nyx("info", "deep.nyx", "--counts"))
+        for options in ([], ["--json"]):
+            run = subprocess.run([cli_support.NYX, "tree", "deep.nyx", *options], cwd=self.folder, check=True,
+                                 stdout=subprocess.DEVNULL)
+            self.assertEqual(run.returncode, 0)
+
 
 class Look(CommandTest):
     def setUp(self):
@@ -146,7 +261,48 @@ class Look(CommandTest):
     def test_tree_as_json(self):
         self.assertEqual(json.loads(self.nyx("tree", "small.nyx", "--json")),
                          {"module": "top", "leaf": False,
-                          "uses": [{"module": "half", "leaf": False, "uses": [], "count": 1}]})
+                          "uses": [{"module": "half", "leaf": False, "leaves": 2, "leaf_kinds": 2, "uses": [],
+                                    "count": 1}]})
+
+    def fold(self):
+        """A module that is used directly, and at three levels below another."""
+        uses = {"top": ["A", "M"], "A": ["B"], "B": ["M"], "M": ["N"], "N": ["P"], "P": ["leaf"]}
+        self.write("fold.json", json.dumps({"modules": {
+            name: {"cells": {f"u{i}": {"type": base, "connections": {}} for i, base in enumerate(bases)}}
+            for name, bases in uses.items()}}))
+        self.nyx("import", "fold.json", "-o", "fold.nyx")
+
+    def test_tree_opens_a_module_where_it_comes_first(self):
+        self.fold()
+        self.assertEqual(self.nyx("tree", "fold.nyx"),
+                         "top\n\u251c\u2500 A\n\u2502  \u2514\u2500 B\n\u2502     \u2514\u2500 M\n"
+                         "\u2502        \u2514\u2500 N\n\u2502           \u2514\u2500 P\n"
+                         "\u2502              \u2514\u2500 1 leaf of 1 kind\n\u2514\u2500 M (see above)\n")
+
+    def test_tree_opens_again_what_the_depth_cut(self):
+        self.fold()
+        self.assertEqual(self.nyx("tree", "fold.nyx", "-d", "4"),
+                         "top\n\u251c\u2500 A\n\u2502  \u2514\u2500 B\n\u2502     \u2514\u2500 M\n"
+                         "\u2502        \u2514\u2500 N\n\u2514\u2500 M\n   \u2514\u2500 N\n      \u2514\u2500 P\n"
+                         "         \u2514\u2500 1 leaf of 1 kind\n")
+
+    def test_tree_says_the_same_as_json(self):
+        self.fold()
+
+        def read(node, indent=""):
+            parts = [(part["module"] + (" (see above)" if part.get("folded") else ""), part) for part in node.get("uses", [])]
+            if "leaves" in node:
+                parts.append(("1 leaf of 1 kind", {}))
+            text = ""
+            for index, (line, part) in enumerate(parts):
+                is_last = index + 1 == len(parts)
+                text += indent + ("\u2514\u2500 " if is_last else "\u251c\u2500 ") + line + "\n"
+                text += read(part, indent + ("   " if is_last else "\u2502  "))
+            return text
+        for depth in ([], *(["--depth", str(depth)] for depth in range(8))):
+            for unfold in ([], ["--unfold"]):
+                tree = json.loads(self.nyx("tree", "fold.nyx", "--json", *depth, *unfold))
+                self.assertEqual("top\n" + read(tree), self.nyx("tree", "fold.nyx", *depth, *unfold))
 
     def test_counts(self):
         self.assertEqual(self.nyx("info", "small.nyx", "--counts").split("\n\n")[1],
@@ -174,7 +330,27 @@ class Look(CommandTest):
                     "net       in[1]  2 connections\n            in[1] (input)\n            u/b (input)\n", "")
         self.expect(["find", "small.nyx", "**/*", "--count"], 0, "19\n", "")
         self.expect(["find", "small.nyx", "**/*", "--limit", "1"], 0, "instance  u  half\n",
-                    "nyx: stopped after 1 objects; --limit gives more\n")
+                    "nyx: stopped after 1 object; --limit gives more\n")
+        self.expect(["find", "small.nyx", "u", "*", "-t", "instance"], 0, "instance  u  half\n", "")
+
+    def test_find_by_further_names(self):
+        self.expect(["find", "small.nyx", "su?", "-c"], 0,
+                    "net       sum  = out[0], 2 connections\n            out[0] (output)\n            u/s (output)\n", "")
+        self.assertEqual(json.loads(self.nyx("find", "small.nyx", "sum", "--json", "-c")),
+                         [{"type": "net", "path": "sum", "net": "out[0]", "supply": None, "connections_count": 2,
+                           "connections": [{"pin": "out[0]", "direction": "output"},
+                                           {"instance": "u", "pin": "s", "direction": "output"}]}])
+
+    def test_find_finds_by_the_paths_that_it_prints(self):
+        self.write("odd.json", json.dumps(odd_netlist()))
+        self.nyx("import", "odd.json", "-o", "odd.nyx")
+        for kind in ("instance", "net", "port"):
+            lines = self.nyx("find", "odd.nyx", "*", "--type", kind).splitlines()
+            self.assertGreater(len(lines), 5)
+            for line in lines:
+                path = line[10:].split("  ")[0]
+                self.assertEqual(self.nyx("find", "odd.nyx", path, "--type", kind), line + "\n")
+        self.assertEqual(self.nyx("find", "odd.nyx", "??", "-t", "instance", "--count"), "1\n")
 
     def test_find_as_json(self):
         self.assertEqual(json.loads(self.nyx("find", "small.nyx", "u/n", "--json", "--connections")),
@@ -201,12 +377,29 @@ class Look(CommandTest):
         self.expect(["check", "small.nyx"], 0, "small.nyx: sound\n", "")
         self.assertEqual(json.loads(self.nyx("check", "small.nyx", "--json")), [{"file": "small.nyx", "faults": []}])
 
-    def test_a_damaged_file_is_refused(self):
+    def test_check_goes_on_after_a_damaged_file(self):
         data = bytearray((self.folder / "small.nyx").read_bytes())
         (self.folder / "cut.nyx").write_bytes(data[:len(data) // 2])
-        code, out, err = self.run_nyx("check", "cut.nyx")
-        self.assertEqual((code, out), (2, ""))
-        self.assertRegex(err, r"^nyx: .*cut\.nyx.*\n$")
+        (self.folder / "empty.nyx").write_bytes(b"")
+        self.expect(["check", "cut.nyx", "empty.nyx", "small.nyx"], 1,
+                    'cut.nyx: fault: NYX database "cut.nyx" is corrupted\nempty.nyx: fault: the file is empty\n'
+                    "small.nyx: sound\n", "")
+        self.expect(["check", "cut.nyx", "none.nyx", "small.nyx"], 2,
+                    'cut.nyx: fault: NYX database "cut.nyx" is corrupted\nsmall.nyx: sound\n',
+                    "nyx: none.nyx: can't be read: No such file or directory\n")
+        code, out, _ = self.run_nyx("check", "cut.nyx", "none.nyx", "small.nyx", "--json")
+        self.assertEqual(code, 2)
+        self.assertEqual(json.loads(out), [{"file": "cut.nyx", "faults": ['NYX database "cut.nyx" is corrupted']},
+                                           {"file": "none.nyx",
+                                            "error": "none.nyx: can't be read: No such file or directory"},
+                                           {"file": "small.nyx", "faults": []}])
+        for verb in ("tree", "stats", "export"):
+            self.expect_trouble([verb, "cut.nyx"], r".*cut\.nyx.*")
+
+    def test_a_missing_library_is_told(self):
+        self.nyx("import", "small.json", "-o", "one.nyx", "--library", "cells")
+        (self.folder / "cells.nyx").unlink()
+        self.expect_trouble(["check", "one.nyx"], ".*cells.*")
 
 
 class Files(CommandTest):
@@ -221,6 +414,31 @@ class Files(CommandTest):
         self.expect(["clone", "small.nyx", "other.nyx"], 2, "", "nyx: other.nyx: is there already; --force replaces it\n")
         self.nyx("clone", "small.nyx", "other.nyx", "--force")
 
+    def test_a_clone_that_fails_leaves_its_target(self):
+        self.nyx("clone", "small.nyx", "half_old")
+        before = (self.folder / "half_old.nyx").read_bytes()
+        self.nyx("import", "small.json", "-o", "lib.nyx", "--library", "cells")
+        (self.folder / "cut.nyx").write_bytes(before[:len(before) // 2])
+        (self.folder / "half.nyx").write_bytes(before)
+        names = self.names()
+        self.expect_trouble(["clone", "small.nyx", "half", "--force"],
+                            'small.nyx: has a module "half" already, so its top can\'t get that name')
+        self.expect_trouble(["clone", "cut.nyx", "half", "-f"], r'.*"cut\.nyx" is corrupted')
+        self.expect_trouble(["clone", "cells.nyx", "half", "-f"],
+                            r"cells\.nyx: is a component library; only designs are cloned")
+        self.expect_trouble(["clone", "none", "half", "-f"], r'There is no database file "none\.nyx"\.')
+        self.assertEqual((self.folder / "half.nyx").read_bytes(), before)
+        self.assertEqual(self.names(), names)
+
+    def test_a_clone_goes_to_other_folders_and_from_protected_files(self):
+        (self.folder / "sub").mkdir()
+        self.nyx("import", "small.json", "-o", "lib.nyx", "--library", "cells")
+        (self.folder / "small.nyx").chmod(0o444)
+        self.nyx("clone", "small.nyx", "sub/other")
+        self.assertEqual(self.nyx("tree", "sub/other.nyx", "--depth", "0"), "other\n")
+        self.nyx("clone", "lib.nyx", "lib2")
+        self.assertEqual(self.nyx("check", "lib2.nyx"), "lib2.nyx: sound\n")
+
     def test_resize(self):
         self.nyx("resize", "small.nyx", "--to", "512")
         self.assertEqual(json.loads(self.nyx("resize", "small.nyx", "--json"))["room_bytes"], 512 << 20)
@@ -228,6 +446,21 @@ class Files(CommandTest):
         self.assertEqual(json.loads(self.nyx("resize", "small.nyx", "--json"))["room_bytes"], 600 << 20)
         self.expect(["resize", "small.nyx", "--by", "1", "--to", "2"], 2, "", "nyx: give --to or --by, not both\n")
         self.assertEqual(self.nyx("tree", "small.nyx", "--depth", "0"), "top\n")
+
+    def test_resize_refuses_what_no_database_can_have(self):
+        for option in ("--to", "--by"):
+            for size in ("-5", "0", str((16 << 20) + 1), str(1 << 40)):
+                self.expect_trouble(["resize", "small.nyx", option, size],
+                                    f'{option}: "{size}" is no whole number from 1 to 16777216; see `nyx resize --help`')
+        self.expect_trouble(["resize", "small.nyx", "--by", str(16 << 20)], r"small\.nyx: can't have more than 16777216 MiB")
+        self.nyx("import", self.soc(), "-o", "soc.nyx")
+        self.expect_trouble(["resize", "soc.nyx", "--to", "1"], r"soc\.nyx: needs at least [2-9] MiB")
+        self.nyx("resize", "soc.nyx", "--to", "10")
+        self.nyx("clone", "soc.nyx", "other")
+
+    def test_rm_removes_all_or_none(self):
+        self.expect_trouble(["rm", "small.nyx", "none.nyx"], r".*none\.nyx.*")
+        self.assertTrue((self.folder / "small.nyx").exists())
 
     def test_rm_removes_databases_only(self):
         code, _, err = self.run_nyx("rm", "small.json.nyx")
@@ -250,12 +483,42 @@ class Usage(CommandTest):
     def test_a_missing_argument_is_trouble(self):
         code, out, err = self.run_nyx("info")
         self.assertEqual((code, out), (2, ""))
-        self.assertRegex(err, r"^nyx: file is required; see `nyx info --help`\n$")
+        self.assertRegex(err, r"^nyx: FILE is required; see `nyx info --help`\n$")
+
+    def test_what_is_unknown_comes_before_what_is_missing(self):
+        self.expect_trouble(["import", "--nope"], "there is no option --nope; see `nyx import --help`")
+        self.expect_trouble(["-v"], "there is no option -v; see `nyx --help`")
+        self.expect_trouble(["export", "a.nyx", "-f", "Verilog"],
+                            '--format: "Verilog" is none of yosys-json, verilog; see `nyx export --help`')
+        self.expect_trouble(["tree", "a.nyx", "-d", "-5"],
+                            '--depth: "-5" is no whole number from 0 to 2147483647; see `nyx tree --help`')
+        self.expect_trouble(["find", "a.nyx", "x", "--limit", "-3"],
+                            '--limit: "-3" is no whole number from 1 to 2147483647; see `nyx find --help`')
+
+    def test_help_is_a_verb_too(self):
+        self.assertEqual(self.nyx("help"), self.nyx("--help"))
+        self.assertEqual(self.nyx("help", "import"), self.nyx("import", "--help"))
+        self.expect_trouble(["help", "sing"], 'VERB: "sing" is none of import, .*; see `nyx help --help`')
+
+    def test_a_full_disk_is_trouble(self):
+        self.nyx("import", self.soc(), "-o", "soc.nyx")
+        for verb in ("tree", "export"):
+            with open("/dev/full", "w", encoding="ascii") as full:
+                done = subprocess.run([cli_support.NYX, verb, "soc.nyx"], stdout=full, stderr=subprocess.PIPE,
+                                      cwd=self.folder, check=False)
+            self.assertEqual(done.returncode, 2)
+            self.assertEqual(done.stderr.decode().count("\n"), 1)
+
+    def test_a_reader_that_goes_is_no_news(self):
+        self.nyx("import", self.soc(), "-o", "soc.nyx")
+        done = subprocess.run(["sh", "-c", f"{cli_support.NYX} export soc.nyx | head -1"], cwd=self.folder, check=True,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.assertEqual((done.stdout, done.stderr), (b"{\n", b""))
 
     def test_every_verb_has_help_with_examples_and_a_man_page(self):
         verbs = [line.split()[0] for line in self.nyx("--help").split("Verbs:\n")[1].split("\n\n")[0].splitlines()]
         self.assertEqual(verbs, ["import", "export", "info", "tree", "find", "stats", "check", "clone", "resize", "rm",
-                                 "completion", "man"])
+                                 "help", "completion", "man"])
         for verb in verbs:
             self.assertIn("Examples:\n  ", self.nyx(verb, "--help"))
             page = self.nyx("man", verb)

@@ -43,6 +43,7 @@ class Terminal(CommandTest):
         self.assertIn("END=0", screen)
         self.assertNotIn("\033[36m", self.type(f"NO_COLOR=1 {nyx} tree soc.nyx --depth 1"))
         self.assertNotIn("\033[36m", self.type(f"TERM=dumb {nyx} tree soc.nyx --depth 1"))
+        self.assertIn("\033[1mTABLE", self.type(f"{nyx} stats soc.nyx"))
         self.assertIn("END=1", self.type(f"{nyx} find soc.nyx nothing"))
 
 

@@ -3,6 +3,7 @@
 
     yosys_test.py NYX SOURCE
 """
+import json
 import re
 import subprocess
 import sys
@@ -45,6 +46,51 @@ class Yosys(CommandTest):
         self.assertGreater(len(expected), 10)
         self.assertEqual(self.count_cells("read_json back.json"), expected)
         self.assertEqual(self.count_cells(GATES.format("back.v")), expected)
+
+    def test_names_that_meet_in_verilog_are_kept_apart(self):
+        # A net and a cell of one name, names that differ in white space only, names that others are made of.
+        clash = {"modules": {
+            "a b": {"attributes": {}, "ports": {"p q": {"direction": "input", "bits": [2]},
+                                                "p_q": {"direction": "output", "bits": [3]}},
+                    "cells": {"n": self.cell("$_NOT_", {"A": [2], "Y": [4]}), "x y": self.cell("$_NOT_", {"A": [4], "Y": [5]}),
+                              "x_y": self.cell("$_NOT_", {"A": [5], "Y": [6]}),
+                              "last": self.cell("$_AND_", {"A": [6], "B": [7], "Y": [3]})},
+                    "netnames": {name: {"hide_name": 0, "bits": [bit], "attributes": {}} for name, bit in
+                                 (("p q", 2), ("p_q", 3), ("n", 4), ("m n", 5), ("m_n", 6), ("$open$9", 6))}},
+            "a_b": {"attributes": {"top": "1"}, "ports": {"i": {"direction": "input", "bits": [2]},
+                                                          "o": {"direction": "output", "bits": [3]},
+                                                          "tied": {"direction": "input", "bits": ["1"]}},
+                    "cells": {"u": {**self.cell("a b", {"p q": [2], "p_q": [4]}),
+                                    "port_directions": {"p q": "input", "p_q": "output"}},
+                              "v": self.cell("$_AND_", {"A": ["1"], "B": [4], "Y": [3]})},
+                    "netnames": {name: {"hide_name": 0, "bits": [bit], "attributes": {}}
+                                 for name, bit in (("i", 2), ("o", 3), ("tied", "1"))}}}}
+        self.write("clash.json", json.dumps(clash))
+        self.nyx("import", "clash.json", "-o", "clash.nyx")
+        code, verilog, warnings = self.run_nyx("export", "clash.nyx", "-f", "verilog")
+        self.assertEqual(code, 0)
+        self.write("clash.v", verilog)
+        self.assertIn('"x y" is written as "x_y": Verilog has no names with white space\n', warnings)
+        self.assertEqual(len(warnings.splitlines()), len(set(warnings.splitlines())))
+        self.yosys("read_verilog -icells clash.v; hierarchy -check -top a_b; flatten; write_json back2.json")
+        flat = json.loads((self.folder / "back2.json").read_text())["modules"]["a_b"]
+        # From o back to i: the gates, the tied input of the last one, and the open one of that in the lower module.
+        driver = {cell["connections"]["Y"][0]: cell for cell in flat["cells"].values()}
+        last = driver[flat["ports"]["o"]["bits"][0]]
+        self.assertEqual((last["type"], last["connections"]["A"]), ("$_AND_", ["1"]))
+        inner = driver[last["connections"]["B"][0]]
+        self.assertEqual(inner["type"], "$_AND_")
+        self.assertNotIn(inner["connections"]["B"][0], driver)
+        bit = inner["connections"]["A"][0]
+        for _ in range(3):
+            self.assertEqual(driver[bit]["type"], "$_NOT_")
+            bit = driver[bit]["connections"]["A"][0]
+        self.assertEqual(bit, flat["ports"]["i"]["bits"][0])
+
+    @staticmethod
+    def cell(kind, connections):
+        return {"hide_name": 0, "type": kind, "parameters": {}, "attributes": {}, "connections": connections,
+                "port_directions": {port: "output" if port == "Y" else "input" for port in connections}}
 
     def test_the_verilog_is_equivalent(self):
         # Enables and resets become gates before flip-flops, which is what the prover knows. A register that keeps its

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <sys/stat.h>
+#include <thread>
 
 namespace {
 
@@ -94,9 +96,33 @@ TEST(TextInput, TellsOfPackedFilesThatAreTruncatedOrDamaged) {
                                               " data end too early; the file is truncated");
     }
     write_file(dir / "bad", std::string("\x1f\x8b\x08\x00", 4) + std::string(100, '\xff'));
-    EXPECT_EQ(get_fault(dir / "bad"), ": the gzip data are damaged");
+    EXPECT_EQ(get_fault(dir / "bad"), ": the gzip data are damaged at about byte 11; get the file anew");
     write_file(dir / "bad", "\x28\xb5\x2f\xfd" + std::string(100, '\xff'));
-    EXPECT_EQ(get_fault(dir / "bad"), ": the zstd data are damaged");
+    EXPECT_EQ(get_fault(dir / "bad"), ": the zstd data are damaged at about byte 0; get the file anew");
+}
+
+TEST(TextOutput, WritesIntoWhatIsNoPlainFile) {
+    const TEMP_DIR dir;
+    ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600), 0);
+    std::string read;
+    std::thread reader([&] { read = read_file(dir / "pipe"); });
+    NYX_TEXT_OUTPUT output(dir / "pipe");
+    output << "through";
+    output.finish();
+    reader.join();
+    EXPECT_EQ(read, "through");
+    EXPECT_TRUE(std::filesystem::is_fifo(std::string(dir / "pipe")));
+}
+
+TEST(TextOutput, WritesToWhatALinkPointsTo) {
+    const TEMP_DIR dir;
+    write_file(dir / "target", "old");
+    std::filesystem::create_symlink("target", std::string(dir / "link"));
+    NYX_TEXT_OUTPUT output(dir / "link");
+    output << "new";
+    output.finish();
+    EXPECT_EQ(read_file(dir / "target"), "new");
+    EXPECT_TRUE(std::filesystem::is_symlink(std::string(dir / "link")));
 }
 
 TEST(TextInput, ReadsPackedFilesThatWereJoined) {

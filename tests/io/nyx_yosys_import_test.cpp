@@ -1,11 +1,14 @@
 // What an imported netlist looks like in a database.
 #include "io/nyx_netlist_counts.h"
 #include "io/nyx_netlist_text.h"
+#include "io/nyx_verilog_writer.h"
 #include "io/nyx_yosys_importer.h"
 #include "io/nyx_yosys_writer.h"
 #include "io_test_support.h"
 
 #include <gtest/gtest.h>
+
+#include <limits>
 
 namespace {
 
@@ -99,6 +102,32 @@ TEST_F(YosysImport, ConstantsAreNetsOfTheModule) {
     EXPECT_EQ(m_module->find_const_nets().size(), 2u);
 }
 
+TEST_F(YosysImport, AConstantStaysOneWhateverPortIsOnIt) {
+    import_module(R"("ports": {"i": {"direction": "input", "bits": ["0"]}, "j": {"direction": "inout", "bits": ["1"]}},
+                     "cells": {"u": {"type": "T", "connections": {"A": ["0", "1"]}}})");
+    const auto netlist = read_netlist(export_text());
+    const NYX_YOSYS_MODULE &module = netlist->modules[0];
+    EXPECT_EQ(module.bits[module.ports[0].bits.begin], NYX_YOSYS_BIT::ZERO);
+    EXPECT_EQ(module.bits[module.ports[1].bits.begin], NYX_YOSYS_BIT::ONE);
+    EXPECT_EQ(module.bits[module.cells[0].bits.begin], NYX_YOSYS_BIT::ZERO);
+    EXPECT_EQ(module.bits[module.cells[0].bits.begin + 1], NYX_YOSYS_BIT::ONE);
+    EXPECT_TRUE(module.names.empty());
+    TEMP_DIR dir;
+    NYX_TEXT_OUTPUT output(dir / "out.v");
+    nyx_write_verilog(m_db, output);
+    output.finish();
+    EXPECT_NE(read_file(dir / "out.v").find(".A(2'b10)"), std::string::npos);
+}
+
+TEST_F(YosysImport, NamesThatAreMadeUpKeepClearOfThoseOfTheNetlist) {
+    import_module(R"("cells": {"u": {"type": "T", "connections": {"A": ["0", 5, 6]}}},
+                     "netnames": {"1'b0": {"bits": [6]}, "$bit$5": {"bits": [6]}})");
+    NYX_INSTANCE *const u = m_module->find_instance("u");
+    EXPECT_EQ(u->get_inst_port_by_index(0)->get_net()->get_name(), "1'b0:2");
+    EXPECT_EQ(u->get_inst_port_by_index(1)->get_net()->get_name(), "$bit$5:2");
+    EXPECT_EQ(u->get_inst_port_by_index(2)->get_net()->get_name(), "1'b0");
+}
+
 TEST_F(YosysImport, UndefinedTypesBecomeAtoms) {
     import_module(R"("cells": {
         "u": {"type": "$lut", "port_directions": {"A": "input"}, "connections": {"A": [2]}},
@@ -152,9 +181,48 @@ TEST_F(YosysImport, BlackBoxesGoToTheLibraryThatIsGiven) {
     m_library = nullptr;
 }
 
-TEST_F(YosysImport, AWarningTellsOfANameWithoutBits) {
-    import_module(R"("netnames": {"n": {"bits": []}})");
-    EXPECT_EQ(m_warnings, std::vector<std::string>{"the net name \"n\" of module \"m\" has no bits and is left out"});
+TEST_F(YosysImport, BlackBoxesThatNothingUsesStayInTheDesign) {
+    import(R"({"modules": {"m": {"cells": {"u": {"type": "used", "connections": {"A": [2]}}}},
+                           "used": {"attributes": {"blackbox": 1}, "ports": {"A": {"direction": "input", "bits": [2]}}},
+                           "unused": {"attributes": {"blackbox": 1}, "ports": {"A": {"direction": "input", "bits": [2]}}}}})",
+           true);
+    EXPECT_TRUE(m_db->find_local_module("unused"));
+    EXPECT_FALSE(m_db->find_local_module("used"));
+    EXPECT_EQ(read_netlist(export_text())->modules.size(), 3u);
+    m_library->close();
+    m_library = nullptr;
+}
+
+TEST_F(YosysImport, ANameWithoutBitsComesBack) {
+    import_module(R"("netnames": {"n": {"bits": [], "hide_name": 1, "attributes": {"a": "text"}}})");
+    EXPECT_TRUE(m_warnings.empty());
+    EXPECT_EQ(m_module->get_num_nets(), 0u);
+    const auto netlist = read_netlist(export_text());
+    ASSERT_EQ(netlist->modules[0].names.size(), 1u);
+    EXPECT_EQ(netlist->modules[0].names[0].bits.count, 0u);
+    EXPECT_TRUE(netlist->modules[0].names[0].hidden);
+    EXPECT_EQ(netlist->modules[0].values.size(), 1u);
+}
+
+TEST_F(YosysImport, TheTopIsMarkedUnlessItWasFoundByItself) {
+    import_module("");
+    EXPECT_EQ(export_text().find("\"top\""), std::string::npos);
+    NYX_MODULE *const other = NYX_MODULE::allocate(m_db, "other", 0, NYX_MODULE::TYPE::HIERARCHY);
+    m_db->set_top_module(other);
+    EXPECT_NE(export_text().find("\"top\""), std::string::npos) << "somebody chose it";
+}
+
+TEST_F(YosysImport, LongNumbersKeepTheirDigits) {
+    import_module(R"("attributes": {"a": 18446744073709551615, "b": -9223372036854775808, "c": 1e300, "d": 0.1})");
+    EXPECT_EQ(boost::get<long long>(m_module->get_property("@b")), std::numeric_limits<long long>::min());
+    EXPECT_EQ(boost::get<double>(m_module->get_property("@c")), 1e300);
+    const std::string text = export_text();
+    EXPECT_NE(text.find("\"a\": 18446744073709551615,"), std::string::npos);
+    EXPECT_NE(text.find("\"b\": -9223372036854775808,"), std::string::npos);
+    EXPECT_NE(text.find("\"d\": 0.1\n"), std::string::npos);
+    EXPECT_EQ(text.find("e+"), std::string::npos) << "netlist readers know no exponents";
+    const auto netlist = read_netlist(text);
+    EXPECT_EQ(std::stod(std::string(netlist->strings.get(netlist->modules[0].values[2].text))), 1e300);
 }
 
 TEST_F(YosysImport, OddNamesKeepTheirObjectsApart) {

@@ -41,11 +41,11 @@ TEST(YosysPlan, CellsOfAnUndefinedTypeShareAModuleWhileTheirWidthsAgree) {
     const NYX_YOSYS_PLAN plan(*netlist, "f", "");
     ASSERT_EQ(plan.get_bases().size(), 3u);
     const auto &cells = netlist->modules[0].cells;
-    EXPECT_EQ(plan.find_base(cells[0]), 1u);
-    EXPECT_EQ(plan.find_base(cells[1]), 1u);
-    EXPECT_EQ(plan.find_base(cells[2]), 2u);
+    EXPECT_EQ(plan.find_use(cells[0]).base, 1u);
+    EXPECT_EQ(plan.find_use(cells[1]).base, 1u);
+    EXPECT_EQ(plan.find_use(cells[2]).base, 2u);
     EXPECT_EQ(plan.get_bases()[1].ports[1].width, 2u);
-    EXPECT_EQ(plan.find_port_map(cells[1]), (std::vector<std::uint32_t>{1, 0}));
+    EXPECT_EQ(plan.find_use(cells[1]).ports, (std::vector<std::uint32_t>{1, 0}));
 }
 
 TEST(YosysPlanFault, WidthsThatDisagree) {
@@ -91,8 +91,9 @@ TEST(YosysPlanFault, BlackBoxWithCells) {
 }
 
 TEST(YosysPlanFault, PortWithoutBits) {
-    EXPECT_EQ(plan_fault(in_module(R"("ports": {"p": {"direction": "input", "bits": []}})")),
-              "in.json: /modules/m/ports/p: a port needs at least one bit");
+    EXPECT_EQ(
+        plan_fault(in_module(R"("ports": {"p": {"direction": "input", "bits": []}})")),
+        "in.json: /modules/m/ports/p: a port needs at least one bit; take it out, and out of the cells of the module");
 }
 
 } // namespace

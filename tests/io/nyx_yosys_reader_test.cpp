@@ -113,8 +113,35 @@ TEST(YosysReader, TellsProgressToTheEnd) {
 TEST(YosysReaderFault, NotJson) {
     EXPECT_EQ(fault_of("module top; endmodule\n"),
               "in.json:1: is not a netlist: a JSON object should begin here; write the file with Yosys' write_json");
-    EXPECT_EQ(fault_of(""),
-              "in.json:1: is not a netlist: a JSON object should begin here; write the file with Yosys' write_json");
+    EXPECT_EQ(fault_of(""), "in.json:1: is empty; write the file with Yosys' write_json");
+    EXPECT_EQ(fault_of(" \n"), "in.json:2: is empty; write the file with Yosys' write_json");
+}
+
+TEST(YosysReaderFault, ValuesThatAreNestedTooDeeply) {
+    const auto nest = [](std::size_t levels) { return std::string(levels, '[') + std::string(levels, ']'); };
+    const std::string fault = "is nested too deeply: more than 1000 levels";
+    EXPECT_EQ(fault_of(in_module("\"foo\": " + nest(900))), "");
+    for (const std::size_t levels : {1100, 100'000}) {
+        EXPECT_NE(fault_of("{\"foo\": " + nest(levels) + ", \"modules\": {}}").find("/foo: " + fault),
+                  std::string::npos);
+        for (const char *section : {"foo", "memories"})
+            EXPECT_NE(fault_of(in_module("\"" + std::string(section) + "\": " + nest(levels))).find(fault),
+                      std::string::npos);
+        EXPECT_NE(fault_of(in_module(R"("cells": {"u": {"type": "g", "foo": )" + nest(levels) + "}}")).find(fault),
+                  std::string::npos);
+    }
+}
+
+TEST(YosysReaderFault, IndicesBeyondWhatANumberHolds) {
+    for (const char *section : {"ports", "netnames"}) {
+        const auto fault = [section](const std::string &offset) {
+            return fault_of(in_module("\"" + std::string(section) +
+                                      R"(": {"p": {"direction": "input", "bits": [2, 3], "offset": )" + offset + "}}"));
+        };
+        EXPECT_EQ(fault("2147483646"), "");
+        EXPECT_EQ(fault("2147483647"),
+                  "in.json:1: /modules/m/" + std::string(section) + "/p: the indices of the bits go beyond 2147483647");
+    }
 }
 
 TEST(YosysReaderFault, NotANetlist) {

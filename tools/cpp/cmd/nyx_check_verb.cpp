@@ -1,8 +1,15 @@
 #include "cmd/nyx_open_design.h"
 #include "cmd/nyx_verb.h"
 #include "io/nyx_io_error.h"
+#include "nyx_report/nyx_report_exception.h"
 
 #include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <unistd.h>
 
 namespace {
 
@@ -16,7 +23,8 @@ public:
         return {
             "Reads each file with all the checks of opening, and then walks what is in it: the memory's blocks, and "
             "every list, link, count and map of the netlist. Each fault is told in words. The exit code is 1 if there "
-            "is any, 2 if a file can't be read."};
+            "is any, a damaged file among them, and 2 if a file, or a library that it needs, isn't there or can't be "
+            "read; the other files are checked nevertheless."};
     }
     std::vector<EXAMPLE> get_examples() const override {
         return {{"nyx check design.nyx && cp design.nyx /archive", "Keep a copy if it is sound."}};
@@ -26,26 +34,59 @@ public:
     }
     int run(NYX_CONSOLE &console) override {
         JSON all = JSON::array();
-        bool is_sound = true;
+        int code = 0;
         for (const std::string &file : m_files) {
-            const NYX_OPEN_DESIGN design(file);
-            const std::vector<std::string> faults = design->verify();
-            is_sound = is_sound && faults.empty();
-            if (console.m_json)
+            std::vector<std::string> faults;
+            std::string trouble;
+            try {
+                faults = find_faults(file);
+            } catch (const std::bad_alloc &) {
+                throw;
+            } catch (const std::exception &error) {
+                trouble = nyx_message_of(error);
+            }
+            code = !trouble.empty() ? 2 : std::max(code, int(!faults.empty()));
+            if (console.m_json && trouble.empty())
                 all.push_back({{"file", file}, {"faults", faults}});
-            else if (faults.empty())
+            else if (console.m_json)
+                all.push_back({{"file", file}, {"error", trouble}});
+            else if (trouble.empty() && faults.empty())
                 console.print(nyx_printable(file) + ": " + console.paint(NYX_CONSOLE::STYLE::GOOD, "sound") + "\n");
-            else
-                for (const std::string &fault : faults)
+            for (const std::string &fault : faults)
+                if (!console.m_json)
                     console.print(nyx_printable(file) + ": " + console.paint(NYX_CONSOLE::STYLE::BAD, "fault") + ": " +
                                   nyx_printable(fault) + "\n");
+            if (!trouble.empty())
+                console.error(trouble);
         }
         if (console.m_json)
             console.print(all.dump(2, ' ', false, JSON::error_handler_t::replace) + "\n");
-        return is_sound ? 0 : 1;
+        return code;
     }
 
 private:
+    /// Throws where the file can't be looked at.
+    static std::vector<std::string> find_faults(const std::string &file) {
+        const std::string path = nyx_database_path(file);
+        if (access(path.c_str(), R_OK) != 0)
+            throw NYX_IO_ERROR(nyx_printable(path) + ": can't be read: " + std::strerror(errno));
+        if (std::error_code error; std::filesystem::file_size(path, error) == 0 && !error)
+            return {"the file is empty"};
+        try {
+            const NYX_OPEN_DESIGN design(file);
+            return design->verify();
+        } catch (const NYX_DATABASE_CORRUPTED_EXCEPTION &error) {
+            return {nyx_message_of(error)};
+        } catch (const NYX_DATABASE_OLD_VERSION_EXCEPTION &error) {
+            return {nyx_message_of(error)};
+        } catch (const NYX_FILE_IO_EXCEPTION &error) {
+            // It could be opened; what is missing in it is a fault.
+            if (error.operation() != NYX_FILE_IO_EXCEPTION::READ || error.path() != path)
+                throw;
+            return {nyx_message_of(error)};
+        }
+    }
+
     std::vector<std::string> m_files;
 };
 

@@ -52,6 +52,16 @@ void write_error_line(std::string_view kind, const char *code, std::string_view 
 
 } // namespace
 
+namespace {
+
+std::string tell_seconds(double seconds) {
+    char text[40];
+    std::snprintf(text, sizeof(text), seconds < 99.5 ? "%.0f s" : "%.0f min", seconds < 99.5 ? seconds : seconds / 60);
+    return text;
+}
+
+} // namespace
+
 NYX_CONSOLE::NYX_CONSOLE() : m_colours(is_terminal_with_colours(STDOUT_FILENO)) {
     std::setlocale(LC_CTYPE, "C.UTF-8");
 }
@@ -98,6 +108,8 @@ void NYX_CONSOLE::print_table(const std::vector<COLUMN> &columns, const std::vec
         throw std::bad_alloc();
     check(scols_table_enable_noencoding(table.get(), 1)); // names may hold any bytes, and our bars are no controls
     check(scols_table_set_termforce(table.get(), SCOLS_TERMFORCE_NEVER)); // never cut: what is cut can't be used
+    if (m_colours)
+        check(scols_table_enable_colors(table.get(), 1));
     for (const COLUMN &column : columns) {
         libscols_column *const made =
             scols_table_new_column(table.get(), column.title.c_str(), 0, column.right ? SCOLS_FL_RIGHT : 0);
@@ -128,9 +140,9 @@ void NYX_CONSOLE::print_table(const std::vector<COLUMN> &columns, const std::vec
     print(result);
 }
 
-NYX_PROGRESS_BAR::NYX_PROGRESS_BAR(const NYX_CONSOLE &console, std::string label)
+NYX_PROGRESS_BAR::NYX_PROGRESS_BAR(const NYX_CONSOLE &console, std::string label, bool wanted)
     : m_label(std::move(label))
-    , m_active(!console.m_quiet && isatty(STDERR_FILENO))
+    , m_active(wanted && !console.m_quiet && isatty(STDERR_FILENO))
     , m_start(CLOCK::now())
     , m_last(m_start) {
     const char *const terminal = std::getenv("TERM");
@@ -153,11 +165,18 @@ void NYX_PROGRESS_BAR::start(std::string label, const char *unit) {
     m_label = std::move(label);
     m_unit = unit;
     m_start = m_last = CLOCK::now();
-    m_calls = 0;
+    if (m_was_shown && !*unit)
+        show(m_label.append(" ..."));
+}
+
+void NYX_PROGRESS_BAR::show(const std::string &line) {
+    std::fprintf(stderr, "\r%s\033[K", line.c_str());
+    std::fflush(stderr);
+    m_shown = m_was_shown = true;
 }
 
 void NYX_PROGRESS_BAR::update(std::uint64_t done, std::uint64_t total) {
-    if (!m_active || ++m_calls % 16 != 0)
+    if (!m_active)
         return;
     const CLOCK::time_point now = CLOCK::now();
     if (now - m_start < std::chrono::seconds(1) || now - m_last < std::chrono::milliseconds(100))
@@ -168,20 +187,16 @@ void NYX_PROGRESS_BAR::update(std::uint64_t done, std::uint64_t total) {
     const bool is_bytes = std::string_view(m_unit) == "B";
     const std::string speed = is_bytes ? nyx_human_bytes(std::uint64_t(rate)) + "/s"
                                        : nyx_group_digits(std::uint64_t(rate)) + " " + m_unit + "/s";
-    std::string line = "\r" + m_label + " ";
+    std::string line = m_label + " ";
     if (total > 0) {
         const double share = std::min(1.0, double(done) / double(total));
-        char rest[64];
-        std::snprintf(rest, sizeof(rest), "| %3.0f%% %s, %.0f s left", share * 100, speed.c_str(),
-                      rate > 0 ? double(total - std::min(done, total)) / rate : 0.0);
-        std::string bar = nyx_share_bar(share, 24);
-        line += "|" + bar + rest;
+        const double left = rate > 0 ? double(total - std::min(done, total)) / rate : 0.0;
+        char percent[16];
+        std::snprintf(percent, sizeof(percent), "| %3.0f%% ", share * 100);
+        line += "|" + nyx_share_bar(share, 24) + percent + speed + ", " + tell_seconds(left) + " left";
     } else
         line += (is_bytes ? nyx_human_bytes(done) : nyx_group_digits(done)) + ", " + speed;
-    line += "\033[K";
-    std::fwrite(line.data(), 1, line.size(), stderr);
-    std::fflush(stderr);
-    m_shown = true;
+    show(line);
 }
 
 std::string nyx_group_digits(std::uint64_t number) {

@@ -49,12 +49,14 @@ private:
 /// is no terminal. It goes with the object.
 class NYX_PROGRESS_BAR {
 public:
-    NYX_PROGRESS_BAR(const NYX_CONSOLE &console, std::string label);
+    /// Never shown if not `wanted`.
+    NYX_PROGRESS_BAR(const NYX_CONSOLE &console, std::string label, bool wanted = true);
     ~NYX_PROGRESS_BAR();
     NYX_PROGRESS_BAR(const NYX_PROGRESS_BAR &) = delete;
     NYX_PROGRESS_BAR &operator=(const NYX_PROGRESS_BAR &) = delete;
 
-    /// A new line of work; the clock starts anew.
+    /// A new line of work; the clock starts anew. Work that tells no progress has no unit; its label stands alone if a
+    /// bar was shown before.
     void start(std::string label, const char *unit);
     /// `total` is 0 if unknown. Cheap enough to be called a million times a second.
     void update(std::uint64_t done, std::uint64_t total);
@@ -62,12 +64,13 @@ public:
 private:
     using CLOCK = std::chrono::steady_clock;
     void erase();
+    void show(const std::string &line);
 
     std::string m_label;
     const char *m_unit = "B";
     bool m_active;
     bool m_shown = false;
-    unsigned m_calls = 0;
+    bool m_was_shown = false;
     CLOCK::time_point m_start;
     CLOCK::time_point m_last;
 };

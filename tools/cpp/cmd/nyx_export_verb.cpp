@@ -35,7 +35,8 @@ public:
     int run(NYX_CONSOLE &console) override {
         const NYX_OPEN_DESIGN design(m_file);
         NYX_TEXT_OUTPUT output(m_output);
-        NYX_PROGRESS_BAR bar(console, "Writing");
+        // A pager may show standard output on the same terminal.
+        NYX_PROGRESS_BAR bar(console, "Writing", m_output != "-");
         bar.start("Writing", "cells");
         const auto tell = [&bar](std::uint64_t done, std::uint64_t total) { bar.update(done, total); };
         const std::vector<std::string> warnings = m_format == "verilog"

@@ -1,11 +1,13 @@
 // The verbs that handle database files as a whole: clone, resize and rm.
 #include "cmd/nyx_open_design.h"
+#include "cmd/nyx_staged_files.h"
 #include "cmd/nyx_verb.h"
 #include "io/nyx_io_error.h"
 
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
+#include <unistd.h>
 
 namespace {
 
@@ -21,7 +23,8 @@ public:
     std::string get_name() const override { return "clone"; }
     std::string get_summary() const override { return "copy a design, its top module under the new name"; }
     std::vector<std::string> get_description() const override {
-        return {"Copies the database of a design and renames the copy's top module to the new file's name."};
+        return {"Copies the database of a design and renames the copy's top module to the new file's name. The design "
+                "stays as it is; what the copy replaces stays until that is complete."};
     }
     std::vector<EXAMPLE> get_examples() const override {
         return {{"nyx clone chip.nyx chip_eco.nyx", "The copy's top module is chip_eco."}};
@@ -36,24 +39,43 @@ public:
         const std::string to = nyx_database_path(m_to);
         if (exists(to) && !m_force)
             throw NYX_IO_ERROR(to + ": is there already; --force replaces it");
-        // The name of the top module is that of the file, so the copy is made in its folder.
-        const fs::path from = fs::absolute(nyx_database_path(m_from));
-        const fs::path folder = fs::path(to).parent_path();
-        if (!folder.empty()) {
-            std::error_code error;
-            fs::current_path(folder, error);
-            if (error)
-                throw NYX_IO_ERROR(folder.string() + ": " + error.message());
+        const std::string name = fs::path(to).stem().string();
+        check(name);
+        NYX_STAGED_FILES files;
+        const fs::path staged = files.add(to);
+        fs::path from = fs::absolute(nyx_database_path(m_from));
+        constexpr fs::perms all_write = fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
+        if (access(from.c_str(), W_OK) != 0 || (fs::status(from).permissions() & all_write) == fs::perms::none) {
+            // The library clones only what it might write to.
+            from = files.add((staged.parent_path().parent_path() / ("from." + name + ".nyx")).string());
+            fs::copy_file(nyx_database_path(m_from), from);
+            fs::permissions(from, fs::perms::owner_write, fs::perm_options::add);
         }
-        NYX_DB::init("", false);
-        if (const fs::path paths = from.parent_path() / "nyx.paths"; exists(paths.string()))
-            NYX_DB::add_nyx_paths(paths.string(), from.parent_path().string(), false);
-        NYX_DB::clone_db(from.c_str(), fs::path(to).filename().c_str());
+        // The name of the top module is the path that is given, so that has to be a name alone.
+        const fs::path here = fs::current_path();
+        fs::current_path(staged.parent_path());
+        NYX_DB::clone_db(from.c_str(), (name + ".nyx").c_str());
+        fs::current_path(here);
+        if (staged.filename() != name + ".nyx") // behind a link
+            fs::rename(staged.parent_path() / (name + ".nyx"), staged);
+        files.finish();
         console.note(to + ": a copy of " + m_from);
         return 0;
     }
 
 private:
+    /// Finds what can go wrong before anything is made, and tells it of the file that was named.
+    void check(const std::string &name) const {
+        NYX_DB::get_file_stats(m_from);
+        const NYX_OPEN_DESIGN design(m_from);
+        if (!design->is_user() && !design->is_device())
+            throw NYX_IO_ERROR(m_from + ": is a " + nyx_name_of_type(NYX_DB::get_file_stats(m_from).type) +
+                               "; only designs are cloned");
+        const NYX_MODULE *const other = design->find_local_module(name.c_str());
+        if (other && other != design->get_top_module())
+            throw NYX_IO_ERROR(m_from + ": has a module \"" + name + "\" already, so its top can't get that name");
+    }
+
     std::string m_from;
     std::string m_to;
     bool m_force = false;
@@ -73,15 +95,21 @@ public:
     }
     std::vector<NYX_OPTION> get_options() override {
         return {{"FILE", "", "The database", &m_file, true, {}, NYX_OPTION::COMPLETE::DATABASE},
-                {"--to", "MIB", "The new size", &m_to},
-                {"--by", "MIB", "So much more", &m_by}};
+                {"--to", "MIB", "The new size", &m_to, false, {}, NYX_OPTION::COMPLETE::NOTHING, 1, s_nyx_max_size},
+                {"--by", "MIB", "So much more", &m_by, false, {}, NYX_OPTION::COMPLETE::NOTHING, 1, s_nyx_max_size}};
     }
     int run(NYX_CONSOLE &console) override {
         if (m_to && m_by)
             throw NYX_IO_ERROR("give --to or --by, not both");
-        if (m_to > (1ull << 30) || m_by > (1ull << 30))
-            throw NYX_IO_ERROR("a database can't have more than 1073741824 MiB");
-        const std::uint64_t before = NYX_DB::get_file_stats(m_file).default_size;
+        const NYX_DB_FILE_STATS now = NYX_DB::get_file_stats(m_file);
+        const std::uint64_t before = now.default_size;
+        constexpr std::uint64_t mebibyte = 1 << 20;
+        if (m_to && m_to * mebibyte < now.data_size)
+            throw NYX_IO_ERROR(nyx_database_path(m_file) + ": needs at least " +
+                               std::to_string((now.data_size + mebibyte - 1) / mebibyte) + " MiB");
+        if (m_by && before / mebibyte + m_by > s_nyx_max_size)
+            throw NYX_IO_ERROR(nyx_database_path(m_file) + ": can't have more than " + std::to_string(s_nyx_max_size) +
+                               " MiB");
         if (m_to)
             NYX_DB::set_db_size(m_file.c_str(), m_to);
         else if (m_by)

@@ -1,4 +1,5 @@
 #include "cmd/nyx_open_design.h"
+#include "cmd/nyx_staged_files.h"
 #include "cmd/nyx_verb.h"
 #include "io/nyx_io_error.h"
 #include "io/nyx_yosys_importer.h"
@@ -25,9 +26,12 @@ public:
         return {
             "Reads a netlist in the JSON format of Yosys, packed by gzip or zstd or not, and saves it as a database. "
             "A file with a fault is told with its place, and nothing is written.",
-            "Cell types that the netlist does not define, and black boxes, become leaf modules. With --library they "
-            "go to a component library beside the design, which is entered in the paths file nyx.paths there.",
-            "All names, parameters and attributes are kept; `nyx export` gives back the netlist that was imported."};
+            "Cell types that the netlist does not define, and black boxes, become leaf modules. With --library those "
+            "that cells use go to a component library beside the design, which is entered in the paths file nyx.paths "
+            "there. A library that is there already is left alone, for other designs may depend on it, unless --force "
+            "is given.",
+            "All names, parameters and attributes are kept; `nyx export` gives back the netlist that was imported, "
+            "with its ports and cells in their order; net names come scalars first."};
     }
     std::vector<EXAMPLE> get_examples() const override {
         return {{"nyx import design.json.zst -o design.nyx", "Make design.nyx."},
@@ -53,7 +57,16 @@ public:
                  NYX_OPTION::COMPLETE::DATABASE},
                 {"--top", "MODULE", "The top module; else the one that is marked, or that no other uses", &m_top},
                 {"--library", "NAME", "Put leaf modules in a component library of this name", &m_library},
-                {"--size", "MIB", "To what the database may grow; else several times what it needs", &m_size}};
+                {"-f,--force", "", "Replace the component library too", &m_force},
+                {"--size",
+                 "MIB",
+                 "To what the database may grow; else several times what it needs",
+                 &m_size,
+                 false,
+                 {},
+                 NYX_OPTION::COMPLETE::NOTHING,
+                 1,
+                 s_nyx_max_size}};
     }
     int run(NYX_CONSOLE &console) override;
 
@@ -70,21 +83,41 @@ private:
         }
     };
 
-    void save(NYX_CONSOLE &console, const DATABASES &databases, const fs::path &output);
-    void enter_library(const fs::path &folder);
+    fs::path get_library_path() const {
+        return fs::path(nyx_database_path(m_output)).parent_path() / (m_library + ".nyx");
+    }
+    void check_library() const;
+    void save(const DATABASES &databases, const fs::path &output) const;
+    void enter_library(const fs::path &paths, const std::string &fresh) const;
 
     std::string m_file = "-";
     std::string m_output;
     std::string m_top;
     std::string m_library;
     unsigned long long m_size = 0;
+    bool m_force = false;
 };
 
+void IMPORT_VERB::check_library() const {
+    if (m_library.find_first_of("/ \t\n\"") != m_library.npos)
+        throw NYX_IO_ERROR("--library: a name has no blanks, quotes and slashes");
+    if (fs::path(nyx_database_path(m_output)).stem() == m_library)
+        throw NYX_IO_ERROR("--library: the library can't have the design's own name");
+    const std::string path = get_library_path().string();
+    if (std::error_code error; !fs::exists(path, error))
+        return;
+    if (NYX_DB::get_file_stats(path).type != NYX_DB_TYPE::COMPONENT)
+        throw NYX_IO_ERROR(nyx_printable(path) + ": is there already and no component library; choose another name");
+    if (!m_force)
+        throw NYX_IO_ERROR(nyx_printable(path) +
+                           ": is there already, and other designs may use it; choose another name, or replace it with "
+                           "--force");
+}
+
 /// The paths file beside the design gets the library's line in place of what it said of that name; all else stays.
-void IMPORT_VERB::enter_library(const fs::path &folder) {
-    const fs::path path = folder / "nyx.paths";
+void IMPORT_VERB::enter_library(const fs::path &paths, const std::string &fresh_path) const {
     std::string text;
-    if (std::ifstream old(path); old) {
+    if (std::ifstream old(paths); old) {
         for (std::string line; std::getline(old, line);) {
             std::istringstream words(line);
             std::string keyword;
@@ -95,33 +128,32 @@ void IMPORT_VERB::enter_library(const fs::path &folder) {
         }
     }
     text += "DEFINE " + m_library + " " + m_library + ".nyx\n";
-    const fs::path temporary = folder / "nyx.paths.part";
-    std::ofstream fresh(temporary, std::ios::binary | std::ios::trunc);
+    std::ofstream fresh(fresh_path, std::ios::binary | std::ios::trunc);
     fresh << text;
     fresh.close();
     if (!fresh)
-        throw NYX_IO_ERROR(path.string() + ": can't be written: " + std::strerror(errno));
-    fs::rename(temporary, path);
+        throw NYX_IO_ERROR(paths.string() + ": can't be written: " + std::strerror(errno));
 }
 
-void IMPORT_VERB::save(NYX_CONSOLE &console, const DATABASES &databases, const fs::path &output) {
-    (void)console;
-    const fs::path folder = output.parent_path();
+void IMPORT_VERB::save(const DATABASES &databases, const fs::path &output) const {
+    NYX_STAGED_FILES files;
     if (databases.library) {
-        databases.library->commit((folder / (m_library + ".nyx")).string());
-        enter_library(folder.empty() ? fs::path(".") : folder);
+        databases.library->commit(files.add(get_library_path().string()));
+        const fs::path paths = output.parent_path() / "nyx.paths";
+        enter_library(paths, files.add(paths.string()));
     }
-    databases.design->commit(output.string());
+    databases.design->commit(files.add(output.string()));
+    files.finish();
 }
 
 int IMPORT_VERB::run(NYX_CONSOLE &console) {
     const fs::path output = nyx_database_path(m_output);
-    if (m_library.find_first_of("/ \t\"") != m_library.npos)
-        throw NYX_IO_ERROR("--library: a name has no blanks, quotes and slashes");
-    if (!m_library.empty() && output.stem() == m_library)
-        throw NYX_IO_ERROR("--library: the library can't have the design's own name");
+    if (!m_library.empty())
+        check_library();
     if (std::error_code error; output.has_parent_path() && !fs::is_directory(output.parent_path(), error))
         throw NYX_IO_ERROR(output.string() + ": there is no folder " + output.parent_path().string());
+    if (std::error_code error; fs::is_directory(output, error))
+        throw NYX_IO_ERROR(output.string() + ": is a directory");
 
     NYX_PROGRESS_BAR bar(console, "Reading");
     const auto tell = [&bar](std::uint64_t done, std::uint64_t total) { bar.update(done, total); };
@@ -140,11 +172,12 @@ int IMPORT_VERB::run(NYX_CONSOLE &console) {
             databases.design = NYX_DB::create_non_persistent(size, NYX_DB_TYPE::USER, output.stem().string(), "");
             bar.start("Building", "cells");
             warnings = nyx_import_yosys(*netlist, plan, databases.design, databases.library, tell);
-            save(console, databases, output);
+            bar.start("Saving", "");
+            save(databases, output);
             break;
         } catch (const boost::interprocess::bad_alloc &) {
-            if (m_size)
-                throw NYX_IO_ERROR(output.string() + ": the netlist does not fit in " + std::to_string(m_size) +
+            if (m_size || size > s_nyx_max_size / 4)
+                throw NYX_IO_ERROR(output.string() + ": the netlist does not fit in " + std::to_string(size) +
                                    " MiB; give it more with --size");
             size *= 4;
         }
@@ -163,6 +196,9 @@ int IMPORT_VERB::run(NYX_CONSOLE &console) {
         nlohmann::ordered_json json;
         json["file"] = output.string();
         json["bytes"] = bytes;
+        json["library"] = nullptr;
+        if (!m_library.empty())
+            json["library"] = get_library_path().string();
         json["top"] = top;
         json["modules"] = netlist->modules.size();
         json["leaf_modules_made"] = plan.get_bases().size() - netlist->modules.size();
@@ -170,8 +206,11 @@ int IMPORT_VERB::run(NYX_CONSOLE &console) {
         json["warnings"] = warnings;
         console.print(json.dump(2) + "\n");
     } else
-        console.note(output.string() + ": " + nyx_group_digits(netlist->modules.size()) + " modules, " +
-                     nyx_group_digits(cells) + " cells, top " + nyx_printable(top) + ", " + nyx_human_bytes(bytes));
+        console.note(output.string() + ": " + nyx_group_digits(netlist->modules.size()) +
+                     (netlist->modules.size() == 1 ? " module, " : " modules, ") + nyx_group_digits(cells) +
+                     (cells == 1 ? " cell, top " : " cells, top ") + nyx_printable(top) + ", " +
+                     nyx_human_bytes(bytes) +
+                     (m_library.empty() ? "" : "; library " + nyx_printable(get_library_path().string())));
     return 0;
 }
 

@@ -134,7 +134,8 @@ private:
         const auto add_row = [&rows](const std::string &name, const NYX_MODULE_COUNTS &counts) {
             rows.push_back({name, nyx_group_digits(counts.cells), nyx_group_digits(counts.leaf_cells),
                             nyx_group_digits(counts.nets), nyx_group_digits(counts.port_bits),
-                            nyx_group_digits(counts.pin_bits), nyx_group_digits(counts.paths),
+                            nyx_group_digits(counts.pin_bits),
+                            counts.paths == NYX_MODULE_COUNTS::s_many ? ">1.8e19" : nyx_group_digits(counts.paths),
                             std::to_string(counts.depth)});
         };
         json["modules"] = JSON::array();

@@ -5,6 +5,14 @@
 
 namespace {
 
+const std::vector<NYX_VERB::EXAMPLE> s_examples = {
+    {"nyx import design.json -o design.nyx", "Make a database of a netlist."},
+    {"nyx tree design.nyx", "Look at its modules."},
+    {"nyx find design.nyx 'core/alu/*' --connections", "Look into one of them."},
+    {"nyx export design.nyx -f verilog -o design.v", "Write the netlist out."}};
+
+const char *const s_exit_status = ".SH EXIT STATUS\n0 fine, 1 differences or a failed check, 2 usage or trouble.\n";
+
 constexpr const char *s_summary = "look into, make and change databases of electronic designs";
 
 std::string wrap(const std::string &text, std::size_t indent, std::size_t width) {
@@ -97,6 +105,13 @@ std::string roff(const std::string &text) {
     return result;
 }
 
+std::string list_examples(const std::vector<NYX_VERB::EXAMPLE> &examples) {
+    std::string text = ".SH EXAMPLES\n";
+    for (const NYX_VERB::EXAMPLE &example : examples)
+        text += ".TP\n.B " + roff(example.command) + "\n" + roff(example.what) + "\n";
+    return text;
+}
+
 std::string quote(const std::string &text) {
     std::string result = "'";
     for (const char c : text)
@@ -104,15 +119,24 @@ std::string quote(const std::string &text) {
     return result + "'";
 }
 
+/// Those of the verb, those that all have, and the one that is no verb's business.
+std::vector<NYX_OPTION> get_all_options(NYX_CONSOLE &console, NYX_VERB &verb) {
+    static bool s_help = false;
+    std::vector<NYX_OPTION> options = verb.get_options();
+    for (NYX_OPTION &option : nyx_common_options(console, verb))
+        options.push_back(std::move(option));
+    options.push_back({"-h,--help", "", "Print this and do nothing", &s_help});
+    return options;
+}
+
 std::string get_all_names(NYX_VERB &verb) {
     NYX_CONSOLE console;
     std::string names;
-    for (const std::vector<NYX_OPTION> &options : {verb.get_options(), nyx_common_options(console, verb)})
-        for (const NYX_OPTION &option : options)
-            if (!option.is_argument())
-                for (const std::string &name : split(option.names))
-                    names += name + " ";
-    return names + "--help";
+    for (const NYX_OPTION &option : get_all_options(console, verb))
+        if (!option.is_argument())
+            for (const std::string &name : split(option.names))
+                names += (names.empty() ? "" : " ") + name;
+    return names;
 }
 
 std::string get_pattern(NYX_OPTION::COMPLETE complete) {
@@ -223,18 +247,17 @@ std::string complete_zsh(const NYX_VERBS &verbs) {
     NYX_CONSOLE console;
     for (const auto &verb : verbs) {
         text += "    " + verb->get_name() + ")\n        _arguments";
-        for (const std::vector<NYX_OPTION> &options : {verb->get_options(), nyx_common_options(console, *verb)})
-            for (const NYX_OPTION &option : options) {
-                if (option.is_argument()) {
-                    text += " \\\n            " + quote(std::string(is_list(option) ? "*" : "") + ":" +
-                                                        escape(option.names) + ":" + get_action(option));
-                    continue;
-                }
-                for (const std::string &name : split(option.names))
-                    text += " \\\n            " +
-                            quote(name + "[" + escape(option.help) + "]" +
-                                  (option.is_flag() ? "" : ":" + escape(option.value) + ":" + get_action(option)));
+        for (const NYX_OPTION &option : get_all_options(console, *verb)) {
+            if (option.is_argument()) {
+                text += " \\\n            " + quote(std::string(is_list(option) ? "*" : "") + ":" +
+                                                    escape(option.names) + ":" + get_action(option));
+                continue;
             }
+            for (const std::string &name : split(option.names))
+                text += " \\\n            " +
+                        quote(name + "[" + escape(option.help) + "]" +
+                              (option.is_flag() ? "" : ":" + escape(option.value) + ":" + get_action(option)));
+        }
         text += "\n        ;;\n";
     }
     return text + "    esac\n}\n_nyx \"$@\"\n";
@@ -254,26 +277,25 @@ std::string complete_fish(const NYX_VERBS &verbs) {
     NYX_CONSOLE console;
     for (const auto &verb : verbs) {
         const std::string start = "complete -c nyx -n '__fish_seen_subcommand_from " + verb->get_name() + "'";
-        for (const std::vector<NYX_OPTION> &options : {verb->get_options(), nyx_common_options(console, *verb)})
-            for (const NYX_OPTION &option : options) {
-                std::string line = start;
-                if (option.is_argument()) {
-                    if (!option.choices.empty())
-                        text += line + " -a " + quote_fish(join(option.choices)) + "\n";
-                    else if (option.complete != NYX_OPTION::COMPLETE::NOTHING)
-                        text += line + " -F\n";
-                    continue;
-                }
-                for (const std::string &name : split(option.names))
-                    line += name[1] == '-' ? " -l " + name.substr(2) : " -s " + name.substr(1);
-                if (!option.is_flag())
-                    line += " -r";
+        for (const NYX_OPTION &option : get_all_options(console, *verb)) {
+            std::string line = start;
+            if (option.is_argument()) {
                 if (!option.choices.empty())
-                    line += " -a " + quote_fish(join(option.choices));
+                    text += line + " -a " + quote_fish(join(option.choices)) + "\n";
                 else if (option.complete != NYX_OPTION::COMPLETE::NOTHING)
-                    line += " -F";
-                text += line + " -d " + quote_fish(option.help) + "\n";
+                    text += line + " -F\n";
+                continue;
             }
+            for (const std::string &name : split(option.names))
+                line += name[1] == '-' ? " -l " + name.substr(2) : " -s " + name.substr(1);
+            if (!option.is_flag())
+                line += " -r";
+            if (!option.choices.empty())
+                line += " -a " + quote_fish(join(option.choices));
+            else if (option.complete != NYX_OPTION::COMPLETE::NOTHING)
+                line += " -F";
+            text += line + " -d " + quote_fish(option.help) + "\n";
+        }
     }
     return text;
 }
@@ -297,13 +319,20 @@ std::string nyx_overall_help(const NYX_CONSOLE &console, const NYX_VERBS &verbs)
         text += "  " + console.paint(STYLE::NAME, verb->get_name()) +
                 std::string(12 - std::min<std::size_t>(11, verb->get_name().size()), ' ') + verb->get_summary() + "\n";
     return text +
-           "\n`nyx VERB --help` tells about a verb. Exit codes: 0 fine, 1 differences or a failed check, 2 usage or\n"
-           "trouble.\n";
+           "\n`nyx VERB --help` tells about a verb, `nyx --help` prints this, `nyx --version` the version. Exit codes: "
+           "0\n"
+           "fine, 1 differences or a failed check, 2 usage or trouble.\n\n" +
+           console.paint(STYLE::HEADING, "Examples:") + "\n" + [&console] {
+               std::string examples;
+               for (const NYX_VERB::EXAMPLE &example : s_examples)
+                   examples += "  " + console.paint(STYLE::NAME, example.command) + "\n      " + example.what + "\n";
+               return examples;
+           }();
 }
 
 std::string nyx_verb_help(NYX_CONSOLE &console, NYX_VERB &verb) {
     using STYLE = NYX_CONSOLE::STYLE;
-    std::vector<NYX_OPTION> options = verb.get_options();
+    const std::vector<NYX_OPTION> options = get_all_options(console, verb);
     std::string text = console.paint(STYLE::HEADING, "nyx " + verb.get_name()) + ": " + verb.get_summary() + "\n\n" +
                        console.paint(STYLE::HEADING, "Usage:") + " " + get_usage(verb, options) + "\n";
     for (const std::string &paragraph : verb.get_description())
@@ -311,8 +340,7 @@ std::string nyx_verb_help(NYX_CONSOLE &console, NYX_VERB &verb) {
     const std::string arguments = list_options(console, options, true);
     if (!arguments.empty())
         text += "\n" + console.paint(STYLE::HEADING, "Arguments:") + "\n" + arguments;
-    text += "\n" + console.paint(STYLE::HEADING, "Options:") + "\n" + list_options(console, options, false) +
-            list_options(console, nyx_common_options(console, verb), false) + "\n" +
+    text += "\n" + console.paint(STYLE::HEADING, "Options:") + "\n" + list_options(console, options, false) + "\n" +
             console.paint(STYLE::HEADING, "Examples:") + "\n";
     for (const NYX_VERB::EXAMPLE &example : verb.get_examples())
         text += "  " + console.paint(STYLE::NAME, example.command) + "\n      " + wrap(example.what, 6, 96) + "\n";
@@ -320,12 +348,15 @@ std::string nyx_verb_help(NYX_CONSOLE &console, NYX_VERB &verb) {
 }
 
 std::string nyx_overall_man(const NYX_VERBS &verbs) {
-    std::string text = ".TH NYX 1\n.SH NAME\nnyx \\- " + roff(s_summary) +
+    std::string text = ".TH NYX 1 \"\" \"nyx " NYX_VERSION "\"\n.SH NAME\nnyx \\- " + roff(s_summary) +
                        "\n.SH SYNOPSIS\n.B nyx\n.I VERB\n[\\fIOPTION\\fR]... [\\fIFILE\\fR]...\n.SH VERBS\n";
     for (const auto &verb : verbs)
         text += ".TP\n.BR nyx\\-" + verb->get_name() + " (1)\n" + roff(verb->get_summary()) + "\n";
-    return text + ".SH EXIT STATUS\n0 fine, 1 differences or a failed check, 2 usage or trouble.\n"
-                  ".SH ENVIRONMENT\n.TP\n.B NO_COLOR\nIf set and not empty, nothing is printed in colour.\n";
+    text += ".SH OPTIONS\n.TP\n.B \\-h, \\-\\-help\nList the verbs.\n.TP\n.B \\-\\-version\nPrint the version.\n";
+    text += s_exit_status;
+    text += ".SH ENVIRONMENT\n.TP\n.B NO_COLOR\nIf set and not empty, nothing is printed in colour.\n"
+            ".SH FILES\n.TP\n.I nyx.paths\nBeside a database, tells where the libraries are that it uses.\n";
+    return text + list_examples(s_examples);
 }
 
 std::string nyx_verb_man(NYX_VERB &verb) {
@@ -333,18 +364,15 @@ std::string nyx_verb_man(NYX_VERB &verb) {
     std::string title = "NYX-" + verb.get_name();
     std::transform(title.begin(), title.end(), title.begin(),
                    [](char c) { return c >= 'a' && c <= 'z' ? char(c - 32) : c; });
-    std::string text = ".TH " + roff(title) + " 1\n.SH NAME\nnyx\\-" + verb.get_name() + " \\- " +
-                       roff(verb.get_summary()) + "\n.SH SYNOPSIS\n" + roff(get_usage(verb, verb.get_options())) +
-                       "\n.SH DESCRIPTION\n";
+    std::string text = ".TH " + roff(title) + " 1 \"\" \"nyx " NYX_VERSION "\"\n.SH NAME\nnyx\\-" + verb.get_name() +
+                       " \\- " + roff(verb.get_summary()) + "\n.SH SYNOPSIS\n" +
+                       roff(get_usage(verb, verb.get_options())) + "\n.SH DESCRIPTION\n";
     for (const std::string &paragraph : verb.get_description())
         text += roff(paragraph) + "\n.PP\n";
     text += ".SH OPTIONS\n";
-    for (const std::vector<NYX_OPTION> &options : {verb.get_options(), nyx_common_options(console, verb)})
-        for (const NYX_OPTION &option : options)
-            text += ".TP\n.B " + roff(get_title(option)) + "\n" + roff(get_help(option)) + "\n";
-    text += ".SH EXAMPLES\n";
-    for (const NYX_VERB::EXAMPLE &example : verb.get_examples())
-        text += ".TP\n.B " + roff(example.command) + "\n" + roff(example.what) + "\n";
+    for (const NYX_OPTION &option : get_all_options(console, verb))
+        text += ".TP\n.B " + roff(get_title(option)) + "\n" + roff(get_help(option)) + "\n";
+    text += s_exit_status + list_examples(verb.get_examples());
     return text + ".SH SEE ALSO\n.BR nyx (1)\n";
 }
 

@@ -1,5 +1,7 @@
 #include "cmd/nyx_open_design.h"
 
+#include "io/nyx_io_error.h"
+
 #include <filesystem>
 
 namespace {
@@ -39,6 +41,17 @@ const char *nyx_name_of_type(NYX_DB_TYPE type) {
     return "unknown";
 }
 
+std::string nyx_message_of(const std::exception &error) {
+    std::string text = error.what();
+    text = text.substr(0, text.find(" from function "));
+    while (!text.empty() && text.back() == '\n')
+        text.pop_back();
+    return text;
+}
+
 std::string nyx_database_path(const std::string &path) {
+    const std::string name = std::filesystem::path(path).filename().string();
+    if (name.empty() || name == ".nyx" || name == "." || name == "..")
+        throw NYX_IO_ERROR("\"" + nyx_printable(path) + "\": a database needs a name");
     return path.ends_with(".nyx") ? path : path + ".nyx";
 }

@@ -22,8 +22,14 @@ struct NYX_OPTION {
     /// If not empty, the only values.
     std::vector<std::string> choices = {};
     COMPLETE complete = COMPLETE::NOTHING;
+    /// For numbers: the least and the greatest.
+    unsigned long long least = 0;
+    unsigned long long most = 2147483647;
 
     bool is_argument() const { return names[0] != '-'; }
+    bool is_number() const {
+        return std::holds_alternative<int *>(target) || std::holds_alternative<unsigned long long *>(target);
+    }
     bool is_flag() const { return std::holds_alternative<bool *>(target); }
 };
 
@@ -66,6 +72,7 @@ std::unique_ptr<NYX_VERB> nyx_make_check_verb();
 std::unique_ptr<NYX_VERB> nyx_make_clone_verb();
 std::unique_ptr<NYX_VERB> nyx_make_resize_verb();
 std::unique_ptr<NYX_VERB> nyx_make_rm_verb();
+std::unique_ptr<NYX_VERB> nyx_make_help_verb();
 std::unique_ptr<NYX_VERB> nyx_make_completion_verb();
 std::unique_ptr<NYX_VERB> nyx_make_man_verb();
 

@@ -13,6 +13,7 @@ std::vector<std::unique_ptr<NYX_VERB>> nyx_make_verbs() {
              nyx_make_clone_verb,
              nyx_make_resize_verb,
              nyx_make_rm_verb,
+             nyx_make_help_verb,
              nyx_make_completion_verb,
              nyx_make_man_verb,
          })

@@ -44,36 +44,65 @@ NYX_MODULE_COUNTS count_module(NYX_MODULE *module, NYX_CELL_VIEWER &viewer) {
     return counts;
 }
 
-/// Unfolded counts from the leaves up. A module may be reached on more paths than one could visit.
+/// Unfolded counts from the leaves up. A module may be reached on more paths than one could visit or a number could
+/// hold, and hierarchies may be deeper than the stack.
 class UNFOLDER {
 public:
     struct TOTAL {
         std::uint64_t paths = 0;
         std::uint64_t leaf_paths = 0;
+        std::uint64_t hier_paths = 0;
         std::uint32_t depth = 0;
-        bool is_done = false;
     };
 
     const TOTAL &unfold(NYX_MODULE *module) {
-        // References to elements stay good when an unordered map grows.
-        TOTAL &total = m_totals[module];
-        if (total.is_done)
-            return total;
-        std::unordered_map<NYX_MODULE *, std::uint64_t> uses;
-        for (NYX_INSTANCE *const instance : module->iter_instances())
-            ++uses[instance->get_module()];
-        for (const auto &[base, count] : uses) {
-            const TOTAL &below = unfold(base);
-            total.paths += count * (1 + below.paths);
-            total.leaf_paths += count * (base->is_leaf() ? 1 : below.leaf_paths);
-            total.depth = std::max(total.depth, 1 + below.depth);
+        std::vector<NYX_MODULE *> way{module};
+        while (!way.empty()) {
+            NYX_MODULE *const last = way.back();
+            if (m_totals.contains(last)) {
+                way.pop_back();
+                continue;
+            }
+            // A module stays on the way until all that it uses are known.
+            std::unordered_map<NYX_MODULE *, std::uint64_t> &uses = m_uses[last];
+            if (uses.empty())
+                for (NYX_INSTANCE *const instance : last->iter_instances())
+                    ++uses[instance->get_module()];
+            const std::size_t length = way.size();
+            for (const auto &[base, count] : uses)
+                if (!m_totals.contains(base))
+                    way.push_back(base);
+            if (way.size() > length)
+                continue;
+            m_totals.emplace(last, sum_up(uses));
+            m_uses.erase(last);
         }
-        total.is_done = true;
-        return total;
+        return m_totals.find(module)->second;
     }
 
 private:
+    static void add_product(std::uint64_t &sum, std::uint64_t count, std::uint64_t each) {
+        std::uint64_t product = 0;
+        if (__builtin_mul_overflow(count, each, &product) || __builtin_add_overflow(sum, product, &sum))
+            sum = NYX_MODULE_COUNTS::s_many;
+    }
+
+    TOTAL sum_up(const std::unordered_map<NYX_MODULE *, std::uint64_t> &uses) const {
+        TOTAL total;
+        for (const auto &[base, count] : uses) {
+            const TOTAL &below = m_totals.find(base)->second;
+            add_product(total.paths, count, below.paths);
+            add_product(total.paths, count, 1);
+            add_product(total.leaf_paths, count, base->is_leaf() ? 1 : below.leaf_paths);
+            add_product(total.hier_paths, count, below.hier_paths);
+            add_product(total.hier_paths, count, !base->is_leaf());
+            total.depth = std::max(total.depth, 1 + below.depth);
+        }
+        return total;
+    }
+
     std::unordered_map<NYX_MODULE *, TOTAL> m_totals;
+    std::unordered_map<NYX_MODULE *, std::unordered_map<NYX_MODULE *, std::uint64_t>> m_uses;
 };
 
 } // namespace
@@ -106,7 +135,7 @@ std::vector<NYX_MODULE_COUNTS> nyx_count_netlist(NYX_DB *db) {
         const UNFOLDER::TOTAL &total = unfolder.unfold(module);
         counts.paths = total.paths;
         counts.leaf_paths = total.leaf_paths;
-        counts.hier_paths = total.paths - total.leaf_paths;
+        counts.hier_paths = total.hier_paths;
         counts.depth = total.depth;
         all.push_back(std::move(counts));
     }

@@ -34,6 +34,8 @@ struct NYX_MODULE_COUNTS {
     std::uint64_t cell_parameters = 0;
     std::uint64_t cell_attributes = 0;
     std::uint64_t net_attributes = 0;
+    /// What stands for numbers that are too large.
+    static constexpr std::uint64_t s_many = ~std::uint64_t(0);
     /// Unfolded: the instances below one of this module, those of leaves, the others, and the levels.
     std::uint64_t paths = 0;
     std::uint64_t leaf_paths = 0;

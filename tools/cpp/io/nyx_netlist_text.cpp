@@ -1,7 +1,9 @@
 #include "io/nyx_netlist_text.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <stdexcept>
 
@@ -84,6 +86,8 @@ bool nyx_decode_bits(const NYX_PROPERTY_VALUE &value, std::string &digits) {
         const auto *const data = reinterpret_cast<const char *>(bytes->get_data());
         if (bytes->get_size() > 0 && data[0] == 'b')
             digits.assign(data + 1, bytes->get_size() - 1);
+        else if (nyx_decode_integer(value, digits))
+            return false;
         else {
             // Bytes that another tool put there: as a number, the first byte lowest.
             digits.clear();
@@ -93,6 +97,41 @@ bool nyx_decode_bits(const NYX_PROPERTY_VALUE &value, std::string &digits) {
     } else
         return false;
     return true;
+}
+
+NYX_PROPERTY_VALUE nyx_encode_integer(std::string_view number, std::string &buffer) {
+    long long integer = 0;
+    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), integer);
+    if (error == std::errc() && end == number.data() + number.size())
+        return integer;
+    buffer = "n";
+    buffer += number;
+    return NYX_APP_DATA(unsigned(buffer.size()), reinterpret_cast<const unsigned char *>(buffer.data()));
+}
+
+bool nyx_decode_integer(const NYX_PROPERTY_VALUE &value, std::string &number) {
+    if (const long long *const integer = boost::get<long long>(&value)) {
+        number = std::to_string(*integer);
+        return true;
+    }
+    const NYX_APP_DATA *const bytes = boost::get<NYX_APP_DATA>(&value);
+    if (!bytes || bytes->get_size() < 2)
+        return false;
+    const std::string_view text(reinterpret_cast<const char *>(bytes->get_data()), bytes->get_size());
+    const std::size_t digits = text[1] == '-' ? 2 : 1;
+    if (text[0] != 'n' || digits == text.size() || text.find_first_not_of("0123456789", digits) != text.npos)
+        return false;
+    number = text.substr(1);
+    return true;
+}
+
+std::string nyx_format_real(double number) {
+    std::array<char, 400> text; // 309 digits before the point, or 324 behind it and at most 17 that count
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed).ptr;
+    std::string result(text.data(), end);
+    if (std::isfinite(number) && result.find('.') == result.npos)
+        result += ".0";
+    return result;
 }
 
 void nyx_append_token(std::string &list, std::string_view token) {
@@ -187,6 +226,7 @@ NYX_NETLIST_TRAITS make_traits(const CREATE_BOOL &make_bool, const CREATE_STRING
     const auto net_bus = static_cast<NYX_NET_BUS *>(nullptr);
     const auto instance = static_cast<NYX_INSTANCE *>(nullptr);
     traits.m_module_implied = make_bool(module, "netlist.implied", "Stands for a cell type that was not defined");
+    traits.m_module_unmarked_top = make_bool(module, "netlist.unmarked_top", "The top that the netlist did not mark");
     traits.m_module_memories = make_app(module, "netlist.memories", "Memories of the module, in Yosys' form");
     traits.m_net_hidden = make_bool(net, "netlist.hidden", "A tool made the name up");
     traits.m_net_bus_hidden = make_bool(net_bus, "netlist.hidden", "A tool made the name up");
@@ -195,12 +235,15 @@ NYX_NETLIST_TRAITS make_traits(const CREATE_BOOL &make_bool, const CREATE_STRING
     traits.m_port_bus_signed = make_bool(port_bus, "netlist.signed", "Holds signed numbers");
     traits.m_net_signed = make_bool(net, "netlist.signed", "Holds signed numbers");
     traits.m_net_bus_signed = make_bool(net_bus, "netlist.signed", "Holds signed numbers");
+    traits.m_port_bus_upto = make_bool(port_bus, "netlist.upto", "One bit that is counted upwards");
+    traits.m_net_bus_upto = make_bool(net_bus, "netlist.upto", "One bit that is counted upwards");
     traits.m_net_unnamed = make_bool(net, "netlist.unnamed", "The netlist had no name for it");
-    traits.m_net_constant = make_string(net, "netlist.constant", "The constant that the net stands for, x or z");
+    traits.m_net_constant = make_string(net, "netlist.constant", "The constant that the net stands for");
     traits.m_net_bus_bits = make_string(net_bus, "netlist.bits", "The bits of a further name of nets");
     traits.m_net_bus_scalar = make_bool(net_bus, "netlist.scalar", "A further name of one bit, without index");
     traits.m_instance_omitted = make_string(instance, "netlist.omitted", "Ports that the cell did not mention");
     traits.m_instance_no_directions = make_bool(instance, "netlist.no_directions", "Told no directions of ports");
+    traits.m_instance_directions = make_string(instance, "netlist.directions", "Directions told otherwise");
     traits.m_module_source = make_string(module, "netlist.source", "What followed file and line of the source");
     traits.m_instance_source = make_string(instance, "netlist.source", "What followed file and line of the source");
     traits.m_net_source = make_string(net, "netlist.source", "What followed file and line of the source");

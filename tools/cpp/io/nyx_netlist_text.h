@@ -24,11 +24,17 @@ std::string nyx_encode_attribute(std::string_view name);
 bool nyx_decode_property(std::string_view property, std::string &name);
 
 /// Values. A vector of 32 bits without x and z is an int, other vectors are bytes: 'b' and the digits. Texts are
-/// strings, whole numbers long long, others double.
+/// strings, whole numbers long long, or bytes, 'n' and the number, if that doesn't hold them; others double.
 NYX_PROPERTY_VALUE nyx_encode_bits(std::string_view digits, std::string &buffer);
 /// The digits of a vector of bits, of whatever kind the value is; empty optional for texts and real numbers. `digits`
 /// comes with the most significant bit first.
 bool nyx_decode_bits(const NYX_PROPERTY_VALUE &value, std::string &digits);
+/// A whole number of any length, with or without a sign.
+NYX_PROPERTY_VALUE nyx_encode_integer(std::string_view number, std::string &buffer);
+/// Whether the value is a whole number; `number` becomes its digits.
+bool nyx_decode_integer(const NYX_PROPERTY_VALUE &value, std::string &number);
+/// The number as each reader of netlists takes it: with a point and without an exponent, and as short as can be.
+std::string nyx_format_real(double number);
 
 /// Tokens of a list in one text, with blanks between.
 void nyx_append_token(std::string &list, std::string_view token);
@@ -57,6 +63,8 @@ struct NYX_NETLIST_TRAITS {
 
     /// The module stands for a cell type that the file did not define.
     NYX_BOOL_TRAIT *m_module_implied = nullptr;
+    /// The module is the top because no other uses it; the file did not mark it.
+    NYX_BOOL_TRAIT *m_module_unmarked_top = nullptr;
     /// What the section "memories" of the module held.
     NYX_APP_TRAIT *m_module_memories = nullptr;
     /// The name is one that a tool made up.
@@ -68,12 +76,15 @@ struct NYX_NETLIST_TRAITS {
     NYX_BOOL_TRAIT *m_port_bus_signed = nullptr;
     NYX_BOOL_TRAIT *m_net_signed = nullptr;
     NYX_BOOL_TRAIT *m_net_bus_signed = nullptr;
+    /// The vector is counted upwards, which its range doesn't tell, for it has one bit.
+    NYX_BOOL_TRAIT *m_port_bus_upto = nullptr;
+    NYX_BOOL_TRAIT *m_net_bus_upto = nullptr;
     /// The net had no name in the file; its present one was made up.
     NYX_BOOL_TRAIT *m_net_unnamed = nullptr;
-    /// "x" or "z": the net stands for that constant.
+    /// "0", "1", "x" or "z": the net stands for that constant.
     NYX_STRING_TRAIT *m_net_constant = nullptr;
     /// The bus is another name for bits that have their name elsewhere; see NYX_BIT_RUN. Empty where all bits are
-    /// members.
+    /// members; "'" for a name of no bits at all, whose bus has one place, as buses need.
     NYX_STRING_TRAIT *m_net_bus_bits = nullptr;
     /// The other name is one of a single bit, without an index.
     NYX_BOOL_TRAIT *m_net_bus_scalar = nullptr;
@@ -81,6 +92,9 @@ struct NYX_NETLIST_TRAITS {
     NYX_STRING_TRAIT *m_instance_omitted = nullptr;
     /// The cell did not repeat the directions of its ports.
     NYX_BOOL_TRAIT *m_instance_no_directions = nullptr;
+    /// Where it repeated others than those of the ports that it mentions: tokens, "+PORT" for one more and "-PORT" for
+    /// one less.
+    NYX_STRING_TRAIT *m_instance_directions = nullptr;
     /// What stood behind "FILE:LINE" in the source location.
     NYX_STRING_TRAIT *m_module_source = nullptr;
     NYX_STRING_TRAIT *m_instance_source = nullptr;

@@ -1,7 +1,7 @@
 #include "io/nyx_netlist_view.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <cmath>
 #include <stdexcept>
 #include <unordered_set>
 
@@ -14,12 +14,13 @@ NYX_YOSYS_DIRECTION get_direction(const NYX_PORT *port) {
                                : NYX_YOSYS_DIRECTION::UNKNOWN;
 }
 
-/// The range of a bus, and the positions of its members from the least significant one.
+/// The name and the range of a bus; `upto` is the trait of those whose range doesn't tell the direction.
 template <class BUS>
-void set_range(const BUS *bus, NYX_VIEW_VECTOR &vector) {
+void set_range(const BUS *bus, const NYX_BOOL_TRAIT *upto, NYX_VIEW_VECTOR &vector) {
     vector.name = nyx_decode_name(bus->get_name());
     vector.offset = std::min(bus->get_left_index(), bus->get_right_index());
-    vector.upto = bus->get_left_index() < bus->get_right_index();
+    vector.upto = bus->get_left_index() < bus->get_right_index() ||
+                  (bus->get_left_index() == bus->get_right_index() && NYX_NETLIST_TRAITS::get(bus, upto));
 }
 
 } // namespace
@@ -35,7 +36,7 @@ NYX_PORT_VIEW::NYX_PORT_VIEW(NYX_MODULE *module) {
             continue;
         NYX_VIEW_PORT view;
         if (bus) {
-            set_range(bus, view);
+            set_range(bus, traits.m_port_bus_upto, view);
             view.is_signed = NYX_NETLIST_TRAITS::get(bus, traits.m_port_bus_signed);
             for (NYX_PORT *const member : bus->iter_ports())
                 if (member)
@@ -69,11 +70,12 @@ NYX_NETLIST_VIEW::NYX_NETLIST_VIEW(NYX_MODULE *module)
 void NYX_NETLIST_VIEW::number_nets() {
     for (NYX_NET *const net : m_module->iter_nets()) {
         const std::string constant = NYX_NETLIST_TRAITS::get(net, m_traits.m_net_constant);
-        if (!constant.empty()) {
-            m_bits.emplace(net, constant == "z" ? NYX_YOSYS_BIT::Z : NYX_YOSYS_BIT::X);
+        if (const std::size_t digit = std::string_view("01xz").find(constant);
+            constant.size() == 1 && digit != std::string_view::npos) {
+            m_bits.emplace(net, NYX_YOSYS_BIT(std::uint32_t(NYX_YOSYS_BIT::ZERO) + std::uint32_t(digit)));
             continue;
         }
-        // A supply that comes in by a port is a signal like others; one that doesn't is a constant.
+        // Of the supplies that no reader made, one that comes in by a port is a signal like others.
         if (net->is_ground() || net->is_power()) {
             const auto ports = net->iter_ports();
             if (std::all_of(ports.begin(), ports.end(), [](const NYX_PORT *port) { return port->is_output(); })) {
@@ -89,12 +91,11 @@ void NYX_NETLIST_VIEW::number_nets() {
 void NYX_NETLIST_VIEW::make_names() {
     for (NYX_NET *const net : m_module->iter_nets()) {
         const NYX_YOSYS_BIT bit = get_bit(net);
-        if (net->get_bus() || NYX_NETLIST_TRAITS::get(net, m_traits.m_net_unnamed))
+        if (net->get_bus() || NYX_NETLIST_TRAITS::get(net, m_traits.m_net_unnamed) ||
+            (nyx_is_constant(bit) && !NYX_NETLIST_TRAITS::get(net, m_traits.m_net_constant).empty()))
             continue;
         NYX_VIEW_NAME name;
         name.name = nyx_decode_name(net->get_name());
-        if (nyx_is_constant(bit) && name.name == std::string("1'b") + nyx_digit_of(bit))
-            continue;
         name.bits.push_back(bit);
         name.is_scalar = true;
         name.hidden = NYX_NETLIST_TRAITS::get(net, m_traits.m_net_hidden);
@@ -108,7 +109,7 @@ void NYX_NETLIST_VIEW::make_names() {
 
 void NYX_NETLIST_VIEW::make_bus(NYX_NET_BUS *bus) {
     NYX_VIEW_NAME name;
-    set_range(bus, name);
+    set_range(bus, m_traits.m_net_bus_upto, name);
     name.hidden = NYX_NETLIST_TRAITS::get(bus, m_traits.m_net_bus_hidden);
     name.is_signed = NYX_NETLIST_TRAITS::get(bus, m_traits.m_net_bus_signed);
     name.is_scalar = NYX_NETLIST_TRAITS::get(bus, m_traits.m_net_bus_scalar);
@@ -119,7 +120,9 @@ void NYX_NETLIST_VIEW::make_bus(NYX_NET_BUS *bus) {
     std::reverse(own.begin(), own.end());
     name.bits = own;
     const std::string text = nyx_decode_name(NYX_NETLIST_TRAITS::get(bus, m_traits.m_net_bus_bits));
-    if (!text.empty()) {
+    if (text == "'")
+        name.bits.clear();
+    else if (!text.empty()) {
         name.bits.clear();
         for (const std::string &token : nyx_split_tokens(text)) {
             const NYX_BIT_RUN run = NYX_BIT_RUN::from_token(token);
@@ -187,8 +190,6 @@ NYX_VIEW_BASE::NYX_VIEW_BASE(NYX_MODULE *module) {
     is_implied = NYX_NETLIST_TRAITS::get(module, NYX_NETLIST_TRAITS::find(module->get_db()).m_module_implied);
     type = nyx_decode_name(is_implied && module->is_atom() ? module->get_atom_type() : module->get_name());
     ports = NYX_PORT_VIEW(module).get_ports();
-    for (const NYX_VIEW_PORT &port : ports)
-        has_directions = has_directions && port.direction != NYX_YOSYS_DIRECTION::UNKNOWN;
 }
 
 const NYX_VIEW_BASE &NYX_CELL_VIEWER::get_base(NYX_MODULE *module) {
@@ -205,8 +206,8 @@ const NYX_VIEW_BASE &NYX_CELL_VIEWER::get_base(NYX_MODULE *module) {
 void NYX_CELL_VIEWER::look_at(NYX_INSTANCE *instance, NYX_NETLIST_VIEW &view, NYX_VIEW_CELL &cell) {
     const NYX_NETLIST_TRAITS &traits = view.get_traits();
     cell.base = &get_base(instance->get_module());
-    cell.has_directions =
-        cell.base->has_directions && !NYX_NETLIST_TRAITS::get(instance, traits.m_instance_no_directions);
+    cell.has_directions = !NYX_NETLIST_TRAITS::get(instance, traits.m_instance_no_directions);
+    cell.directions.clear();
     cell.connections.clear();
     cell.bits.clear();
     std::vector<std::string> omitted;
@@ -230,7 +231,20 @@ void NYX_CELL_VIEWER::look_at(NYX_INSTANCE *instance, NYX_NETLIST_VIEW &view, NY
             if (cell.bits[i] == s_nyx_unconnected)
                 cell.bits[i] = view.get_fresh_bit();
         cell.connections.push_back({&port, {begin, std::uint32_t(cell.bits.size()) - begin}});
+        if (port.direction != NYX_YOSYS_DIRECTION::UNKNOWN)
+            cell.directions.push_back(&port);
     }
+    if (!traits.m_instance_directions || instance->is_default_value(traits.m_instance_directions))
+        return;
+    for (const std::string &token :
+         nyx_split_tokens(nyx_decode_name(instance->get_value(traits.m_instance_directions))))
+        for (const NYX_VIEW_PORT &port : cell.base->ports)
+            if (token.substr(1) == nyx_encode_name(port.name)) {
+                if (token[0] == '+')
+                    cell.directions.push_back(&port);
+                else
+                    std::erase(cell.directions, &port);
+            }
 }
 
 template <class T>
@@ -242,17 +256,16 @@ std::vector<NYX_VIEW_VALUE> nyx_view_values(const T *object, bool attributes, co
             continue;
         if (const std::string *const text = boost::get<std::string>(&value))
             view.text = nyx_decode_name(*text);
-        else if (const long long *const integer = boost::get<long long>(&value)) {
+        else if (nyx_decode_integer(value, view.text))
             view.kind = NYX_VIEW_VALUE::KIND::INTEGER;
-            view.text = std::to_string(*integer);
-        } else if (nyx_decode_bits(value, view.text))
+        else if (nyx_decode_bits(value, view.text))
             view.kind = NYX_VIEW_VALUE::KIND::BITS;
         else {
             const float *const single = boost::get<float>(&value);
-            char digits[40];
-            std::snprintf(digits, sizeof(digits), "%.17g", single ? double(*single) : boost::get<double>(value));
-            view.kind = NYX_VIEW_VALUE::KIND::REAL;
-            view.text = digits;
+            const double number = single ? double(*single) : boost::get<double>(value);
+            // What is no number in a netlist file is a text there.
+            view.kind = std::isfinite(number) ? NYX_VIEW_VALUE::KIND::REAL : NYX_VIEW_VALUE::KIND::STRING;
+            view.text = nyx_format_real(number);
         }
         values.push_back(std::move(view));
     }
@@ -272,6 +285,47 @@ template std::vector<NYX_VIEW_VALUE> nyx_view_values(const NYX_MODULE *, bool, c
 template std::vector<NYX_VIEW_VALUE> nyx_view_values(const NYX_INSTANCE *, bool, const NYX_NETLIST_TRAITS &);
 template std::vector<NYX_VIEW_VALUE> nyx_view_values(const NYX_NET *, bool, const NYX_NETLIST_TRAITS &);
 template std::vector<NYX_VIEW_VALUE> nyx_view_values(const NYX_NET_BUS *, bool, const NYX_NETLIST_TRAITS &);
+
+std::vector<NYX_VIEW_VALUE> nyx_view_module_attributes(const NYX_MODULE *module, const NYX_DB *design,
+                                                       const NYX_NETLIST_TRAITS &traits) {
+    std::vector<NYX_VIEW_VALUE> attributes = nyx_view_values(module, true, traits);
+    const auto mark = [&attributes](const char *name) {
+        if (std::none_of(attributes.begin(), attributes.end(),
+                         [name](const NYX_VIEW_VALUE &value) { return value.name == name; }))
+            attributes.push_back({NYX_VIEW_VALUE::KIND::BITS, name, std::string(31, '0') + '1'});
+    };
+    if (module->is_leaf())
+        mark("blackbox");
+    if (module->get_db() == design && (design->is_user() || design->is_device())) {
+        if (!module->is_top_module() || !module->is_hierarchy())
+            std::erase_if(attributes, [](const NYX_VIEW_VALUE &value) { return value.name == "top"; });
+        else if (!NYX_NETLIST_TRAITS::get(module, traits.m_module_unmarked_top))
+            mark("top");
+    }
+    return attributes;
+}
+
+std::vector<NYX_FURTHER_NAME> nyx_find_further_names(NYX_MODULE *module) {
+    std::vector<NYX_FURTHER_NAME> further;
+    const NYX_NETLIST_VIEW view(module);
+    std::vector<NYX_NET *> nets(view.get_num_nets());
+    for (NYX_NET *const net : module->iter_nets())
+        if (const NYX_YOSYS_BIT bit = view.get_bit(net); !nyx_is_constant(bit))
+            nets[std::uint32_t(bit) - 2] = net;
+    for (const NYX_VIEW_NAME &name : view.get_names()) {
+        if (!name.net_bus || NYX_NETLIST_TRAITS::get(name.net_bus, view.get_traits().m_net_bus_bits).empty())
+            continue;
+        for (std::size_t i = 0; i < name.bits.size(); ++i) {
+            const auto number = std::uint32_t(name.bits[i]) - 2;
+            if (nyx_is_constant(name.bits[i]) || number >= nets.size() || nets[number]->get_bus() == name.net_bus)
+                continue;
+            const auto index = static_cast<long long>(name.upto ? name.bits.size() - 1 - i : i) + name.offset;
+            further.push_back(
+                {name.is_scalar ? name.name : name.name + "[" + std::to_string(index) + "]", nets[number]});
+        }
+    }
+    return further;
+}
 
 std::vector<NYX_MODULE *> nyx_find_netlist_modules(NYX_DB *db) {
     std::vector<NYX_MODULE *> modules;

@@ -100,8 +100,6 @@ struct NYX_VIEW_BASE {
     /// The file does not define it.
     bool is_implied = false;
     std::vector<NYX_VIEW_PORT> ports;
-    /// All ports have one.
-    bool has_directions = true;
 };
 
 /// The connections of one instance. Made to be filled again and again.
@@ -112,8 +110,10 @@ struct NYX_VIEW_CELL {
         NYX_YOSYS_RANGE bits;
     };
     const NYX_VIEW_BASE *base = nullptr;
-    bool has_directions = true;
     std::vector<CONNECTION> connections;
+    /// Whether the file repeats directions with the cell, and those of which ports.
+    bool has_directions = true;
+    std::vector<const NYX_VIEW_PORT *> directions;
     std::vector<NYX_YOSYS_BIT> bits;
 };
 
@@ -140,6 +140,19 @@ struct NYX_VIEW_VALUE {
 /// The parameters or the attributes of an object, the source location among the latter, by name.
 template <class T>
 std::vector<NYX_VIEW_VALUE> nyx_view_values(const T *object, bool attributes, const NYX_NETLIST_TRAITS &traits);
+
+/// The attributes of a module of the netlist whose top is that of `design`: as nyx_view_values(), and the marks of a
+/// black box and of the top.
+std::vector<NYX_VIEW_VALUE> nyx_view_module_attributes(const NYX_MODULE *module, const NYX_DB *design,
+                                                       const NYX_NETLIST_TRAITS &traits);
+
+/// A name for a bit that has its net's name elsewhere.
+struct NYX_FURTHER_NAME {
+    std::string name; ///< with the index, if the name has one
+    NYX_NET *net;
+};
+/// The further names of a module's nets. O(size of the module).
+std::vector<NYX_FURTHER_NAME> nyx_find_further_names(NYX_MODULE *module);
 
 /// The modules that a netlist of `db` consists of: its own, and those that they use in other databases; all in the
 /// order of their creation.

@@ -85,6 +85,11 @@ void NYX_TEXT_INPUT::fail(const std::string &text) const {
     throw NYX_IO_ERROR(nyx_printable(m_name) + ": " + text);
 }
 
+void NYX_TEXT_INPUT::fail_damaged(const char *packer) const {
+    fail("the " + std::string(packer) + " data are damaged at about byte " + std::to_string(m_used_bytes) +
+         "; get the file anew");
+}
+
 bool NYX_TEXT_INPUT::fill() {
     while (m_begin == m_end) {
         const ssize_t count = ::read(m_file, m_packed.get(), s_packed_size);
@@ -137,7 +142,7 @@ std::size_t NYX_TEXT_INPUT::read_gzip(char *to, std::size_t size) {
         if (!m_gzip->in_member) {
             // Members may follow one another, as those of files that were joined.
             if (inflateReset(&stream) != Z_OK)
-                fail("the gzip data are damaged");
+                fail_damaged("gzip");
             m_gzip->in_member = true;
         }
         stream.next_in = reinterpret_cast<Bytef *>(m_packed.get() + m_begin);
@@ -149,7 +154,7 @@ std::size_t NYX_TEXT_INPUT::read_gzip(char *to, std::size_t size) {
         if (result == Z_STREAM_END)
             m_gzip->in_member = false;
         else if (result != Z_OK)
-            fail("the gzip data are damaged");
+            fail_damaged("gzip");
     }
     return room - stream.avail_out;
 }
@@ -161,7 +166,7 @@ std::size_t NYX_TEXT_INPUT::read_zstd(char *to, std::size_t size) {
         ZSTD_inBuffer in{m_packed.get() + m_begin, m_end - m_begin, 0};
         const std::size_t result = ZSTD_decompressStream(m_zstd->context, &out, &in);
         if (ZSTD_isError(result))
-            fail("the zstd data are damaged");
+            fail_damaged("zstd");
         m_begin += in.pos;
         m_used_bytes += in.pos;
         if (in.pos != 0)

@@ -34,6 +34,7 @@ private:
     std::size_t read_gzip(char *to, std::size_t size);
     std::size_t read_zstd(char *to, std::size_t size);
     [[noreturn]] void fail(const std::string &text) const;
+    [[noreturn]] void fail_damaged(const char *packer) const;
 
     std::string m_name;
     int m_file = -1;

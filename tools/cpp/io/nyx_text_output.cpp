@@ -1,11 +1,10 @@
 #include "io/nyx_text_output.h"
 
-#include "io/nyx_io_error.h"
-
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 #include <zlib.h>
@@ -46,10 +45,20 @@ NYX_TEXT_OUTPUT::NYX_TEXT_OUTPUT(const std::string &path) : m_name(path) {
         m_packer = std::make_unique<PACKER>(PACKER::KIND::GZIP);
     else if (path.ends_with(".zst"))
         m_packer = std::make_unique<PACKER>(PACKER::KIND::ZSTD);
-    m_temporary = path + ".part" + std::to_string(getpid());
-    m_file = std::fopen(m_temporary.c_str(), "wbxe");
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        m_file = std::fopen(path.c_str(), "wbe");
+        if (!m_file)
+            fail("can't be written");
+        return;
+    }
+    m_target = nyx_follow_links(path);
+    m_temporary = std::make_unique<NYX_TEMPORARY_PATH>(m_target + ".part" + std::to_string(getpid()));
+    m_file = std::fopen(m_temporary->get().c_str(), "wbxe");
     if (!m_file) {
-        m_temporary.clear();
+        const int error = errno;
+        m_temporary->release(); // it may be another's
+        errno = error;
         fail("can't be made");
     }
 }
@@ -57,12 +66,13 @@ NYX_TEXT_OUTPUT::NYX_TEXT_OUTPUT(const std::string &path) : m_name(path) {
 NYX_TEXT_OUTPUT::~NYX_TEXT_OUTPUT() {
     if (m_file && m_file != stdout)
         std::fclose(m_file);
-    if (!m_temporary.empty())
-        unlink(m_temporary.c_str());
 }
 
 void NYX_TEXT_OUTPUT::fail(const std::string &what) const {
-    throw NYX_IO_ERROR(nyx_printable(m_name) + ": " + what + ": " + std::strerror(errno));
+    const std::string text = nyx_printable(m_name) + ": " + what + ": " + std::strerror(errno);
+    if (m_file == stdout && errno == EPIPE)
+        throw NYX_READER_GONE(text);
+    throw NYX_IO_ERROR(text);
 }
 
 NYX_TEXT_OUTPUT &NYX_TEXT_OUTPUT::operator<<(std::uint64_t number) {
@@ -115,7 +125,9 @@ void NYX_TEXT_OUTPUT::finish() {
     m_file = nullptr;
     if (closed != 0)
         fail("can't be written");
-    if (std::rename(m_temporary.c_str(), m_name.c_str()) != 0)
+    if (!m_temporary)
+        return;
+    if (std::rename(m_temporary->get().c_str(), m_target.c_str()) != 0)
         fail("can't be put in its place");
-    m_temporary.clear();
+    m_temporary->release();
 }

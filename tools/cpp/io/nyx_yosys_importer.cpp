@@ -6,6 +6,7 @@
 #include <array>
 #include <bit>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace {
 
@@ -21,7 +22,7 @@ bool is_scalar(const NYX_YOSYS_VECTOR &vector) {
 
 /// The index of a bit of a vector, counted from the least significant one.
 int get_index(const NYX_YOSYS_VECTOR &vector, std::uint32_t bit) {
-    return int(vector.upto ? std::int64_t(vector.offset) + vector.bits.count - 1 - bit
+    return int(vector.upto ? std::int64_t(vector.offset) + std::max(1u, vector.bits.count) - 1 - bit
                            : std::int64_t(vector.offset) + bit);
 }
 
@@ -46,6 +47,10 @@ private:
 
     std::string_view get(std::uint32_t string) const { return m_netlist.strings.get(string); }
     std::string get_name(std::uint32_t string) const { return nyx_encode_name(get(string)); }
+
+    bool goes_to_library(const BASE &base) const { return m_library && base.is_black_box && base.is_used; }
+    /// A name that no net of the module has, like the one that is given.
+    std::string find_free_name(std::string name) const;
 
     void make_module(const BASE &base);
     void make_ports(const BASE &base, NYX_MODULE *module);
@@ -95,6 +100,8 @@ private:
     std::vector<OWNER> m_owners;
     std::vector<NYX_NET *> m_nets;
     std::array<NYX_NET *, 4> m_constants{};
+    /// Names of the file that are like those that are made up here.
+    std::unordered_set<std::string_view> m_taken;
     std::vector<NYX_NET *> m_pins;
     std::string m_buffer;
 };
@@ -132,6 +139,9 @@ void IMPORTER::set_values(T *object, NYX_YOSYS_RANGE range, bool are_attributes)
         case NYX_YOSYS_VALUE::KIND::INTEGER:
             object->set_property(property, static_cast<long long>(value.integer));
             break;
+        case NYX_YOSYS_VALUE::KIND::LONG_INTEGER:
+            object->set_property(property, nyx_encode_integer(text, m_buffer));
+            break;
         case NYX_YOSYS_VALUE::KIND::REAL:
             object->set_property(property, std::stod(std::string(text)));
             break;
@@ -144,21 +154,25 @@ std::vector<std::string> IMPORTER::run() {
     m_first_ports.resize(bases.size());
     for (const BASE &base : bases)
         make_module(base);
-    if (m_plan.get_top() != NYX_YOSYS_PLAN::s_none && !bases[m_plan.get_top()].is_black_box)
-        m_design->set_top_module(m_modules[m_plan.get_top()]);
+    if (m_plan.get_top() != NYX_YOSYS_PLAN::s_none && !bases[m_plan.get_top()].is_black_box) {
+        NYX_MODULE *const top = m_modules[m_plan.get_top()];
+        m_design->set_top_module(top);
+        if (m_plan.is_top_unmarked())
+            top->set_value(m_traits[0].m_module_unmarked_top, true);
+    }
     for (const NYX_YOSYS_MODULE &module : m_netlist.modules)
         m_num_cells += module.cells.size();
     for (std::uint32_t i = 0; i < m_netlist.modules.size(); ++i) {
         m_module = m_modules[i];
-        m_trait = &m_traits[m_library && bases[i].is_black_box];
+        m_trait = &m_traits[goes_to_library(bases[i])];
         fill_module(m_netlist.modules[i]);
     }
     return std::move(m_warnings);
 }
 
 void IMPORTER::make_module(const BASE &base) {
-    NYX_DB *const db = m_library && base.is_black_box ? m_library : m_design;
-    NYX_NETLIST_TRAITS &traits = m_traits[db == m_library];
+    NYX_DB *const db = goes_to_library(base) ? m_library : m_design;
+    NYX_NETLIST_TRAITS &traits = m_traits[goes_to_library(base)];
     std::string name = get_name(base.type);
     // Cells of one undefined type may have ports of different widths, as those of generic cells have.
     for (unsigned variant = 2; db->find_local_module(name.c_str()); ++variant)
@@ -219,6 +233,8 @@ void IMPORTER::make_ports(const BASE &base, NYX_MODULE *module) {
             made->set_port(get_index(bus->port, bit), module->get_port_by_index(bus->first + bit));
         if (bus->port.is_signed)
             made->set_value(m_trait->m_port_bus_signed, true);
+        if (bus->port.upto && last == 0)
+            made->set_value(m_trait->m_port_bus_upto, true);
     }
 }
 
@@ -254,6 +270,17 @@ void IMPORTER::number_bits() {
     m_owners.assign(m_num_slots, OWNER());
     m_nets.assign(m_num_slots, nullptr);
     m_constants.fill(nullptr);
+    m_taken.clear();
+    for (const NYX_YOSYS_NAME &name : m_from->names)
+        if (const std::string_view text = get(name.name); text.starts_with("1'b") || text.starts_with("$bit$"))
+            m_taken.insert(text);
+}
+
+std::string IMPORTER::find_free_name(std::string name) const {
+    const std::size_t length = name.size();
+    for (unsigned number = 2; m_taken.contains(name); ++number)
+        name = name.substr(0, length) + ":" + std::to_string(number);
+    return name;
 }
 
 std::uint32_t IMPORTER::get_slot(NYX_YOSYS_BIT bit) const {
@@ -289,13 +316,8 @@ void IMPORTER::make_names() {
     // Lists begin with the newest, so that they come out in the order of the file.
     for (auto i = std::uint32_t(m_from->names.size()); i-- > 0;) {
         const NYX_YOSYS_NAME &name = m_from->names[i];
-        if (name.bits.count == 0) {
-            m_warnings.push_back("the net name \"" + std::string(get(name.name)) + "\" of module \"" +
-                                 m_module->get_name() + "\" has no bits and is left out");
-            continue;
-        }
-        const NYX_YOSYS_BIT first = m_from->bits[name.bits.begin];
-        if (!is_scalar(name) || nyx_is_constant(first) || m_owners[get_slot(first)].name != i) {
+        const NYX_YOSYS_BIT first = is_scalar(name) ? m_from->bits[name.bits.begin] : NYX_YOSYS_BIT::X;
+        if (nyx_is_constant(first) || m_owners[get_slot(first)].name != i) {
             make_vector(name, i);
             continue;
         }
@@ -310,7 +332,8 @@ void IMPORTER::make_names() {
 }
 
 void IMPORTER::make_vector(const NYX_YOSYS_NAME &name, std::uint32_t number) {
-    const std::uint32_t last = name.bits.count - 1;
+    // A name of no bits gets a bus of one, as there is none smaller.
+    const std::uint32_t last = std::max(1u, name.bits.count) - 1;
     NYX_NET_BUS *const bus =
         NYX_NET_BUS::allocate(m_module, get_name(name.name), get_index(name, last), get_index(name, 0));
     std::uint32_t num_own = 0;
@@ -331,7 +354,11 @@ void IMPORTER::make_vector(const NYX_YOSYS_NAME &name, std::uint32_t number) {
         bus->set_value(m_trait->m_net_bus_hidden, true);
     if (name.is_signed)
         bus->set_value(m_trait->m_net_bus_signed, true);
-    if (num_own != name.bits.count)
+    if (name.upto && last == 0)
+        bus->set_value(m_trait->m_net_bus_upto, true);
+    if (name.bits.count == 0)
+        bus->set_value(m_trait->m_net_bus_bits, NYX_BIT_RUN{NYX_BIT_RUN::KIND::CONSTANTS}.to_token());
+    else if (num_own != name.bits.count)
         describe_bits(name, number, bus);
 }
 
@@ -398,7 +425,7 @@ void IMPORTER::make_unnamed() {
             continue;
         NYX_NET *&net = m_nets[get_slot(bit)];
         if (!net) {
-            net = NYX_NET::allocate(m_module, "$bit$" + std::to_string(std::uint32_t(bit)));
+            net = NYX_NET::allocate(m_module, find_free_name("$bit$" + std::to_string(std::uint32_t(bit))));
             net->set_value(m_trait->m_net_unnamed, true);
         }
     }
@@ -410,13 +437,12 @@ NYX_NET *IMPORTER::get_net(NYX_YOSYS_BIT bit) {
     const char digit = nyx_digit_of(bit);
     NYX_NET *&net = m_constants[std::uint32_t(bit) - std::uint32_t(NYX_YOSYS_BIT::ZERO)];
     if (!net) {
-        net = NYX_NET::allocate(m_module, std::string("1'b") + digit);
+        net = NYX_NET::allocate(m_module, find_free_name(std::string("1'b") + digit));
         if (digit == '0')
             net->set_is_ground(true);
         else if (digit == '1')
             net->set_is_power(true);
-        else
-            net->set_value(m_trait->m_net_constant, std::string(1, digit));
+        net->set_value(m_trait->m_net_constant, std::string(1, digit));
     }
     return net;
 }
@@ -430,20 +456,19 @@ void IMPORTER::connect_ports() {
 
 void IMPORTER::make_cells() {
     for (const NYX_YOSYS_CELL &cell : m_from->cells) {
-        const std::uint32_t number = m_plan.find_base(cell);
-        const BASE &base = m_plan.get_bases()[number];
+        const NYX_YOSYS_PLAN::USE &use = m_plan.find_use(cell);
+        const BASE &base = m_plan.get_bases()[use.base];
         const NYX_YOSYS_SHAPE &shape = m_netlist.shapes[cell.shape];
-        NYX_INSTANCE *const instance = NYX_INSTANCE::allocate(m_module, get_name(cell.name), m_modules[number]);
+        NYX_INSTANCE *const instance = NYX_INSTANCE::allocate(m_module, get_name(cell.name), m_modules[use.base]);
         // Inst ports stand in the order of the base's ports, connections in that of the file.
         m_pins.assign(instance->get_num_inst_ports(), nullptr);
-        const std::vector<std::uint32_t> &map = m_plan.find_port_map(cell);
         const NYX_YOSYS_BIT *bit = m_from->bits.data() + cell.bits.begin;
         std::uint32_t num_mentioned = 0;
         for (std::size_t i = 0; i < shape.ports.size(); ++i) {
             if (shape.ports[i].width == NYX_YOSYS_SHAPE::s_absent)
                 continue;
             ++num_mentioned;
-            const std::uint32_t first = m_first_ports[number][map[i]];
+            const std::uint32_t first = m_first_ports[use.base][use.ports[i]];
             for (std::uint32_t j = 0; j < shape.ports[i].width; ++j)
                 m_pins[first + j] = get_net(*bit++);
         }
@@ -455,6 +480,8 @@ void IMPORTER::make_cells() {
             omit_ports(cell, base, instance);
         if (!shape.has_directions)
             instance->set_value(m_trait->m_instance_no_directions, true);
+        if (!use.directions.empty())
+            instance->set_value(m_trait->m_instance_directions, nyx_encode_name(use.directions));
         if (cell.hidden)
             instance->set_value(m_trait->m_instance_hidden, true);
         set_values(instance, cell.parameters, false);

@@ -43,7 +43,8 @@ struct NYX_YOSYS_VALUE {
         BITS,   ///< text: digits 0, 1, x and z
         STRING, ///< text
         INTEGER,
-        REAL, ///< text: as written
+        LONG_INTEGER, ///< text: as written, for it has more than 63 bits
+        REAL,         ///< text: as written
     };
     std::uint32_t name;
     KIND kind;

@@ -1,6 +1,7 @@
 #include "io/nyx_yosys_plan.h"
 
 #include "io/nyx_io_error.h"
+#include "io/nyx_netlist_text.h"
 
 #include <algorithm>
 
@@ -22,6 +23,7 @@ NYX_YOSYS_PLAN::NYX_YOSYS_PLAN(const NYX_YOSYS_NETLIST &netlist, const std::stri
     , m_file(file) {
     add_modules();
     resolve_cells();
+    describe_directions();
     find_recursion();
     choose_top(top);
 }
@@ -47,7 +49,8 @@ void NYX_YOSYS_PLAN::add_modules() {
         base.type = module.name;
         for (const NYX_YOSYS_PORT &port : module.ports) {
             if (port.bits.count == 0)
-                fail(point_at(module, "ports", port.name), "a port needs at least one bit");
+                fail(point_at(module, "ports", port.name),
+                     "a port needs at least one bit; take it out, and out of the cells of the module");
             base.ports.push_back({port.name, port.bits.count, port.direction});
         }
         for (std::uint32_t i = 0; i < module.attributes.count; ++i) {
@@ -152,12 +155,26 @@ NYX_YOSYS_PLAN::USE NYX_YOSYS_PLAN::use_undefined(const NYX_YOSYS_CELL &cell) {
     return use;
 }
 
-std::uint32_t NYX_YOSYS_PLAN::find_base(const NYX_YOSYS_CELL &cell) const {
-    return m_uses.at(get_key(cell.type, cell.shape)).base;
+/// When all is known of the bases: a later cell may have told the direction of a port.
+void NYX_YOSYS_PLAN::describe_directions() {
+    for (auto &[key, use] : m_uses) {
+        const NYX_YOSYS_SHAPE &shape = m_netlist.shapes[std::uint32_t(key)];
+        if (!shape.has_directions)
+            continue;
+        for (std::size_t i = 0; i < shape.ports.size(); ++i) {
+            const NYX_YOSYS_SHAPE::PORT &port = shape.ports[i];
+            const bool is_told = port.direction != NYX_YOSYS_DIRECTION::UNKNOWN;
+            const bool is_known = m_bases[use.base].ports[use.ports[i]].direction != NYX_YOSYS_DIRECTION::UNKNOWN;
+            const bool is_mentioned = port.width != NYX_YOSYS_SHAPE::s_absent;
+            if (is_told != (is_known && is_mentioned))
+                nyx_append_token(use.directions,
+                                 (is_told ? "+" : "-") + nyx_encode_name(m_netlist.strings.get(port.name)));
+        }
+    }
 }
 
-const std::vector<std::uint32_t> &NYX_YOSYS_PLAN::find_port_map(const NYX_YOSYS_CELL &cell) const {
-    return m_uses.at(get_key(cell.type, cell.shape)).ports;
+const NYX_YOSYS_PLAN::USE &NYX_YOSYS_PLAN::find_use(const NYX_YOSYS_CELL &cell) const {
+    return m_uses.at(get_key(cell.type, cell.shape));
 }
 
 void NYX_YOSYS_PLAN::find_recursion() const {
@@ -182,7 +199,7 @@ void NYX_YOSYS_PLAN::find_recursion() const {
                 continue;
             }
             const NYX_YOSYS_CELL &cell = module->cells[way.back().next_cell++];
-            const std::uint32_t base = find_base(cell);
+            const std::uint32_t base = find_use(cell).base;
             if (states[base] == ON_WAY)
                 fail(point_at(*module, "cells", cell.name),
                      "module " + quote(cell.type) + " contains itself; a netlist can't be recursive");
@@ -221,4 +238,5 @@ void NYX_YOSYS_PLAN::choose_top(const std::string &top) {
                              " could be the top module; choose one with --top");
     if (!candidates.empty())
         m_top = candidates.front();
+    m_top_unmarked = marked.empty();
 }

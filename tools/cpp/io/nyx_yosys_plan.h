@@ -30,6 +30,16 @@ public:
         std::uint32_t find_port(std::uint32_t name) const;
     };
 
+    /// How the cells of one type and shape use their base.
+    struct USE {
+        std::uint32_t base;
+        /// For each port of the shape, in its order, the index of the base's port.
+        std::vector<std::uint32_t> ports;
+        /// Ports whose direction the cells tell otherwise than by those that they mention: see the trait
+        /// "netlist.directions".
+        std::string directions = {};
+    };
+
     static constexpr std::uint32_t s_none = ~0u;
 
     /// `top` is the name of the top module; if empty, it is the one marked as such, or else the only one that no other
@@ -38,18 +48,14 @@ public:
 
     /// Those of the file come first, in its order.
     const std::vector<BASE> &get_bases() const { return m_bases; }
-    /// The base of a cell, by its type and shape.
-    std::uint32_t find_base(const NYX_YOSYS_CELL &cell) const;
-    /// For each port of the shape, in its order, the index of the base's port.
-    const std::vector<std::uint32_t> &find_port_map(const NYX_YOSYS_CELL &cell) const;
+    /// By the cell's type and shape.
+    const USE &find_use(const NYX_YOSYS_CELL &cell) const;
     /// s_none in a file of nothing but black boxes.
     std::uint32_t get_top() const { return m_top; }
+    /// Neither the file nor the caller named the top.
+    bool is_top_unmarked() const { return m_top_unmarked; }
 
 private:
-    struct USE {
-        std::uint32_t base;
-        std::vector<std::uint32_t> ports;
-    };
     static std::uint64_t get_key(std::uint32_t type, std::uint32_t shape) { return std::uint64_t(type) << 32 | shape; }
 
     [[noreturn]] void fail(const std::string &pointer, const std::string &text) const;
@@ -60,6 +66,7 @@ private:
     void resolve_cells();
     USE use_defined(const NYX_YOSYS_MODULE &module, const NYX_YOSYS_CELL &cell, std::uint32_t base);
     USE use_undefined(const NYX_YOSYS_CELL &cell);
+    void describe_directions();
     static bool try_merge(BASE &base, const NYX_YOSYS_SHAPE &shape);
     void find_recursion() const;
     void choose_top(const std::string &top);
@@ -73,6 +80,7 @@ private:
     std::unordered_map<std::uint32_t, std::vector<std::uint32_t>> m_undefined;
     std::unordered_map<std::uint64_t, USE> m_uses;
     std::uint32_t m_top = s_none;
+    bool m_top_unmarked = false;
 };
 
 /// Whether an attribute counts as set: bits that are not all 0, or any number but 0.

@@ -17,6 +17,16 @@ namespace {
 /// How much text the parser gets at once: enough to keep it busy, little enough to stay in the cache.
 constexpr std::size_t s_piece_size = 128 << 10;
 
+/// How deep values that nobody wants may be nested: more than any tool writes, and little enough for the stack.
+constexpr unsigned s_max_depth = 1000;
+
+/// Whether the token is a whole number as JSON has them.
+bool is_integer(std::string_view text) {
+    if (text.starts_with('-'))
+        text.remove_prefix(1);
+    return !text.empty() && text.find_first_not_of("0123456789") == text.npos && (text[0] != '0' || text.size() == 1);
+}
+
 class READER {
 public:
     READER(NYX_TEXT_INPUT &input, const NYX_PROGRESS &progress)
@@ -83,7 +93,9 @@ private:
     std::uint32_t find_shape(bool has_directions);
     /// Reads what nobody wants, so that its faults are found.
     template <class VALUE>
-    void skip(VALUE &&value);
+    void skip(VALUE &&value, unsigned depth = 0);
+    /// The indices of a vector with all its bits are numbers of 32 bits.
+    void check_indices(const NYX_YOSYS_VECTOR &vector);
 
     ondemand::object get_object(ondemand::value value);
     std::string_view get_string(ondemand::value value);
@@ -203,6 +215,8 @@ void READER::read_members(const auto &visit) {
 }
 
 std::unique_ptr<NYX_YOSYS_NETLIST> READER::read() {
+    if (m_pieces.peek() == 0)
+        m_pieces.fail("is empty; write the file with Yosys' write_json");
     if (m_pieces.peek() != '{')
         m_pieces.fail("is not a netlist: a JSON object should begin here; write the file with Yosys' write_json");
     m_pieces.take('{', "an object");
@@ -338,16 +352,18 @@ std::uint32_t READER::add_unique(std::string_view text) {
 }
 
 template <class VALUE>
-void READER::skip(VALUE &&value) {
+void READER::skip(VALUE &&value, unsigned depth) {
+    if (depth == s_max_depth)
+        fail("is nested too deeply: more than " + std::to_string(s_max_depth) + " levels");
     switch (value.type().value()) {
     case ondemand::json_type::array:
         for (auto element : value.get_array())
-            skip(element.value());
+            skip(element.value(), depth + 1);
         break;
     case ondemand::json_type::object:
         for (auto field : value.get_object()) {
             (void)std::string_view(field.unescaped_key());
-            skip(field.value().value());
+            skip(field.value().value(), depth + 1);
         }
         break;
     case ondemand::json_type::number:
@@ -440,10 +456,14 @@ void READER::read_values(ondemand::value value, NYX_YOSYS_RANGE &range) {
             if (!content.get_int64().get(entry.integer))
                 entry.kind = NYX_YOSYS_VALUE::KIND::INTEGER;
             else {
-                (void)content.get_double().value();
-                entry.kind = NYX_YOSYS_VALUE::KIND::REAL;
                 std::string_view text = content.raw_json_token();
                 text = text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
+                if (is_integer(text))
+                    entry.kind = NYX_YOSYS_VALUE::KIND::LONG_INTEGER;
+                else {
+                    (void)content.get_double().value();
+                    entry.kind = NYX_YOSYS_VALUE::KIND::REAL;
+                }
                 entry.text = m_netlist->strings.add(text);
             }
         } else
@@ -467,6 +487,11 @@ bool READER::read_vector_member(std::string_view key, ondemand::value value, NYX
     return true;
 }
 
+void READER::check_indices(const NYX_YOSYS_VECTOR &vector) {
+    if (std::int64_t(vector.offset) + vector.bits.count - 1 > std::numeric_limits<std::int32_t>::max())
+        fail("the indices of the bits go beyond 2147483647");
+}
+
 void READER::read_port(std::string_view name, ondemand::value value) {
     NYX_YOSYS_PORT port;
     port.name = add_unique(name);
@@ -485,6 +510,7 @@ void READER::read_port(std::string_view name, ondemand::value value) {
         fail("a port should have \"bits\"");
     if (port.direction == NYX_YOSYS_DIRECTION::UNKNOWN)
         fail("a port should have a \"direction\"");
+    check_indices(port);
     m_module->ports.push_back(port);
 }
 
@@ -506,6 +532,7 @@ void READER::read_name(std::string_view text, ondemand::value value) {
     }
     if (!has_bits)
         fail("a net name should have \"bits\"");
+    check_indices(name);
     m_module->names.push_back(name);
 }
 

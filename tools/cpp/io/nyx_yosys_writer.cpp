@@ -133,10 +133,10 @@ void WRITER::write_cell(NYX_INSTANCE *instance, NYX_NETLIST_VIEW &view) {
     if (m_cell.has_directions) {
         m_out << "          \"port_directions\": {";
         const char *separator = "\n            ";
-        for (const NYX_VIEW_CELL::CONNECTION &connection : m_cell.connections) {
+        for (const NYX_VIEW_PORT *const port : m_cell.directions) {
             m_out << separator;
-            write_string(connection.port->name);
-            m_out << ": \"" << nyx_name_of(connection.port->direction) << "\"";
+            write_string(port->name);
+            m_out << ": \"" << nyx_name_of(port->direction) << "\"";
             separator = ",\n            ";
         }
         m_out << "\n          },\n";
@@ -190,21 +190,7 @@ void WRITER::write_module(NYX_MODULE *module) {
     NYX_NETLIST_VIEW view(module);
     write_string(nyx_decode_name(module->get_name()));
     m_out << ": {\n";
-    std::vector<NYX_VIEW_VALUE> attributes = nyx_view_values(module, true, view.get_traits());
-    const auto mark = [&attributes](const char *name) {
-        if (std::none_of(attributes.begin(), attributes.end(),
-                         [name](const auto &value) { return value.name == name; }))
-            attributes.push_back({NYX_VIEW_VALUE::KIND::BITS, name, std::string(31, '0') + '1'});
-    };
-    if (module->is_leaf())
-        mark("blackbox");
-    if (module->get_db() == m_db && (m_db->is_user() || m_db->is_device())) {
-        if (module->is_top_module() && module->is_hierarchy())
-            mark("top");
-        else
-            std::erase_if(attributes, [](const auto &value) { return value.name == "top"; });
-    }
-    write_values("attributes", attributes, "      ");
+    write_values("attributes", nyx_view_module_attributes(module, m_db, view.get_traits()), "      ");
     m_out << ",\n";
     const std::vector<NYX_VIEW_VALUE> parameters = nyx_view_values(module, false, view.get_traits());
     if (!parameters.empty()) {
