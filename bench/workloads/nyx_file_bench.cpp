@@ -138,7 +138,7 @@ void code_chunks(benchmark::State &state) {
 void check_image(benchmark::State &state) {
     const NYX_MANAGED_SERIALISED_FILE &file = *NYX_DB_IMPL::of(*flat()).m_file;
     for (auto _ : state)
-        benchmark::DoNotOptimize(nyx_find_sound_root(file.get_segment_manager(), NYX_DB_TYPE::USER));
+        benchmark::DoNotOptimize(nyx_find_sound_root(file.get_segment_manager(), NYX_DB_TYPE::USER, false));
 }
 
 void open_small(benchmark::State &state) {

@@ -204,10 +204,38 @@ TEST_F(ImageCheck, MapsAreFollowedOnlyWhereTheyLead) {
     expect_link_refused(map + 56, "the buckets");
     const char *const buckets = map + 56 + word_at<std::int64_t>(m_bytes, in_file(map + 56));
     expect_link_refused(buckets + 8 * names.id_namespace.bucket_count(), "the start of the list");
+}
+
+// Names are many, so a database that can't change is opened without a look at each node of their map.
+TEST_F(ImageCheck, NodesOfNamesAreFollowedOnlyInTheImage) {
+    const NYX_NAME_MANAGER_IMPL &names = root_of(m_db)->names().get_impl();
     const char *const node = reinterpret_cast<const char *>(&*names.id_namespace.begin());
-    expect_refused<std::int64_t>(node + 16, -16, "the next node, as itself");
-    expect_refused<std::uint64_t>(node + 24, ~0ull, "the bucket of a node");
-    expect_refused<std::uint32_t>(node + 8, 100000, "the identifier of a node");
+    const auto expect_told = [&]<class T>(std::size_t offset, T value, const char *what) {
+        std::string bytes = m_bytes;
+        ASSERT_NE(word_at<T>(bytes, in_file(node + offset)), value) << what;
+        set_word(bytes, in_file(node + offset), value);
+        write_file(m_path, bytes);
+        EXPECT_EQ(thrown([&] { NYX_DB::open(m_path.c_str(), NYX_DB::ACCESS_MODE::MODIFY); }), "corrupted") << what;
+        NYX_DB *const db = NYX_DB::open(m_path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY);
+        const NYX_NAME_MANAGER &loaded = root_of(db)->names();
+        unsigned num_missed = 0;
+        std::string text;
+        for (unsigned i = 0; i < names.id_reverse_lookup.size(); ++i) {
+            ASSERT_TRUE(loaded.find_name(NYX_NAME_ID(i), text));
+            num_missed += loaded.find_id(text.c_str()) != NYX_NAME_ID(i);
+        }
+        EXPECT_LE(num_missed, 3u) << what;
+        static_cast<void>(loaded.find_id("no such name"));
+        EXPECT_EQ(db->verify().size(), 1u) << what;
+        db->close();
+    };
+    expect_told(16, std::int64_t(-16), "the next node, as itself");
+    for (const std::int64_t far : {std::int64_t(1) << 40, std::int64_t(-1) << 40, std::int64_t(1) << 62})
+        expect_told(16, far, "the next node");
+    expect_told(24, ~std::uint64_t(0), "the bucket of a node");
+    expect_told(8, std::uint32_t(100000), "the identifier of a node");
+    for (const std::int64_t far : {std::int64_t(1), std::int64_t(1) << 40, std::int64_t(-1) << 40})
+        expect_told(0, far, "the text of a node");
 }
 
 // ---- verify()

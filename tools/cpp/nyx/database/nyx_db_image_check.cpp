@@ -60,8 +60,9 @@ class NYX_DB_IMAGE_CHECKER {
 public:
     /// With `faults` it looks at everything, goes on behind a fault, and tells all; without, it looks at what has to be
     /// right before anything is used, and throws the first.
-    NYX_DB_IMAGE_CHECKER(NYX_IMAGE_READER &reader, std::vector<std::string> *faults)
+    NYX_DB_IMAGE_CHECKER(NYX_IMAGE_READER &reader, bool may_change, std::vector<std::string> *faults)
         : m_reader(reader)
+        , m_may_change(may_change)
         , m_faults(faults) {}
 
     NYX_DB_PERSISTENT *check(NYX_DB_TYPE type) {
@@ -139,12 +140,19 @@ private:
         return {m_reader.claim(READER::target(at + 8), capacity * element_bytes, what), size};
     }
 
-    // A hash map: its buckets and nodes. `check_element(element)` looks at what a node holds.
-    template <class MAP, class CHECK_ELEMENT>
-    void check_map(const MAP &map, const char *what, bool hashes, CHECK_ELEMENT &&check_element) {
-        using ELEMENT = typename MAP::value_type;
-        constexpr std::size_t next_link = (sizeof(ELEMENT) + 7) / 8 * 8;
+    struct BUCKETS {
+        const char *links; ///< null if there are none, nor elements
+        const char *start; ///< node without an element, behind which the list of all begins
+        std::uint64_t count;
+        std::uint64_t num_elements;
+    };
+
+    // A hash map without its nodes. One bucket more than there are leads to the start of the list, the others to the
+    // node in front of their first one.
+    template <class MAP>
+    BUCKETS check_buckets(const MAP &map, const char *what) {
         static_assert(sizeof(map) == 64);
+        constexpr std::size_t node_bytes = (sizeof(typename MAP::value_type) + 7) / 8 * 8 + 16;
         const char *const at = reinterpret_cast<const char *>(&map);
         // Which pair of functions is in use, then the allocators of buckets and nodes, and behind the counts the
         // greatest load, which is 1.
@@ -160,12 +168,20 @@ private:
         if (first_bucket == 0) {
             if (count != 0)
                 READER::fail("%s has elements and no buckets", what);
-            return;
+            return {nullptr, nullptr, buckets, 0};
         }
-        const char *const bucket_array = m_reader.claim(first_bucket, (buckets + 1) * 8, what);
-        // One bucket more than there are leads to a node without an element, behind which the list of all nodes begins.
-        // The others lead to the node in front of their first one.
-        const char *const start = m_reader.claim(READER::target(bucket_array + buckets * 8), next_link + 16, what);
+        const char *const links = m_reader.claim(first_bucket, (buckets + 1) * 8, what);
+        return {links, m_reader.claim(READER::target(links + buckets * 8), node_bytes, what), buckets, count};
+    }
+
+    // A hash map: its buckets and nodes. `check_element(element)` looks at what a node holds.
+    template <class MAP, class CHECK_ELEMENT>
+    void check_map(const MAP &map, const char *what, bool hashes, CHECK_ELEMENT &&check_element) {
+        using ELEMENT = typename MAP::value_type;
+        constexpr std::size_t next_link = (sizeof(ELEMENT) + 7) / 8 * 8;
+        const auto [bucket_array, start, buckets, count] = check_buckets(map, what);
+        if (bucket_array == nullptr)
+            return;
         std::uintptr_t before = reinterpret_cast<std::uintptr_t>(start);
         std::uint64_t found = 0;
         std::uint64_t num_groups = 0;
@@ -348,6 +364,7 @@ private:
     void check_name_id(NYX_NAME_ID id, const char *what);
 
     NYX_IMAGE_READER &m_reader;
+    const bool m_may_change;
     std::vector<std::string> *const m_faults;
     std::uintptr_t m_root = 0;
     const NYX_NAME_MANAGER *m_names = nullptr;
@@ -365,6 +382,11 @@ void NYX_DB_IMAGE_CHECKER::check_strings(const NYX_NAME_MANAGER_IMPL::STRINGS &s
         if (bytes == 0 || std::memchr(reinterpret_cast<const char *>(address), 0, bytes) == nullptr)
             READER::fail("%s: name %llu is no text", what, ull(i));
         m_reader.claim(address, 1, what);
+    }
+    if (!m_may_change) {
+        if (const std::uint64_t num_elements = check_buckets(names, what).num_elements; num_elements != count)
+            READER::fail("%s has %llu of %llu names in its map", what, ull(num_elements), ull(count));
+        return;
     }
     // A node for each string, and each node a string. The hashes would have to be computed anew from all texts.
     std::vector<bool> seen(m_faults != nullptr ? count : 0);
@@ -627,10 +649,11 @@ void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {
         READER::fail("the top module is row %u of %u", top.get(), root->m_module_table->iter_limit());
 }
 
-NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type, std::string *fault) {
+NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type, bool may_change,
+                                       std::string *fault) {
     try {
         NYX_IMAGE_READER reader(manager);
-        return NYX_DB_IMAGE_CHECKER(reader, nullptr).check(type);
+        return NYX_DB_IMAGE_CHECKER(reader, may_change, nullptr).check(type);
     } catch (const NYX_IMAGE_FAULT &found) {
         if (fault != nullptr)
             *fault = found.text;
@@ -641,7 +664,7 @@ NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE
 std::vector<std::string> nyx_find_image_faults(NYX_IMAGE_READER &reader, NYX_DB_TYPE type) {
     std::vector<std::string> faults;
     try {
-        NYX_DB_IMAGE_CHECKER(reader, &faults).check(type);
+        NYX_DB_IMAGE_CHECKER(reader, true, &faults).check(type);
     } catch (const NYX_IMAGE_FAULT &fault) {
         faults.push_back(fault.text);
     }

@@ -21,7 +21,10 @@ class NYX_IMAGE_READER;
 std::vector<std::string> nyx_find_image_faults(NYX_IMAGE_READER &reader, NYX_DB_TYPE type);
 
 /// The root of the database in a segment whose blocks are sound. Null if it isn't a database of that type. `fault`, if
-/// given, tells what is wrong in words. Writes nothing. O(blocks + pages + names).
-NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type, std::string *fault = nullptr);
+/// given, tells what is wrong in words. The map from texts to names is looked at only if the database `may_change`, for
+/// that takes a third of the time to open a large design: look-ups of names expect anything there, and adding one does
+/// not. Writes nothing. O(blocks + pages + names).
+NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type, bool may_change,
+                                       std::string *fault = nullptr);
 
 #endif

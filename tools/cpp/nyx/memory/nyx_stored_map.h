@@ -27,6 +27,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <type_traits>
 #include <utility>
 
 static_assert(BOOST_VERSION / 100 == 1074, "another version of Boost has another layout of the stored containers");
@@ -62,30 +63,52 @@ inline const char *follow_link(const char *at) {
 
 } // namespace NYX::detail
 
+/// For maps whose links are known to be sound.
+struct NYX_SOUND_LINKS {};
+
+/// For maps whose nodes nobody has looked at: links may lead anywhere, and are followed between two addresses only.
+struct NYX_LINKS_WITHIN {
+    const char *begin;
+    const char *end;
+    bool contains(const char *at, std::size_t bytes) const {
+        return at >= begin && at <= end && static_cast<std::size_t>(end - at) >= bytes;
+    }
+};
+
 /// The element for which `matches(element)` holds among those whose hash, before mixing, is `hash`; null if there is
-/// none.
-template <class KEY, class VALUE, class HASH, class EQUAL, class MATCHES>
+/// none. The table of buckets must be sound, the nodes as LINKS says.
+template <class KEY, class VALUE, class HASH, class EQUAL, class MATCHES, class LINKS = NYX_SOUND_LINKS>
 const std::pair<const KEY, VALUE> *nyx_find_stored(const NYX_SEGMENT_UNORDERED_MAP<KEY, VALUE, HASH, EQUAL> &map,
-                                                   std::uint64_t hash, MATCHES &&matches) {
+                                                   std::uint64_t hash, MATCHES &&matches, const LINKS &links = {}) {
     using ELEMENT = std::pair<const KEY, VALUE>;
     using NYX::detail::follow_link;
     using NYX::detail::load_word;
     static_assert(sizeof(map) == 64 && alignof(ELEMENT) <= 8);
     constexpr std::size_t next_link = (sizeof(ELEMENT) + 7) / 8 * 8;
     const char *const stored = reinterpret_cast<const char *>(&map);
-    if (load_word(stored + 32) == 0)
+    std::uint64_t left = load_word(stored + 32);
+    if (left == 0)
         return nullptr;
     const std::uint64_t bucket = nyx_mix_hash(hash) & (load_word(stored + 24) - 1);
-    const char *node = follow_link(follow_link(stored + 56) + bucket * 8);
+    const auto follow = [&links](const char *link) {
+        const char *const node = follow_link(link);
+        if constexpr (std::is_same_v<LINKS, NYX_LINKS_WITHIN>)
+            return links.contains(node, next_link + 16) ? node : nullptr;
+        return node;
+    };
+    const char *node = follow(follow_link(stored + 56) + bucket * 8);
     if (node == nullptr)
         return nullptr;
-    node = follow_link(node + next_link);
-    do {
+    node = follow(node + next_link);
+    // Unsound links may go round in circles.
+    for (; node != nullptr && left != 0; --left) {
+        if ((load_word(node + next_link + 8) & ~(std::uint64_t(1) << 63)) != bucket)
+            return nullptr;
         const ELEMENT *const element = reinterpret_cast<const ELEMENT *>(node);
         if (matches(*element))
             return element;
-        node = follow_link(node + next_link);
-    } while (node != nullptr && (load_word(node + next_link + 8) & ~(std::uint64_t(1) << 63)) == bucket);
+        node = follow(node + next_link);
+    }
     return nullptr;
 }
 

@@ -46,10 +46,17 @@ bool is_string(const char *string, std::string_view text) {
     return ((a ^ b) << (7 - left) * 8) == 0;
 }
 
-NYX_NAME_ID find_interned(const NAMESPACE &names, std::string_view text) {
-    const auto *const found =
-        nyx_find_stored(names, NYX_NAME_HASH()(text),
-                        [text](const NAMESPACE::value_type &element) { return is_string(element.first.get(), text); });
+// The map's nodes may be those of a file of which only the strings have been looked at.
+NYX_NAME_ID find_interned(const NYX_NAME_MANAGER_IMPL &impl, const NAMESPACE &names, std::string_view text) {
+    const char *const begin = reinterpret_cast<const char *>(impl.segment.get());
+    const NYX_LINKS_WITHIN within{begin, begin + nyx_get_algorithm(impl.segment.get())->get_committed()};
+    const auto *const found = nyx_find_stored(
+        names, NYX_NAME_HASH()(text),
+        [&](const NAMESPACE::value_type &element) {
+            const char *const string = element.first.get();
+            return within.contains(string, text.size() + sizeof(std::uint64_t)) && is_string(string, text);
+        },
+        within);
     return found == nullptr ? NYX_NAME_ID::INVALID : found->second;
 }
 
@@ -181,12 +188,12 @@ NYX_NAME_ID NYX_NAME_MANAGER::get_id(const char *name) {
     std::string_view base;
     unsigned bit = 0;
     if (!nyx_split_bus_bit(text, base, bit)) {
-        const NYX_NAME_ID id = find_interned(impl.id_namespace, text);
+        const NYX_NAME_ID id = find_interned(impl, impl.id_namespace, text);
         return id != NYX_NAME_ID::INVALID
                    ? id
                    : add_name(impl.segment.get(), impl.id_reverse_lookup, impl.id_namespace, text);
     }
-    NYX_NAME_ID id = find_interned(impl.bus_id_namespace, base);
+    NYX_NAME_ID id = find_interned(impl, impl.bus_id_namespace, base);
     if (id == NYX_NAME_ID::INVALID) {
         check_bus_name_index(NYX_NAME_ID(static_cast<unsigned>(impl.bus_id_reverse_lookup.size())));
         id = add_name(impl.segment.get(), impl.bus_id_reverse_lookup, impl.bus_id_namespace, base);
@@ -200,8 +207,8 @@ NYX_NAME_ID NYX_NAME_MANAGER::find_id(const char *name) const {
     std::string_view base;
     unsigned bit = 0;
     if (!nyx_split_bus_bit(text, base, bit))
-        return find_interned(impl.id_namespace, text);
-    const NYX_NAME_ID id = find_interned(impl.bus_id_namespace, base);
+        return find_interned(impl, impl.id_namespace, text);
+    const NYX_NAME_ID id = find_interned(impl, impl.bus_id_namespace, base);
     return id == NYX_NAME_ID::INVALID ? id : bus_bit_id(id, bit);
 }
 
