@@ -10,5 +10,7 @@ std::vector<std::string> NYX_DB::verify() const {
     // Rows can be looked at where tables and names are sound.
     if (faults.empty())
         faults = nyx_check_netlist(*record.m_persistent);
+    if (faults.empty())
+        faults = nyx_check_base_modules(*record.m_persistent);
     return faults;
 }
