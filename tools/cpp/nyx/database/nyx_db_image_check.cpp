@@ -18,6 +18,7 @@
 #include "netlist/nyx_inst_port_table.h"
 #include "netlist/nyx_instance_bus_table.h"
 #include "netlist/nyx_instance_table.h"
+#include "netlist/nyx_interface_members.h"
 #include "netlist/nyx_interface_table.h"
 #include "netlist/nyx_module_table.h"
 #include "netlist/nyx_net_bus_table.h"
@@ -361,6 +362,9 @@ private:
 
     template <class TABLE>
     void check_properties(const TABLE &table);
+    template <class TABLE>
+    void check_bus_arrays(const TABLE &table);
+    void check_interface_lists(const NYX_INTERFACE_TABLE &table);
     void check_name_id(NYX_NAME_ID id, const char *what);
 
     NYX_IMAGE_READER &m_reader;
@@ -457,6 +461,33 @@ void NYX_DB_IMAGE_CHECKER::check_properties(const TABLE &table) {
                     m_reader.claim(READER::target(value + 16), 1, what);
             });
     });
+}
+
+// The array of a bus holds an identifier for each position. Of free rows nothing but the name can be relied on.
+template <class TABLE>
+void NYX_DB_IMAGE_CHECKER::check_bus_arrays(const TABLE &table) {
+    using ID = typename TABLE::id_type;
+    for (unsigned i = 0; i < table.iter_limit(); ++i) {
+        const auto *const row = table.get(ID(i));
+        if (row->m_name_id != NYX_NAME_ID::INVALID)
+            m_reader.claim(READER::target(&row->m_members_ptr), static_cast<std::size_t>(row->get_size()) * 4,
+                           "the array of a bus");
+    }
+}
+
+// The lists of an interface are vectors, each there from its first member on.
+void NYX_DB_IMAGE_CHECKER::check_interface_lists(const NYX_INTERFACE_TABLE &table) {
+    for (unsigned i = 0; i < table.iter_limit(); ++i) {
+        const NYX_INTERFACE_ID id(i);
+        if (*table.m_name_id.get(id) == NYX_NAME_ID::INVALID)
+            continue;
+        const NYX_INTERFACE_IMPL *const row = table.get(id);
+        for (const auto *const link : {&row->m_ports_ptr, &row->m_port_buses_ptr}) {
+            constexpr const char *what = "the members of an interface";
+            if (const std::uintptr_t list = READER::target(link))
+                check_vector(m_reader.claim(list, sizeof(NYX_INTERFACE_MEMBERS<NYX_PORT>), what), 8, what);
+        }
+    }
 }
 
 template <class PAGE>
@@ -643,6 +674,12 @@ void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {
         check_row_map(root->m_inst_header_key_to_id, root->m_inst_header_table->iter_limit(),
                       "the map of inst headers");
     });
+    if (m_faults != nullptr) {
+        part([&] { check_bus_arrays(*root->m_port_bus_table); });
+        part([&] { check_bus_arrays(*root->m_net_bus_table); });
+        part([&] { check_bus_arrays(*root->m_instance_bus_table); });
+        part([&] { check_interface_lists(*root->m_interface_table); });
+    }
     const NYX_MODULE_ID top = root->m_top_module_id;
     if (root->m_module_table->num_allocated() != 0 && top.get() >= root->m_module_table->iter_limit() &&
         (root->m_type == NYX_DB_TYPE::USER || root->m_type == NYX_DB_TYPE::DEVICE))

@@ -14,5 +14,7 @@ std::vector<std::string> NYX_DB::verify() const {
     std::vector<std::string> faults = nyx_find_image_faults(reader, record.m_file->get_type());
     if (faults.empty())
         faults = nyx_check_netlist(*record.m_persistent, reader);
+    if (faults.empty())
+        faults = nyx_check_base_modules(*record.m_persistent);
     return faults;
 }

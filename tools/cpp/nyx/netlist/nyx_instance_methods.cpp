@@ -201,6 +201,7 @@ NYX_INST_PORT *NYX_INSTANCE::get_inst_port_by_index(unsigned int index) const {
 }
 
 NYX_INST_PORT *NYX_INSTANCE::get_inst_port_for_port(const NYX_PORT *port) const {
+    NYX_CHECK(port);
     NYX_CHECK_MSG(port->get_parent() == get_module(), "This port %s doesn't belong to the module %s",
                   port->get_parent() != nullptr ? port->get_name().c_str() : "", get_module()->get_name().c_str());
     return get_inst_port_by_index(port->get_index());
@@ -338,19 +339,27 @@ void NYX_INSTANCE::set_src_location(const char *file_name, unsigned int lineno) 
 // ---- Initial value
 
 bool NYX_INSTANCE::has_initial_value() const {
-    return get_value(nyx_builtin_traits(this).m_instance_has_init_value_trait);
+    NYX_BOOL_TRAIT *const trait = nyx_builtin_traits(this).m_instance_has_init_value_trait;
+    NYX_CHECK(trait);
+    return get_value(trait);
 }
 
 bool NYX_INSTANCE::get_initial_value() const {
     if (!has_initial_value())
         NYX_RAISE_RUNTIME_ERROR("NYX_INSTANCE::get_initial_value", "Net " + get_name() + " has no initial value");
-    return get_value(nyx_builtin_traits(this).m_instance_init_value_trait);
+    NYX_BOOL_TRAIT *const trait = nyx_builtin_traits(this).m_instance_init_value_trait;
+    NYX_CHECK(trait);
+    return get_value(trait);
 }
 
 void NYX_INSTANCE::set_initial_value(bool value) {
     const NYX_BUILTIN_TRAITS &traits = nyx_builtin_traits(this);
-    set_value(traits.m_instance_has_init_value_trait, true);
-    set_value(traits.m_instance_init_value_trait, value);
+    NYX_BOOL_TRAIT *const has_trait = traits.m_instance_has_init_value_trait;
+    NYX_BOOL_TRAIT *const trait = traits.m_instance_init_value_trait;
+    NYX_CHECK(has_trait);
+    NYX_CHECK(trait);
+    set_value(has_trait, true);
+    set_value(trait, value);
 }
 
 // ---- Flags

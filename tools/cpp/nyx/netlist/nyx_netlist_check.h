@@ -23,4 +23,9 @@ std::vector<std::string> nyx_check_netlist(const NYX_DB_PERSISTENT &persistent, 
 std::vector<std::string> nyx_check_netlist(const NYX_DB_PERSISTENT &persistent, NYX_IMAGE_READER &blocks,
                                            std::size_t max_faults = 1000);
 
+/// For an open database whose netlist is sound: looks for inst ports whose port, in the module of another database, was
+/// deleted while this one was closed. Modules of databases that are not open are passed over. As above otherwise;
+/// O(inst ports).
+std::vector<std::string> nyx_check_base_modules(const NYX_DB_PERSISTENT &persistent, std::size_t max_faults = 1000);
+
 #endif
