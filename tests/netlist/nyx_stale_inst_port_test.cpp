@@ -49,7 +49,7 @@ TEST_F(StaleInstPort, IsNamedByItsIndex) {
     EXPECT_TRUE(stale->is_valid());
     EXPECT_EQ(stale->get_port(), nullptr);
     EXPECT_EQ(stale->get_name(), "<deleted port 1>");
-    EXPECT_EQ(stale->get_name({.with_type_prefix = true, .with_parent = true}), "INST_PORT:u|<deleted port 1>");
+    EXPECT_EQ(stale->get_name({.with_parent = true, .with_type_prefix = true}), "INST_PORT:u|<deleted port 1>");
 }
 
 TEST_F(StaleInstPort, IsToldByVerify) {

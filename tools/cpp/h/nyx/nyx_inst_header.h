@@ -16,8 +16,8 @@ struct INST_HEADER_KEY;
 /// Making one, by making such an instance, throws NYX_INVALID_ARGUMENT "The module MODULE is in db DB from different
 /// user design group GROUP" for a module in a group that is not this database's, and NYX_RUNTIME_ERROR "Cannot create
 /// instance of module 'MODULE' from super-db 'DB' in its sub-db 'DB'" for one in a database that uses this one. It ends
-/// the run for a database without a name, for a module of a group when this database is a component library ("db->
-/// is_user() && trait"), and when there is a header for the module that was made for another number of ports.
+/// the run for a database without a name, when there is a header for the module that was made for another number of
+/// ports, and for a module of a group when this database is a component library, "db->is_user() && trait".
 ///
 /// A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database closed.
 class NYX_API NYX_INST_HEADER : public NYX_OBJECT<NYX_INST_HEADER> {

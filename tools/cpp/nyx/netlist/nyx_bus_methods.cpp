@@ -148,7 +148,7 @@ void NYX_BUS<BUS, MEMBER>::deallocate() {
     BUS *const bus = static_cast<BUS *>(this);
     auto *const row = bus->get_impl();
     NYX_MODULE *const parent = nyx_find_list_owner<BUS>(row);
-    NYX_CHECK(parent);
+    NYX_CHECK_MSG(parent, "%s '%s' is empty and can't find its parent", words<BUS>.sought, get_name().c_str());
     nyx_notify<BUS>(&NYX_OBSERVER<BUS>::deallocated, bus, parent);
     if constexpr (requires { bus->get_interface(); }) {
         if (NYX_INTERFACE *const interface = bus->get_interface())

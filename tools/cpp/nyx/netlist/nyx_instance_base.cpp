@@ -6,7 +6,7 @@
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_db_observer.h"
 #include "netlist/nyx_inst_header_table.h"
-#include "netlist/nyx_inst_port_run.h"
+#include "netlist/nyx_release_run.h"
 #include "nyx/nyx_inst_port.h"
 #include "nyx/nyx_instance.h"
 #include "nyx/nyx_module.h"
@@ -237,7 +237,7 @@ void NYX_INSTANCE::update_inst_port_array(unsigned int new_size, const ROW_MAP &
     for (unsigned i = kept; i < old_size; ++i)
         NYX_CHECK_MSG(!table.get(NYX_INST_PORT_ID(old_first.get() + i))->m_inst_ptr,
                       "An inst port of instance %s has no place in the new run", get_name().c_str());
-    nyx_release_inst_ports(table, NYX_INST_PORT_ID(old_first.get() + kept), old_size - kept);
+    nyx_release_run(table, NYX_INST_PORT_ID(old_first.get() + kept), old_size - kept);
     if (NYX_INST_HEADER *const header = get_inst_header())
         header->set_num_ports(new_size);
 }

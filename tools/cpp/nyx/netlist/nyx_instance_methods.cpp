@@ -6,9 +6,9 @@
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_db_observer.h"
 #include "netlist/nyx_inst_header_table.h"
-#include "netlist/nyx_inst_port_run.h"
 #include "netlist/nyx_naming.h"
 #include "netlist/nyx_object_impl.h"
+#include "netlist/nyx_release_run.h"
 #include "nyx/nyx_bus.h"
 #include "nyx/nyx_inst_port.h"
 #include "nyx/nyx_module.h"
@@ -81,7 +81,7 @@ NYX_INSTANCE *NYX_INSTANCE::allocate(NYX_MODULE *parent, const std::string &name
         instance = persistent->table<NYX_INSTANCE>().allocate();
     } catch (...) {
         if (first != NYX_INST_PORT_ID::INVALID)
-            nyx_release_inst_ports(inst_ports, first, num_ports);
+            nyx_release_run(inst_ports, first, num_ports);
         drop_reference(module, header);
         throw;
     }
@@ -148,7 +148,7 @@ void NYX_INSTANCE::deallocate() {
         // Its identifier is handed out again with the run.
         nyx_clear_traits<NYX_INST_PORT>(inst_port);
     }
-    nyx_release_inst_ports(persistent->table<NYX_INST_PORT>(), first, num_inst_ports);
+    nyx_release_run(persistent->table<NYX_INST_PORT>(), first, num_inst_ports);
     drop_reference(impl->m_module_ptr.get(), impl->m_inst_header_ptr.get());
     persistent->table<NYX_INSTANCE>().deallocate(impl);
 }

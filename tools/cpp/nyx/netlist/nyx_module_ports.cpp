@@ -9,8 +9,8 @@
 #include "database/nyx_db_persistent.h"
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_db_observer.h"
-#include "netlist/nyx_inst_port_run.h"
 #include "netlist/nyx_interface_members.h"
+#include "netlist/nyx_release_run.h"
 #include "nyx/nyx_bus.h"
 #include "nyx/nyx_instance.h"
 #include "nyx/nyx_interface.h"
@@ -23,24 +23,12 @@
 
 #include <boost/format.hpp>
 
-#include <new>
 #include <utility>
 #include <vector>
 
 namespace {
 
 constexpr unsigned not_moved = ~0u;
-
-// Gives a run, or the end of one, back. Entering it among the free ones needs room; without any the rows are lost to
-// their table, as free ones that nobody hands out: better than a change that is half done.
-void release_run(NYX_PORT_TABLE &table, NYX_PORT_ID first, unsigned num_rows) {
-    try {
-        table.deallocate(first, num_rows);
-    } catch (const boost::interprocess::bad_alloc &) {
-        for (unsigned i = 0; i < num_rows; ++i)
-            table.reset(NYX_PORT_ID(first.get() + i));
-    }
-}
 
 // A move of a module's ports to the front of another run, or of their own.
 class PORT_MOVE {
@@ -65,7 +53,7 @@ public:
     PORT_MOVE &operator=(const PORT_MOVE &) = delete;
     ~PORT_MOVE() {
         if (m_is_reserved)
-            release_run(m_table, m_new_first, m_new_size);
+            nyx_release_run(m_table, m_new_first, m_new_size);
     }
 
     // By the new index of a port its old one.
@@ -91,10 +79,10 @@ public:
         }
         m_module->m_first_port = m_new_size == 0 ? NYX_PORT_ID::INVALID : m_new_first;
         m_module->m_num_ports = m_new_size;
-        if (grows && m_old_size != 0)
-            release_run(m_table, m_old_first, m_old_size);
+        if (grows)
+            nyx_release_run(m_table, m_old_first, m_old_size);
         else if (m_new_size < m_old_size)
-            release_run(m_table, NYX_PORT_ID(m_old_first.get() + m_new_size), m_old_size - m_new_size);
+            nyx_release_run(m_table, NYX_PORT_ID(m_old_first.get() + m_new_size), m_old_size - m_new_size);
     }
 
     void tell() {
@@ -198,7 +186,7 @@ void NYX_MODULE::set_num_ports(unsigned int num_ports) {
         for (const auto &[instance, run] : instances) {
             if (run != NYX_INST_PORT_ID::INVALID &&
                 run != nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, instance->get_impl()))
-                nyx_release_inst_ports(nyx_get_persistent(instance)->table<NYX_INST_PORT>(), run, num_ports);
+                nyx_release_run(nyx_get_persistent(instance)->table<NYX_INST_PORT>(), run, num_ports);
         }
         throw;
     }
@@ -250,5 +238,5 @@ void NYX_MODULE::release_ports() {
     impl->m_first_port = NYX_PORT_ID::INVALID;
     impl->m_num_ports = 0;
     nyx_cache_drop(impl);
-    release_run(nyx_get_persistent(impl)->table<NYX_PORT>(), first, num_ports);
+    nyx_release_run(nyx_get_persistent(impl)->table<NYX_PORT>(), first, num_ports);
 }

@@ -43,6 +43,11 @@ void take_off_net(NYX_NET_IMPL *impl, typename NYX_OBJECT_TRAITS<T>::impl *obj_i
     nyx_unlink<T>(impl, obj_impl);
 }
 
+void follow_rename(NYX_NET_IMPL *net, NYX_NAME_KEY old_key) {
+    if (NYX_DB_CACHE::find_in_use(net) != nullptr)
+        nyx_cache_rename<NYX_NET>(nyx_known_parent(net), net, old_key);
+}
+
 constexpr NYX_NAME_STYLE with_parent{.with_parent = true};
 
 } // namespace
@@ -164,7 +169,7 @@ void NYX_NET::convert(NYX_NET *base_net, bool make_unique) {
     impl->m_unique_suffix = make_unique ? nyx_next_suffix(names, name, name_id) : NYX_NO_SUFFIX;
     impl->m_name_id = name_id;
     impl->m_bits = base_net->get_impl()->m_bits;
-    nyx_cache_rename<NYX_NET>(nyx_known_parent(impl), impl, old_key);
+    follow_rename(impl, old_key);
     if (base_net == this)
         return;
     nyx_clear_traits<NYX_NET>(this);
@@ -202,7 +207,7 @@ void NYX_NET::set_name(const std::string &name) {
     NYX_NET_IMPL *const impl = get_impl();
     const NYX_NAME_KEY old_key(impl->m_name_id);
     impl->m_name_id = nyx_get_persistent(this)->names().get_id(name.c_str());
-    nyx_cache_rename<NYX_NET>(nyx_known_parent(impl), impl, old_key);
+    follow_rename(impl, old_key);
     if (observed)
         nyx_notify<NYX_NET>(&NYX_OBSERVER<NYX_NET>::name_changed, this, old_name);
 }
