@@ -187,8 +187,8 @@ public:
     ///
     /// Mode COPY_ON_WRITE ends the run, "COPY_ON_WRITE removed!", and so does a factor that makes no number of bytes.
     ///
-    /// What an opening rests on is looked at before it is used. What rows, properties and values hold is not, since that
-    /// takes as long as reading all of it: verify() a file that comes from who knows where before using it.
+    /// What an opening rests on is looked at before it is used. What rows, properties and values hold is not, since
+    /// that takes as long as reading all of it: verify() a file that comes from who knows where before using it.
     static NYX_DB *open(const char *db_file_path, ACCESS_MODE mode, const char *db_name = nullptr,
                         const char *group_name = nullptr, double size_factor = s_keep_size);
 

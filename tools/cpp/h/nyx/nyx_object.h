@@ -146,8 +146,8 @@ public:
     /// \name Writing
     /// Setting the default takes the object's value out. Unlike for reading, `trait` must be one of this object's
     /// database: nothing looks at that, and the value would be one of whatever object has this one's number there. It
-    /// need not be one for objects of this type. Floating-point values are compared by their bits: 0.0 and -0.0 are two values.
-    /// boost::interprocess::bad_alloc when the database is full; the old value stays then.
+    /// need not be one for objects of this type. Floating-point values are compared by their bits: 0.0 and -0.0 are two
+    /// values. boost::interprocess::bad_alloc when the database is full; the old value stays then.
     /// \{
     void set_value(NYX_BOOL_TRAIT *trait, bool value);
     void set_value(NYX_INT_TRAIT *trait, int value);
@@ -211,7 +211,8 @@ protected:
 };
 
 /// Properties of the objects of type T: values of any of eight types by name, which need no declaration. An object that
-/// never had one takes no room for them. Names and texts end at a NUL. O(log n) of the properties of the object, and a hash probe.
+/// never had one takes no room for them. Names and texts end at a NUL. O(log n) of the properties of the object, and a
+/// hash probe.
 template <class T>
 class NYX_API NYX_PROPERTY_BEARER {
 public:

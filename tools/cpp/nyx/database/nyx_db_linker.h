@@ -117,9 +117,9 @@ public:
     /// The open database with this file, by whatever path it was opened, else null.
     NYX_DB *find_open_db_by_file(const std::string &file_path) const;
 
-    /// The root of the database `db_name` of a group, opened if it isn't open, with one use more. Raises NYX_RUNTIME_ERROR
-    /// "Can't find path to db named 'NAME'. Have you done NYX_DB::init(...) or group initialization?", and what
-    /// NYX_DB::open() raises.
+    /// The root of the database `db_name` of a group, opened if it isn't open, with one use more. Raises
+    /// NYX_RUNTIME_ERROR "Can't find path to db named 'NAME'. Have you done NYX_DB::init(...) or group
+    /// initialization?", and what NYX_DB::open() raises.
     NYX_DB_PERSISTENT *find_or_open_db_persistent(const std::string &db_name, NYX_DB_GROUP *group);
 
     /// Raises NYX_RUNTIME_ERROR "Sub db 'NAME' is still in use by 'PARENT'" for a database that others refer to.
