@@ -1,6 +1,9 @@
+#include "file/nyx_file_system.h"
 #include "file_test_support.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <limits>
