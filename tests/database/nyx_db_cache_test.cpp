@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <map>
 #include <random>
 #include <string>
@@ -203,6 +204,94 @@ TEST_P(DbCache, NothingIsLeftOfADeletedModule) {
         NYX_NET::allocate(again, "n" + std::to_string(i), false);
     EXPECT_EQ(again->find_net("n0"), nullptr);
     EXPECT_NE(again->find_net("n50"), nullptr);
+}
+
+TEST_P(DbCache, FollowsANetThatIsConverted) {
+    NYX_NET *const net = find("n0");
+    net->convert(NYX_NET::allocate(m_leaf, "base"), false);
+    EXPECT_EQ(find("n0"), nullptr);
+    EXPECT_EQ(find("base"), net);
+}
+
+TEST_P(DbCache, FollowsARenameInTheRightOneOfSeveralModules) {
+    NYX_MODULE *const other = NYX_MODULE::allocate(m_db, "other", 0);
+    for (unsigned i = 0; i < 40; ++i)
+        NYX_NET::allocate(other, "n" + std::to_string(i));
+    NYX_NET *const kept = other->find_net("n0");
+    NYX_NET *const net = find("n0");
+    net->set_name("x");
+    EXPECT_EQ(find("n0"), nullptr);
+    EXPECT_EQ(find("x"), net);
+    EXPECT_EQ(other->find_net("n0"), kept);
+    EXPECT_EQ(other->find_net("x"), nullptr);
+}
+
+TEST_P(DbCache, FollowsARenameOfANetThatStandsBehindOneOfItsName) {
+    NYX_NET *const behind = find("n0");
+    NYX_NET *const first = NYX_NET::allocate(m_top, "n0");
+    EXPECT_EQ(find("n0"), first);
+    behind->set_name("x");
+    EXPECT_EQ(find("n0"), first);
+    EXPECT_EQ(find("x"), behind);
+}
+
+TEST_P(DbCache, FollowsARenameOfAConnectedNetAndOfBuses) {
+    NYX_NET *const net = find("n0");
+    m_top->get_port_by_index(0)->connect(net);
+    net->set_name("x");
+    EXPECT_EQ(find("n0"), nullptr);
+    EXPECT_EQ(find("x"), net);
+    for (unsigned i = 0; i < 40; ++i)
+        NYX_NET_BUS::allocate(m_top, "b" + std::to_string(i), 0, 0);
+    NYX_NET_BUS *const empty = m_top->find_net_bus("b0");
+    NYX_NET_BUS *const full = m_top->find_net_bus("b1");
+    full->set_net(0, net);
+    empty->set_name("e");
+    full->set_name("f");
+    EXPECT_EQ(m_top->find_net_bus("b0"), nullptr);
+    EXPECT_EQ(m_top->find_net_bus("b1"), nullptr);
+    EXPECT_EQ(m_top->find_net_bus("e"), empty);
+    EXPECT_EQ(m_top->find_net_bus("f"), full);
+}
+
+TEST_P(DbCache, KeepsNothingThatAnObserverLookedUpDuringTheDeletion) {
+    struct LISTENER : NYX_OBSERVER<NYX_NET> {
+        LISTENER() : NYX_OBSERVER<NYX_NET>(1) { set_enabled(true); }
+        ~LISTENER() override { set_enabled(false); }
+        void deallocated(NYX_NET *net, NYX_MODULE *parent) override { found = parent->find_net("n0") == net; }
+        bool found = false;
+    } listener;
+    NYX_NET *const net = *std::next(m_top->iter_nets().begin(), 99);
+    ASSERT_EQ(net->get_name(), "n0");
+    net->deallocate();
+    EXPECT_TRUE(listener.found);
+    EXPECT_EQ(find("n0"), nullptr);
+}
+
+TEST_P(DbCache, IsInUseWhereSomethingHasBeenLookedUp) {
+    NYX_DB *const other = NYX_DB::create_non_persistent(16, NYX_DB_TYPE::USER, "", "");
+    NYX_MODULE *const module = NYX_MODULE::allocate(other, "m", 0);
+    for (unsigned i = 0; i < 40; ++i)
+        NYX_NET::allocate(module, "n" + std::to_string(i));
+    ASSERT_NE(module->find_net("n0"), nullptr);
+    EXPECT_EQ(NYX_DB_CACHE::find_in_use(module), other->get_cache());
+    EXPECT_EQ(NYX_DB_CACHE::find_in_use(m_top), nullptr);
+    ASSERT_NE(find("n0"), nullptr);
+    EXPECT_EQ(NYX_DB_CACHE::find_in_use(m_top), m_db->get_cache());
+    other->close();
+    EXPECT_EQ(NYX_DB_CACHE::find_in_use(m_top), m_db->get_cache());
+}
+
+TEST_P(DbCache, IsTheRightOneHoweverOftenItIsSwitched) {
+    NYX_DB *const other = NYX_DB::create_non_persistent(16, NYX_DB_TYPE::USER, "", "");
+    const NYX_MODULE *const module = NYX_MODULE::allocate(other, "m", 0);
+    for (const bool enable : {true, false, true, true, false}) {
+        m_db->enable_cache(enable, false, true);
+        EXPECT_EQ(NYX_DB_CACHE::of_row(m_top), m_db->get_cache());
+        EXPECT_EQ(NYX_DB_CACHE::of_row(m_top), m_db->get_cache());
+        EXPECT_EQ(NYX_DB_CACHE::of_row(module), other->get_cache());
+    }
+    other->close();
 }
 
 TEST_P(DbCache, EnablingAnewEmptiesItAndChangesNoAnswer) {

@@ -3,6 +3,7 @@
 #include "database_test_support.h"
 #include "file/file_test_support.h"
 #include "names/nyx_name_mgr_impl.h"
+#include "netlist/nyx_interface_table.h"
 #include "netlist/nyx_module_table.h"
 #include "netlist/nyx_net_bus_table.h"
 #include "netlist/nyx_net_table.h"
@@ -356,10 +357,38 @@ TEST(Verify, ArrayThatIsSomethingElseAsWellIsTold) {
     NYX_NET_BUS_IMPL *const bus = table.get(NYX_NET_BUS_ID(0));
     const auto sound = bus->m_members_ptr;
     bus->m_members_ptr = table.get(NYX_NET_BUS_ID(1))->m_members_ptr;
-    EXPECT_EQ(db->verify(),
-              TEXTS{"module 'm' (0): net bus 'b' (0): its array of 4 elements lies in no block of its own"});
+    const TEXTS faults = db->verify();
+    ASSERT_EQ(faults.size(), 1u);
+    EXPECT_EQ(faults[0].find("the array of a bus"), 0u) << faults[0];
     bus->m_members_ptr = sound;
     EXPECT_EQ(db->verify(), TEXTS());
+}
+
+TEST_F(ImageCheck, VerifyLooksAtTheArraysOfBuses) {
+    NYX_NET_BUS *const bus = NYX_NET_BUS::allocate(m_db->find_local_module("first"), "b", 7, 0);
+    EXPECT_EQ(m_db->verify(), TEXTS());
+    bus->get_impl()->m_left_index = 10000;
+    const TEXTS faults = m_db->verify();
+    ASSERT_EQ(faults.size(), 1u);
+    EXPECT_EQ(faults[0].find("the array of a bus"), 0u) << faults[0];
+    bus->get_impl()->m_left_index = 7;
+}
+
+TEST_F(ImageCheck, VerifyLooksAtTheListsOfInterfaces) {
+    NYX_MODULE *const module = NYX_MODULE::allocate(m_db, "with_interface", 1);
+    NYX_INTERFACE *const interface = NYX_INTERFACE::allocate(module, "i");
+    interface->add_port(NYX_PORT::allocate(module, "p", 0));
+    EXPECT_EQ(m_db->verify(), TEXTS());
+    // Allocator, start, size, capacity.
+    auto *const words = static_cast<std::uint64_t *>(interface->get_impl()->m_ports_ptr.get());
+    for (const int at : {0, 1, 2, 3}) {
+        const std::uint64_t kept = std::exchange(words[at], words[at] + 4096);
+        const TEXTS faults = m_db->verify();
+        ASSERT_EQ(faults.size(), 1u) << at;
+        EXPECT_EQ(faults[0].find("the members of an interface"), 0u) << faults[0];
+        words[at] = kept;
+    }
+    EXPECT_EQ(m_db->verify(), TEXTS());
 }
 
 } // namespace

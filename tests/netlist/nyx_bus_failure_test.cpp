@@ -17,6 +17,8 @@ protected:
 };
 TYPED_TEST_SUITE(BusFailure, KINDS);
 
+using PortBusDeathTest = BUS_TEST<PORTS>;
+
 template <class KIND>
 class BusDeathTest : public BUS_TEST<KIND> {};
 TYPED_TEST_SUITE(BusDeathTest, KINDS);
@@ -199,6 +201,30 @@ TYPED_TEST(BusFailure, KeepsItsNameWhenTheNewOneIsEmpty) {
     EXPECT_RAISED(bus->set_name(""), NYX_INVALID_ARGUMENT, TypeParam::s_unnamed,
                   std::string(NYX_OBJECT_TRAITS<typename TypeParam::BUS>::s_name) + "::set_name");
     EXPECT_EQ(bus->get_name(), "a");
+}
+
+TYPED_TEST(BusDeathTest, HasNoPositionOutsideItsRangeByAVectorOfOne) {
+    auto *const bus = TypeParam::BUS::allocate(this->module, "a", 3, 1);
+    EXPECT_DEATH(TypeParam::set(bus, std::vector<int>{0}, this->make("x")), "Index too small");
+}
+
+TEST_F(PortBusDeathTest, TakesNoPortThatIsDeleted) {
+    NYX_PORT_BUS *const bus = NYX_PORT_BUS::allocate(module, "a", 0, 0);
+    NYX_PORT *const deleted = *module->iter_ports().begin();
+    EXPECT_DEATH(bus->set_port(0, deleted), "This port has not been allocated yet");
+}
+
+TEST_F(PortBusDeathTest, WithAMemberOfAnotherModuleIsTakenOutOfItsOwnListAlone) {
+    NYX_MODULE *const other = make_module(db, "n", {"b"});
+    NYX_PORT_BUS *const bus = NYX_PORT_BUS::allocate(module, "v", 0, 0);
+    NYX_PORT_BUS::allocate(other, "w", 0, 0);
+    bus->set_port(0, other->find_port("b"));
+    EXPECT_EQ(nyx_check_netlist(*root_of(db)), STRINGS({"module 'm' (1): port bus 'v' (0): port " +
+                                                        std::to_string(other->get_impl()->m_first_port.get()) +
+                                                        " is in it, but not one of the module"}));
+    bus->deallocate();
+    EXPECT_TRUE(module->iter_port_buses().empty());
+    EXPECT_EQ(names_of(other->iter_port_buses()), STRINGS({"w"}));
 }
 
 } // namespace

@@ -232,4 +232,54 @@ TYPED_TEST(Bus, SurvivesASaveAndALoad) {
     loaded->close();
 }
 
+using NetBus = BUS_TEST<NETS>;
+
+TYPED_TEST(Bus, IsFoundAmongManyWhateverChanges) {
+    using OWN_BUS = typename TypeParam::BUS;
+    std::vector<OWN_BUS *> buses;
+    for (int i = 0; i < 40; ++i)
+        buses.push_back(OWN_BUS::allocate(this->module, "b" + std::to_string(i), 0, 0));
+    EXPECT_EQ(TypeParam::find(this->module, "b0"), buses[0]);
+    buses[0]->set_name("x");
+    EXPECT_EQ(TypeParam::find(this->module, "b0"), nullptr);
+    EXPECT_EQ(TypeParam::find(this->module, "x"), buses[0]);
+    buses[1]->deallocate();
+    EXPECT_EQ(TypeParam::find(this->module, "b1"), nullptr);
+    OWN_BUS *const newest = OWN_BUS::allocate(this->module, "b2", 0, 0);
+    EXPECT_EQ(TypeParam::find(this->module, "b2"), newest);
+    newest->deallocate();
+    EXPECT_EQ(TypeParam::find(this->module, "b2"), buses[2]);
+}
+
+TYPED_TEST(Bus, IsWholeWhenObserversHearOfItsDeletion) {
+    using OWN_BUS = typename TypeParam::BUS;
+    struct LISTENER : NYX_OBSERVER<OWN_BUS> {
+        LISTENER() : NYX_OBSERVER<OWN_BUS>(1) { NYX_OBSERVER<OWN_BUS>::set_enabled(true); }
+        ~LISTENER() override { NYX_OBSERVER<OWN_BUS>::set_enabled(false); }
+        void deallocated(OWN_BUS *object, NYX_MODULE *parent) override {
+            members = names_of(TypeParam::iter(object));
+            found = TypeParam::find(parent, "a") == object;
+        }
+        STRINGS members;
+        bool found = false;
+    } listener;
+    auto *const bus = this->make_full("a", 1, 0);
+    bus->deallocate();
+    EXPECT_EQ(listener.members, STRINGS({"a1", "a0"}));
+    EXPECT_TRUE(listener.found);
+}
+
+TEST_F(NetBus, KnowsItsModuleByAConnectionOfANet) {
+    NYX_NET_BUS *const bus = make_full("a", 1, 0);
+    // No search would find it now.
+    module->remove_net_bus(bus);
+    NYX_INSTANCE *const u = NYX_INSTANCE::allocate(module, "u", make_module(db, "cell", {"p"}));
+    u->find_inst_port("p")->connect((*bus)[0]);
+    EXPECT_EQ(bus->find_parent(), module);
+    u->find_inst_port("p")->disconnect();
+    NYX_PORT::allocate(module, "q", 0, (*bus)[0]);
+    EXPECT_EQ(bus->find_parent(), module);
+    module->add_net_bus(bus);
+}
+
 } // namespace

@@ -2,6 +2,9 @@
 
 #include "netlist/nyx_inst_header_table.h"
 #include "netlist_test_support.h"
+#include "support/temp_dir.h"
+
+#include <cstdint>
 
 using namespace netlist_test;
 
@@ -281,4 +284,50 @@ TEST_F(HEADER, TakesItsValuesAlong) {
     u->get_inst_header()->set_property("mark", 1);
     u->deallocate();
     EXPECT_FALSE(make_instance("v", cell)->get_inst_header()->has_property("mark"));
+}
+
+TEST_F(HEADER, CachesOfTheDatabasesThatAreReferredToAreSwitchedOnlyOnDemand) {
+    make_instance("u", cell);
+    db->enable_cache(false, false, true);
+    EXPECT_NE(lib->get_cache(), nullptr);
+    db->enable_cache(false, false, false);
+    EXPECT_EQ(lib->get_cache(), nullptr);
+    db->enable_cache(true, false, false);
+    EXPECT_NE(lib->get_cache(), nullptr);
+}
+
+TEST(InstHeaderKey, IsHashedAsInStoredMaps) {
+    const auto mix = [](std::uint64_t seed, std::uint64_t value) {
+        constexpr std::uint64_t factor = 0xc6a4a7935bd1e995;
+        value *= factor;
+        value ^= value >> 47;
+        value *= factor;
+        return (seed ^ value) * factor + 0xe6546b64;
+    };
+    const std::uint64_t expected = mix(mix(mix(mix(0, 9), 7), 1), 0xcbf29ce484222325);
+    EXPECT_EQ(hash_value(INST_HEADER_KEY("", true, NYX_NAME_ID(7), NYX_NAME_ID(9))), expected);
+}
+
+TEST(HeaderFile, LinkIntoItsOwnGroupSurvivesASaveAndALoad) {
+    const TEMP_DIR dir;
+    const std::string top_path = (dir / "gtop.nyx").string();
+    const std::string part_path = (dir / "gpart.nyx").string();
+    NYX_DB *const part = NYX_DB::create(part_path.c_str(), 16, NYX_DB_TYPE::USER, "gpart", "work");
+    NYX_DB *const design = NYX_DB::create(top_path.c_str(), 16, NYX_DB_TYPE::USER, "gtop", "work");
+    NYX_INSTANCE::allocate(make_module(design, "top"), "u", make_module(part, "block", {"a"}));
+    design->close();
+    part->close();
+    NYX_DB *const loaded_part = NYX_DB::open(part_path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY, "gpart", "work");
+    NYX_DB *const loaded = NYX_DB::open(top_path.c_str(), NYX_DB::ACCESS_MODE::MODIFY, "gtop", "work");
+    NYX_INSTANCE *const u = loaded->find_local_module("top")->find_instance("u");
+    EXPECT_TRUE(u->get_inst_header()->get_is_user_group());
+    EXPECT_EQ(u->get_inst_header()->get_reference_count(), 1u);
+    EXPECT_EQ(u->get_module(), loaded_part->find_local_module("block"));
+    u->deallocate();
+    EXPECT_FALSE(root_of(loaded)->has_inst_headers());
+    loaded->disable_commit_on_close();
+    CAPTURING_SINK quiet;
+    loaded->purge();
+    if (!NYX_DB_IMPL::is_closed(*loaded_part))
+        loaded_part->purge();
 }

@@ -2,6 +2,8 @@
 
 #include "netlist_test_support.h"
 
+#include <utility>
+
 using namespace netlist_test;
 
 namespace {
@@ -127,4 +129,29 @@ TEST_F(INST_PORT, HasTheNameThatThePortHasInItsOwnDatabase) {
     NYX_INSTANCE *const v = make_instance("v", make_module(lib, "remote", {"clk", "rst"}));
     EXPECT_EQ(names_of(v->iter_inst_ports()), (STRINGS{"clk", "rst"}));
     EXPECT_EQ(v->find_inst_port("rst")->get_name({.with_parent = true}), "v|rst");
+}
+
+TEST_F(INST_PORT, KnowsItsPortWhereverItsRowLies) {
+    // Runs of several lengths over several pages, with gaps, with empty rows, and with runs between them given back.
+    const std::vector<NYX_MODULE *> modules = {make_module(db, "m1", {"a"}), make_module(db, "m4", {"a", "", "c", "d"}),
+                                               make_module(db, "m12", STRINGS(12, "p"))};
+    std::vector<NYX_INSTANCE *> instances;
+    for (unsigned i = 0; i < 300; ++i)
+        instances.push_back(make_instance("i" + std::to_string(i), modules[i % modules.size()]));
+    for (unsigned i = 0; i < instances.size(); i += 7)
+        std::exchange(instances[i], nullptr)->deallocate();
+    for (unsigned i = 2; i < instances.size(); i += 5) {
+        if (instances[i] != nullptr && instances[i]->get_module() == modules[2])
+            instances[i]->get_inst_port_by_index(i % 12)->deallocate();
+    }
+    unsigned checked = 0;
+    for (const NYX_INSTANCE *const instance : instances) {
+        for (unsigned i = 0; instance != nullptr && i < instance->get_num_inst_ports(); ++i) {
+            if (const NYX_INST_PORT *const inst_port = instance->get_inst_port_by_index(i)) {
+                ASSERT_EQ(inst_port->get_port(), instance->get_module()->get_port_by_index(i));
+                ++checked;
+            }
+        }
+    }
+    EXPECT_GT(checked, 1000u);
 }

@@ -291,3 +291,33 @@ TEST_F(CHANGE, ThatFindsNoRoomChangesNothing) {
     EXPECT_EQ(references(wide), made);
     EXPECT_EQ(references(abc), 1u);
 }
+
+TEST_F(CHANGE, ToThePresentModuleByOtherNamesSwapsInstPorts) {
+    NYX_MODULE *const ab = make_module(db, "ab", {"a", "b"});
+    NYX_INSTANCE *const u = make_instance("u", ab);
+    EXPECT_EQ(names_of(ab->iter_instances_of()), STRINGS({"u"})); // indexed from here on
+    u->find_inst_port("a")->connect(NYX_NET::allocate(top, "n"));
+    u->change_module(ab, {{"a", "b"}, {"b", "a"}});
+    EXPECT_EQ(u->find_inst_port("a")->get_net(), nullptr);
+    EXPECT_EQ(u->find_inst_port("b")->get_net(), top->find_net("n"));
+    EXPECT_EQ(references(ab), 1u);
+    EXPECT_EQ(names_of(ab->iter_instances_of()), STRINGS({"u"}));
+    u->deallocate();
+    EXPECT_TRUE(ab->iter_instances_of().empty());
+}
+
+TEST_F(CHANGE, IsToldAsMovesWhenThePresentModuleHasTheCountAndTheOldOneHasNot) {
+    struct LISTENER : NYX_OBSERVER<NYX_INST_PORT> {
+        LISTENER() : NYX_OBSERVER(1) { set_enabled(true); }
+        ~LISTENER() override { set_enabled(false); }
+        void moved(NYX_INST_PORT *, NYX_INST_PORT *to) override {
+            counts.push_back(references(old_module));
+            counts.push_back(references(to->get_inst()->get_module()));
+        }
+        NYX_MODULE *old_module = nullptr;
+        std::vector<unsigned> counts;
+    } listener;
+    listener.old_module = make_module(db, "a", {"a"});
+    make_instance("u", listener.old_module)->change_module(make_module(db, "ba", {"b", "a"}));
+    EXPECT_EQ(listener.counts, (std::vector<unsigned>{0, 1}));
+}

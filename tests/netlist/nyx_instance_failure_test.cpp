@@ -5,6 +5,9 @@
 #include "netlist/nyx_instance_table.h"
 #include "netlist/nyx_module_table.h"
 #include "netlist_test_support.h"
+#include "traits/nyx_builtin_traits.h"
+
+#include <utility>
 
 using namespace netlist_test;
 
@@ -241,4 +244,34 @@ TEST_F(USERS_DEATH, OfAnInstanceThatIsNotInTheIndex) {
     NYX_MODULE *const unknown = make_module(db, "unknown");
     EXPECT_DEATH(nyx_notify<NYX_INSTANCE>(&NYX_OBSERVER<NYX_INSTANCE>::module_changed, v, unknown),
                  "it != linker->m_instances_of_module.end\\(\\)");
+}
+
+TEST_F(INSTANCE_DEATH, ChangedToAModuleOfADevice) {
+    SCOPED_DB device("device", NYX_DB_TYPE::DEVICE);
+    NYX_INSTANCE *const u = make_instance("u", cell);
+    NYX_MODULE *const in_device = make_module(device, "m", {"a"});
+    EXPECT_DEATH(u->change_module(in_device),
+                 "!top_db->is_device\\(\\) && !leaf_db->is_device\\(\\): Device dbs are not supported");
+}
+
+TEST_F(INST_PORT_DEATH, ThatIsMadeOnANetOfAnotherDatabase) {
+    NYX_INSTANCE *const u = make_instance("u", cell);
+    u->find_inst_port("a")->deallocate();
+    SCOPED_DB lib("lib", NYX_DB_TYPE::COMPONENT);
+    NYX_NET *const foreign = NYX_NET::allocate(make_module(lib, "m"), "n");
+    EXPECT_DEATH(NYX_INST_PORT::allocate(u, cell->find_port("a"), foreign),
+                 "Inst port and net need to be in the same database");
+}
+
+TEST_F(INSTANCE_DEATH, WithoutTheTraitsOfInitialValues) {
+    NYX_INSTANCE *const u = make_instance("u", cell);
+    u->set_initial_value(true);
+    NYX_BUILTIN_TRAITS &traits = *NYX_DB_IMPL::of(*db).m_builtin_traits;
+    NYX_BOOL_TRAIT *const value = std::exchange(traits.m_instance_init_value_trait, nullptr);
+    EXPECT_DEATH(u->get_initial_value(), "check failed: trait \\[");
+    EXPECT_DEATH(u->set_initial_value(true), "check failed: trait \\[");
+    traits.m_instance_init_value_trait = value;
+    NYX_BOOL_TRAIT *const has_value = std::exchange(traits.m_instance_has_init_value_trait, nullptr);
+    EXPECT_DEATH(u->has_initial_value(), "check failed: trait \\[");
+    traits.m_instance_has_init_value_trait = has_value;
 }

@@ -437,3 +437,53 @@ TEST_F(INSTANCE, ShowsItsFlags) {
     *root_of(db)->table<NYX_INSTANCE>().m_trait_bits.get(NYX_INSTANCE_TABLE::get_id(u->get_impl())) = 2;
     EXPECT_FALSE(u->has_trait(NYX_INSTANCE::mux_type));
 }
+
+TEST_F(INSTANCE, LeavesItsBusItsModuleAndItsValuesBeforeItsConnectionsEnd) {
+    struct LISTENER : NYX_OBSERVER<NYX_INST_PORT> {
+        explicit LISTENER(NYX_MODULE *of) : NYX_OBSERVER(1), parent(of) { set_enabled(true); }
+        ~LISTENER() override { set_enabled(false); }
+        void pre_disconnect(NYX_INST_PORT *told) override {
+            ++events;
+            EXPECT_EQ(told->get_inst()->get_bus(), nullptr);
+            EXPECT_TRUE(parent->contains_no_instances());
+            EXPECT_FALSE(told->get_inst()->has_initial_value());
+        }
+        NYX_MODULE *parent;
+        int events = 0;
+    } listener(top);
+    NYX_INSTANCE *const u = make_instance("u", cell);
+    NYX_INSTANCE_BUS::allocate(top, "u", 0, 0)->set_instance(0, u);
+    u->set_initial_value(true);
+    u->find_inst_port("a")->connect(NYX_NET::allocate(top, "n"));
+    u->deallocate();
+    EXPECT_EQ(listener.events, 1);
+}
+
+TEST_F(INSTANCE, IsToldOfWhileItIsInItsBusWithItsValues) {
+    struct LISTENER : NYX_OBSERVER<NYX_INSTANCE> {
+        LISTENER() : NYX_OBSERVER(1) { set_enabled(true); }
+        ~LISTENER() override { set_enabled(false); }
+        void deallocated(NYX_INSTANCE *told, NYX_MODULE *parent) override {
+            ++events;
+            EXPECT_NE(told->get_bus(), nullptr);
+            EXPECT_TRUE(told->has_initial_value());
+            EXPECT_EQ(parent->get_num_instances(), 1u);
+        }
+        int events = 0;
+    } listener;
+    NYX_INSTANCE *const u = make_instance("u", cell);
+    NYX_INSTANCE_BUS::allocate(top, "u", 0, 0)->set_instance(0, u);
+    u->set_initial_value(true);
+    u->deallocate();
+    EXPECT_EQ(listener.events, 1);
+}
+
+TEST_F(INSTANCE, OfAVariantIsRefusedAndLeavesNothing) {
+    SCOPED_DB working("working", NYX_DB_TYPE::WORKING_LIBRARY);
+    NYX_MODULE *const variant = make_module(working, "m", {"a"});
+    EXPECT_EQ(raised<NYX_RUNTIME_ERROR>([&] { make_instance("u", variant); }),
+              RAISED("Cannot use module m: instances of modules in definition libraries are not supported",
+                     "NYX_INSTANCE::allocate"));
+    EXPECT_EQ(top->get_num_instances(), 0u);
+    EXPECT_FALSE(root_of(db)->has_inst_headers());
+}

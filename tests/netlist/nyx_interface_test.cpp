@@ -1,6 +1,9 @@
 #include "bus_test_support.h"
 
+#include "netlist/nyx_interface_members.h"
+#include "netlist/nyx_port_table.h"
 #include "support/temp_dir.h"
+#include "traits/nyx_builtin_traits.h"
 
 using namespace bus_test;
 
@@ -293,6 +296,120 @@ TEST_F(InterfaceDeathTest, RemovesOnlyItsMembers) {
     EXPECT_DEATH(interface->remove_port_bus(bus), text);
     // It is in the interface by its bus.
     EXPECT_DEATH(other->remove_port(port("v0")), text);
+}
+
+TEST_F(Interface, IsFoundAmongManyWhateverChanges) {
+    std::vector<NYX_INTERFACE *> many;
+    for (int n = 0; n < 40; ++n)
+        many.push_back(NYX_INTERFACE::allocate(module, "i" + std::to_string(n)));
+    EXPECT_EQ(module->find_interface("i0"), many[0]);
+    many[0]->set_name("x");
+    EXPECT_EQ(module->find_interface("i0"), nullptr);
+    EXPECT_EQ(module->find_interface("x"), many[0]);
+    many[1]->deallocate();
+    EXPECT_EQ(module->find_interface("i1"), nullptr);
+}
+
+TEST_F(Interface, HasItsMembersWhenObserversHearOfItsDeletion) {
+    struct LISTENER : NYX_OBSERVER<NYX_INTERFACE> {
+        LISTENER() : NYX_OBSERVER<NYX_INTERFACE>(1) { set_enabled(true); }
+        ~LISTENER() override { set_enabled(false); }
+        void deallocated(NYX_INTERFACE *object, NYX_MODULE *) override {
+            members = names_of(object->iter_ports());
+            buses = names_of(object->iter_port_buses());
+        }
+        STRINGS members, buses;
+    } listener;
+    interface->add_port(port("a"));
+    interface->add_port_bus(bus);
+    interface->deallocate();
+    EXPECT_EQ(listener.members, STRINGS({"a"}));
+    EXPECT_EQ(listener.buses, STRINGS({"v"}));
+}
+
+// Whether the lists of interfaces and what their members say agree.
+TEST_F(Interface, ThatDiffersFromWhatItsMembersSayIsFoundByTheCheck) {
+    interface->add_port(port("a"));
+    interface->add_port_bus(bus);
+    expect_sound(db);
+    const NYX_BUILTIN_TRAITS &traits = NYX_BUILTIN_TRAITS::of(db);
+    const auto id_of = [this](const char *name) {
+        return std::to_string(NYX_PORT_TABLE::get_id(port(name)->get_impl()).get());
+    };
+    port("b")->set_value(traits.m_port_interface_id_trait, 0);
+    port("a")->set_value(traits.m_port_interface_id_trait, -1);
+    bus->set_value(traits.m_port_bus_interface_id_trait, 7);
+    EXPECT_EQ(nyx_check_netlist(*root_of(db)),
+              STRINGS({"port " + id_of("b") + " says that it is in interface 0, which does not list it",
+                       "port " + id_of("a") + " is in the list of interface 0, but does not say so",
+                       "port bus 0 says that it is in interface 7, which does not list it",
+                       "port bus 0 is in the list of interface 0, but does not say so"}));
+    bus->set_value(traits.m_port_bus_interface_id_trait, 0);
+    port("b")->set_value(traits.m_port_interface_id_trait, -1);
+    port("a")->set_value(traits.m_port_interface_id_trait, 0);
+}
+
+TEST_F(Interface, ThatListsPortsOfAnotherModuleOrTwiceIsFoundByTheCheck) {
+    interface->add_port(port("a"));
+    interface->add_port(port("b"));
+    NYX_MODULE *const other = make_module(db, "n", {"p"});
+    auto &members = *nyx_interface_members<NYX_PORT>(interface->get_impl());
+    const auto expect_fault = [this](const std::string &text) {
+        const STRINGS faults = nyx_check_netlist(*root_of(db));
+        ASSERT_FALSE(faults.empty());
+        EXPECT_EQ(faults.front(), "module 'm' (1): interface 'i' (0): " + text);
+    };
+    const auto id_of = [](NYX_PORT *of) { return std::to_string(NYX_PORT_TABLE::get_id(of->get_impl()).get()); };
+    members[1] = other->find_port("p");
+    expect_fault("port " + id_of(other->find_port("p")) + " is in its list, but not one of the module");
+    members[1] = port("a");
+    expect_fault("port " + id_of(port("a")) + " is in a list of an interface twice");
+    members[1] = reinterpret_cast<NYX_PORT *>(&members);
+    expect_fault("a port in its list does not exist");
+    members[1] = port("b");
+}
+
+TEST_F(InterfaceDeathTest, DoesNotTakeOutWhatItDoesNotList) {
+    const NYX_BUILTIN_TRAITS &traits = NYX_BUILTIN_TRAITS::of(db);
+    port("a")->set_value(traits.m_port_interface_id_trait, 0);
+    EXPECT_DEATH(interface->remove_port(port("a")), "check failed: members");
+    interface->add_port(port("b"));
+    EXPECT_DEATH(interface->remove_port(port("a")), "check failed: place != members->end\\(\\)");
+    port("a")->set_value(traits.m_port_interface_id_trait, -1);
+}
+
+TEST_F(Interface, OfABusLeadsOverTheNetsOfItsPorts) {
+    NYX_INTERFACE *const other = NYX_INTERFACE::allocate(module, "j");
+    other->add_port(port("a"));
+    interface->add_port_bus(bus);
+    NYX_NET *const net = NYX_NET::allocate(module, "n");
+    port("v0")->connect(net);
+    port("a")->connect(net);
+    EXPECT_EQ(names_of(interface->get_interface_net().iter_interfaces()), STRINGS({"j", "i"}));
+}
+
+TEST_F(Interface, IsSeenOnInstancesInAnotherDatabase) {
+    SCOPED_DB lib("lib", NYX_DB_TYPE::COMPONENT);
+    NYX_MODULE *const cell = make_module(lib, "cell", {"a", "b"});
+    NYX_INTERFACE *const remote = NYX_INTERFACE::allocate(cell, "r");
+    remote->add_port(cell->find_port("a"));
+    NYX_INSTANCE *const u = make_instance("u", cell);
+    NYX_INSTANCE *const w = make_instance("w", cell);
+    NYX_NET *const n = NYX_NET::allocate(top, "n");
+    u->find_inst_port("a")->connect(n);
+    w->find_inst_port("a")->connect(n);
+    const NYX_INTERFACE_INSTANCE value(u, remote);
+    EXPECT_EQ(value.get_db(), static_cast<NYX_DB *>(db));
+    EXPECT_EQ(value.get_interface_net().iter_interface_instances().size(), 2u);
+}
+
+TEST_F(Interface, ComesOverAPortThatWasPutInABusOnce) {
+    interface->add_port(port("a"));
+    NYX_PORT_BUS *const own = NYX_PORT_BUS::allocate(module, "w", 0, 0);
+    own->set_port(0, port("a"));
+    interface->add_port_bus(own);
+    NYX_INSTANCE *const u = make_instance("u", module);
+    EXPECT_EQ(names_of(u->get_interface_instance(interface).iter_inst_ports()), STRINGS({"a"}));
 }
 
 } // namespace

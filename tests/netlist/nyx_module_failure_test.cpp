@@ -1,6 +1,10 @@
 #include "netlist_test_support.h"
 
 #include "netlist/nyx_chain.h"
+#include "traits/nyx_builtin_traits.h"
+
+#include <functional>
+#include <utility>
 
 using namespace netlist_test;
 
@@ -104,6 +108,35 @@ TEST_F(ModuleDeathTest, NullInTheListsDies) {
     EXPECT_DEATH(top->add_net(nullptr), check_text("net", ""));
     EXPECT_DEATH(top->remove_instance(nullptr), check_text("instance", ""));
     EXPECT_DEATH(top->remove_interface(nullptr), check_text("interface", ""));
+}
+
+TEST_F(ModuleDeathTest, NullArgumentsDie) {
+    EXPECT_DEATH(NYX_MODULE::allocate(nullptr, "m", 0), check_text("db", ""));
+    EXPECT_DEATH(NYX_MODULE::match_wildcard(nullptr, "a"), check_text("pattern", ""));
+    EXPECT_DEATH(NYX_MODULE::match_wildcard("a", nullptr), check_text("text", ""));
+    EXPECT_DEATH(top->find_instances(nullptr), check_text("pattern", ""));
+    NYX_NET *const net = NYX_NET::allocate(top, "n");
+    EXPECT_DEATH(net->add_port(nullptr), check_text("port", ""));
+    EXPECT_DEATH(net->remove_inst_port(nullptr), check_text("inst_port", ""));
+    EXPECT_DEATH(make_instance("u", make_module(db, "leaf"))->get_inst_port_for_port(nullptr), check_text("port", ""));
+}
+
+TEST_F(ModuleDeathTest, WithoutTheTraitsOfItsOriginDies) {
+    NYX_BUILTIN_TRAITS &traits = *NYX_DB_IMPL::of(*db).m_builtin_traits;
+    const auto dies_without = [](auto *&trait, const char *text, const std::vector<std::function<void()>> &calls) {
+        auto *const kept = std::exchange(trait, nullptr);
+        for (const auto &call : calls)
+            EXPECT_DEATH(call(), std::string("check failed: ") + text + " \\[");
+        trait = kept;
+    };
+    dies_without(traits.m_module_case_sensitivity_trait, "cs_trait",
+                 {[this] { top->get_case_sensitivity(); }, [this] { top->set_case_sensitivity(true); }});
+    dies_without(traits.m_module_is_encrypted_trait, "enc_trait",
+                 {[this] { top->is_encrypted(); }, [this] { top->set_is_encrypted(true); }});
+    dies_without(traits.m_module_entity_name_trait, "entity_trait",
+                 {[this] { top->get_entity_name(); }, [this] { top->set_entity_name("e"); }});
+    dies_without(traits.m_module_library_name_trait, "library_trait",
+                 {[this] { top->get_library_name(); }, [this] { top->set_library_name("l"); }});
 }
 
 } // namespace

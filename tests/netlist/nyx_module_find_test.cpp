@@ -423,4 +423,10 @@ TEST_F(ModuleWalk, FindsPowerAndGroundNets) {
     EXPECT_EQ(top->find_const_nets(), (std::set<NYX_NET *>{vdd, vss}));
 }
 
+TEST_F(ModuleFindInstance, FindsANumberBehindTheNameOfABusBit) {
+    NYX_INSTANCE *const u = NYX_INSTANCE::allocate(top, "g[3]", make_module(db, "leaf"), true);
+    EXPECT_EQ(u->get_name(), "g[3]_0");
+    EXPECT_EQ(top->find_instance("g[3]_0"), u);
+}
+
 } // namespace

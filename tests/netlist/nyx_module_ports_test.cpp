@@ -431,4 +431,32 @@ TEST_F(ModulePorts, SurviveManyChangesWithAllThatHangsOnThem) {
     EXPECT_GT(next, 30);
 }
 
+TEST_F(ModulePorts, MovesOfInstPortsAreToldWhenAllInstancesHaveFollowed) {
+    struct LISTENER : NYX_OBSERVER<NYX_INST_PORT> {
+        explicit LISTENER(NYX_MODULE *of) : NYX_OBSERVER(1), module(of) { set_enabled(true); }
+        ~LISTENER() override { set_enabled(false); }
+        void moved(NYX_INST_PORT *, NYX_INST_PORT *) override {
+            ++events;
+            for (const NYX_INSTANCE *const instance : module->iter_instances_of())
+                EXPECT_EQ(instance->get_num_inst_ports(), module->get_num_ports());
+        }
+        NYX_MODULE *module;
+        int events = 0;
+    } listener(make_module(db, "leaf", {"a"}));
+    make_instance("u", listener.module);
+    make_instance("v", listener.module);
+    listener.module->increase_num_ports(1);
+    EXPECT_EQ(listener.events, 2);
+}
+
+TEST_F(ModulePorts, OfABusOfAnotherModuleStopTheMoveBeforeItBegins) {
+    NYX_MODULE *const module = make_module(db, "m", {"a"});
+    NYX_MODULE *const other = make_module(db, "n", {"b"});
+    NYX_PORT_BUS *const bus = NYX_PORT_BUS::allocate(module, "v", 0, 0);
+    bus->set_port(0, other->get_port_by_index(0));
+    EXPECT_DEATH(module->increase_num_ports(1), "Port bus v has a member that is not a port of module m");
+    EXPECT_DEATH(other->increase_num_ports(1), "Port b is in a bus that is not one of module n");
+    bus->set_port(0, nullptr);
+}
+
 } // namespace

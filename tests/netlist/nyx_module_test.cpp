@@ -600,4 +600,49 @@ TEST_F(ModuleBounds, AreInvertedWithNothingInThem) {
     EXPECT_EQ(top->get_bounds(), NYX_BOX());
 }
 
+TEST_F(ModuleRename, ToANameThatAHeaderHoldsIsRefusedBeforeAnyChange) {
+    const SCOPED_DB library("library", NYX_DB_TYPE::COMPONENT);
+    NYX_MODULE *const x = make_module(library, "x", {"a"});
+    NYX_INSTANCE *const u = make_instance("u", x);
+    SCOPED_DB other("other");
+    NYX_INSTANCE *const w = NYX_INSTANCE::allocate(make_module(other, "top"), "w", x);
+    // Of the header of this one the module is not there.
+    NYX_MODULE *const y = make_module(library, "y", {"a"});
+    NYX_INST_HEADER *const stale = make_instance("v", y)->get_inst_header();
+    y->set_name("z");
+    stale->set_module_name("y");
+    EVENT_LOG log;
+    EXPECT_EQ(raised<NYX_RUNTIME_ERROR>([&] { x->set_name("y"); }),
+              std::pair(std::string("There is an inst header for module y in db library already"),
+                        std::string("NYX_MODULE::set_name")));
+    EXPECT_EQ(log.take(), STRINGS());
+    EXPECT_EQ(x->get_name(), "x");
+    EXPECT_EQ(library->find_local_module("x"), x);
+    EXPECT_EQ(library->find_local_module("y"), nullptr);
+    EXPECT_EQ(u->get_inst_header()->get_module_name(), "x");
+    EXPECT_EQ(w->get_inst_header()->get_module_name(), "x");
+    // Nothing is left under the new name, in whatever order the headers were tried.
+    stale->set_module_name("z");
+    x->set_name("y");
+    EXPECT_EQ(u->get_module(), x);
+    EXPECT_EQ(w->get_inst_header()->get_module_name(), "y");
+    expect_sound(other);
+}
+
+TEST_F(ModuleDeletion, TakesItsPortsOffNetsOfOtherModules) {
+    NYX_NET *const net = NYX_NET::allocate(top, "n");
+    NYX_MODULE *const module = make_module(db, "m", {"p"});
+    module->get_port_by_index(0)->connect(net);
+    module->deallocate();
+    EXPECT_TRUE(net->iter_ports().empty());
+}
+
+TEST_F(ModuleDeletion, TakesItsPortsOutOfBusesOfOtherModules) {
+    NYX_PORT_BUS *const bus = NYX_PORT_BUS::allocate(top, "v", 0, 0);
+    NYX_MODULE *const module = make_module(db, "m", {"p"});
+    bus->set_port(0, module->get_port_by_index(0));
+    module->deallocate();
+    EXPECT_EQ((*bus)[0], nullptr);
+}
+
 } // namespace

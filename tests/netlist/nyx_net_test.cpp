@@ -10,6 +10,7 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -639,6 +640,86 @@ TEST_F(Net, RenameIsSeenByLookUps) {
     net->set_name("m");
     EXPECT_EQ(m_top->find_net("n"), nullptr);
     EXPECT_EQ(m_top->find_net("m"), net);
+}
+
+TEST_F(Net, FlagsAreInTheirBits) {
+    NYX_NET *const net = make("n");
+    const auto bits = [net] { return static_cast<unsigned>(net->get_impl()->m_bits); };
+    net->set_is_power(true);
+    EXPECT_EQ(bits(), 1u);
+    net->set_is_power(false);
+    net->set_is_ground(true);
+    EXPECT_EQ(bits(), 2u);
+    net->set_initial_value(false);
+    EXPECT_EQ(bits(), 6u);
+    net->set_initial_value(true);
+    EXPECT_EQ(bits(), 14u);
+}
+
+TEST_F(Net, DeletionIsToldWhenItHasLeftItsBusAndNothingElse) {
+    struct LISTENER : NYX_OBSERVER<NYX_NET> {
+        LISTENER() : NYX_OBSERVER(1) { set_enabled(true); }
+        ~LISTENER() override { set_enabled(false); }
+        void deallocated(NYX_NET *told, NYX_MODULE *parent) override {
+            ++events;
+            EXPECT_EQ(told->get_bus(), nullptr);
+            EXPECT_TRUE(told->is_global());
+            EXPECT_TRUE(told->has_property("x"));
+            EXPECT_EQ(parent->get_num_nets(), 1u);
+        }
+        int events = 0;
+    } listener;
+    NYX_NET *const net = make("n[0]");
+    NYX_NET_BUS::allocate(m_top, "n", 0, 0)->set_net(0, net);
+    net->set_is_global(true);
+    net->set_property("x", 1);
+    net->deallocate();
+    EXPECT_EQ(listener.events, 1);
+}
+
+TEST_F(Net, MergeIntoItselfLooksForTheParentFirst) {
+    NYX_NET *const net = make("n");
+    m_top->remove_net(net);
+    EXPECT_EQ(thrown_by([&] { net->merge(net); }),
+              "net n doesn't belong to any module from function NYX_NET::get_parent");
+    m_top->add_net(net);
+}
+
+TEST_F(NetDeath, IsGlobalWithoutItsTraitEndsTheRun) {
+    NYX_NET *const net = make("n");
+    NYX_BUILTIN_TRAITS &traits = *NYX_DB_IMPL::of(*m_db).m_builtin_traits;
+    auto *const kept = std::exchange(traits.m_net_is_global_trait, nullptr);
+    EXPECT_DEATH(net->is_global(), "check failed: trait \\[");
+    EXPECT_DEATH(net->set_is_global(true), "check failed: trait \\[");
+    traits.m_net_is_global_trait = kept;
+}
+
+TEST_F(NetConvert, OfItselfKeepsItsValues) {
+    NYX_NET *const net = make("n", true);
+    net->set_is_global(true);
+    net->set_property("x", 1);
+    net->convert(net, false);
+    EXPECT_EQ(net->get_name(), "n");
+    EXPECT_TRUE(net->is_global());
+    EXPECT_TRUE(net->has_property("x"));
+}
+
+TEST_F(Net, ConnectedToAnotherModuleIsTakenOutOfItsOwnListAlone) {
+    NYX_MODULE *const other = NYX_MODULE::allocate(m_db, "other", 0);
+    NYX_NET *const kept = NYX_NET::allocate(other, "kept");
+    NYX_NET *const net = NYX_NET::allocate(other, "n");
+    m_p->connect(net); // a port of the wrong module
+    const STRINGS nets = nets_of(m_top);
+    net->deallocate();
+    EXPECT_EQ(nets_of(m_top), nets);
+    EXPECT_EQ(nets_of(other), STRINGS({"kept"}));
+    EXPECT_EQ(m_p->get_net(), nullptr);
+    EXPECT_EQ(kept->get_parent(), other);
+}
+
+TEST_F(NetDeath, TakingOutTheFirstOfAnotherListEndsTheRun) {
+    NYX_NET *const net = make("n");
+    EXPECT_DEATH(m_leaf->remove_net(net), "An object is not in the list that it is to be taken out of");
 }
 
 } // namespace

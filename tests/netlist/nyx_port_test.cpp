@@ -429,4 +429,29 @@ TEST_F(PortName, CannotBeEmpty) {
     EXPECT_EQ(log.take(), STRINGS());
 }
 
+TEST_F(PortDeletion, LeavesBusAndInterfaceBeforeItsInstPortsGoAndKeepsItsValuesUntilThen) {
+    struct LISTENER : NYX_OBSERVER<NYX_INST_PORT> {
+        explicit LISTENER(NYX_INTERFACE *of) : NYX_OBSERVER(1), interface(of) { set_enabled(true); }
+        ~LISTENER() override { set_enabled(false); }
+        void deallocated(NYX_INST_PORT *inst_port) override {
+            const NYX_PORT *const told = inst_port->get_port();
+            ++events;
+            EXPECT_EQ(told->get_bus(), nullptr);
+            EXPECT_TRUE(interface->iter_ports().empty());
+            EXPECT_EQ(told->get_src_location(), "f.v:12");
+            EXPECT_TRUE(told->has_property("weight"));
+            EXPECT_EQ(told->get_name(), "p");
+        }
+        NYX_INTERFACE *interface;
+        int events = 0;
+    } listener(NYX_INTERFACE::allocate(module, "itf"));
+    listener.interface->add_port(port);
+    NYX_PORT_BUS::allocate(module, "b", 0, 1)->set_port(1, port);
+    port->set_src_location("f.v", 12);
+    port->set_property("weight", 42);
+    make_instance("u", module);
+    port->deallocate();
+    EXPECT_EQ(listener.events, 1);
+}
+
 } // namespace

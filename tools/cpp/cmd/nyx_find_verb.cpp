@@ -175,6 +175,8 @@ private:
     }
 
     static const char *get_direction(const NYX_PORT *port) {
+        if (port == nullptr)
+            return "deleted"; // in the library, while this file was closed
         return port->is_input() ? "input" : port->is_output() ? "output" : port->is_bidir() ? "inout" : "port";
     }
 

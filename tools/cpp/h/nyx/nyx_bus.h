@@ -67,8 +67,9 @@ public:
     /// Raises NYX_INVALID_ARGUMENT "index I out of range [LEFT:RIGHT]". O(1).
     MEMBER *operator[](int index) const;
 
-    /// The module that has the bus: that of its first member. For a bus without members all modules are looked through;
-    /// ends the run with "Bus 'NAME' is empty and can't find its parent" ("Net bus ...", "bus ...") if none has it.
+    /// The module that has the bus: that of its first member that knows its own, as nets do by their connections. A bus
+    /// without any is looked for: its list is followed to the head, for which all modules are asked. Ends the run with
+    /// "Bus 'NAME' is empty and can't find its parent" ("Net bus ...", "bus ...") if none has it.
     NYX_MODULE *find_parent() const;
 
     /// \name Name
@@ -140,13 +141,17 @@ public:
     std::vector<NYX_PORT *> get_ports(const std::string &query) const;
 
     /// Puts a port that is in no bus at an index that is free, or with null takes the one that is there out. Ends the
-    /// run: "port is already in a bus", "Index too small", "Index too large", "Index already in use". O(1).
+    /// run: "port is already in a bus", "Index too small", "Index too large", "Index already in use"; and for a port
+    /// that is deleted or of another database. That the port is one of the bus's module is not looked at here:
+    /// NYX_DB::verify() tells of one that is not. O(1).
     void set_port(int index, NYX_PORT *port);
-    /// The same with one number for each dimension; fails as get_port() does.
+    /// The same with one number for each dimension. Raises what get_port() does for a wrong vector and, where there are
+    /// several dimensions, for a wrong number; ends the run as the form above does in all other cases.
     void set_port(const std::vector<int> &index, NYX_PORT *port);
 
     /// Takes a port out and returns its index, that over all positions where there are several dimensions. Raises
-    /// NYX_INVALID_ARGUMENT "port must be non-null", and "port NAME doesn't belong to port bus NAME". O(size).
+    /// NYX_INVALID_ARGUMENT "port must be non-null", "port NAME doesn't belong to port bus NAME", and "port NAME is not
+    /// found on port bus NAME in module NAME". O(size).
     int remove_port(NYX_PORT *port);
 
     /// All positions from left to right; null where there is no port.

@@ -16,8 +16,8 @@ struct INST_HEADER_KEY;
 /// Making one, by making such an instance, throws NYX_INVALID_ARGUMENT "The module MODULE is in db DB from different
 /// user design group GROUP" for a module in a group that is not this database's, and NYX_RUNTIME_ERROR "Cannot create
 /// instance of module 'MODULE' from super-db 'DB' in its sub-db 'DB'" for one in a database that uses this one. It ends
-/// the run for a database without a name, and when there is a header for the module that was made for another number of
-/// ports.
+/// the run for a database without a name, when there is a header for the module that was made for another number of
+/// ports, and for a module of a group when this database is a component library, "db->is_user() && trait".
 ///
 /// A handle is its row's address: it owns nothing, and is valid until the object is deleted or the database closed.
 class NYX_API NYX_INST_HEADER : public NYX_OBJECT<NYX_INST_HEADER> {
@@ -31,7 +31,8 @@ public:
     std::string get_db_name() const;
     std::string get_module_name() const;
     /// Makes the header stand for the module of that name. What renames a module does this with its headers. Throws
-    /// NYX_INVALID_ARGUMENT "Module name cannot be empty".
+    /// NYX_INVALID_ARGUMENT "Module name cannot be empty", and NYX_RUNTIME_ERROR "There is an inst header for module
+    /// MODULE in db DB already" if that would make two of one.
     void set_module_name(const std::string &name);
 
     /// The ports that the module had when the header was made, or was told of last.
@@ -59,6 +60,7 @@ protected:
 
 private:
     friend class NYX_INSTANCE;
+    friend class NYX_MODULE; // it is renamed
     friend class NYX_RELATIVE_OBJECT;
     friend class NYX_DB_LINKER;
 
@@ -73,8 +75,17 @@ private:
 
     /// get_is_user_group, but false in a component library.
     bool links_to_user_group() const;
-    /// Files the header under another key.
-    void set_key(bool is_group_link, NYX_NAME_ID module_name_id, const char *function);
+    /// \name Change of the key
+    /// In two halves, so that several headers change together or not at all. The first one files the header under the
+    /// new key beside the present one, and is all that can fail: NYX_RUNTIME_ERROR "There is an inst header for module
+    /// MODULE in db DB already", in the name of `function`. leave_key() undoes it, take_key() carries it out.
+    /// \{
+    INST_HEADER_KEY enter_key(bool is_group_link, NYX_NAME_ID module_name_id, const char *function);
+    INST_HEADER_KEY enter_module_name(const std::string &name, const char *function);
+    void leave_key(const INST_HEADER_KEY &key);
+    void take_key(const INST_HEADER_KEY &key);
+    /// \}
+    INST_HEADER_KEY get_key() const;
 
     void set_num_ports(unsigned int num_ports);
     void increase_reference_count();

@@ -18,7 +18,8 @@ class NYX_API NYX_INST_PORT : public NYX_OBJECT<NYX_INST_PORT> {
 public:
     /// Fills the row of `port` in the run of `inst`; instances do it themselves for all ports that their base module
     /// has. A net, if given, is connected without telling observers of connections. Observers of inst ports are told.
-    /// Ends the run for null, for a port that is deleted or another module's, and for a row that is filled.
+    /// Ends the run for null, for a port that is deleted or another module's, for a row that is filled, and for a net
+    /// of another database.
     static NYX_INST_PORT *allocate(NYX_INSTANCE *inst, NYX_PORT *port, NYX_NET *net = nullptr);
 
     /// Disconnects the inst port, tells the observers, and empties the row, which stays in its run. Ends the run for an
@@ -26,7 +27,9 @@ public:
     void deallocate();
 
     /// Puts the inst port on a net of the instance's parent, at the front of the net's inst ports. Observers are told
-    /// before and after. Ends the run for null, and if the inst port is on a net. O(1).
+    /// before and after. Ends the run for null, for a net of another database, and if the inst port is on a net. That
+    /// the net is one of the parent is not looked at here, for nets don't know their module: NYX_DB::verify() tells of
+    /// one that is not. O(1).
     void connect(NYX_NET *net);
     /// Takes it off its net. Observers are told before and after. Ends the run if it is on none. O(1).
     void disconnect();
@@ -35,12 +38,14 @@ public:
     bool is_valid() const;
     /// Null for a row that holds no inst port.
     NYX_INSTANCE *get_inst() const;
-    /// The base module's port. Ends the run for a row that holds no inst port. O(1).
+    /// The base module's port. Null if it was deleted while this database was closed: NYX_MODULE::update_num_ports() of
+    /// the module takes such inst ports away. Ends the run for a row that holds no inst port. O(1).
     NYX_PORT *get_port() const;
     /// Null if it is not connected.
     NYX_NET *get_net() const;
 
-    /// The port's name. A style that shows the parent puts the instance's in front; the prefix is "INST_PORT:".
+    /// The port's name, "<deleted port INDEX>" if that is gone. A style that shows the parent puts the instance's in
+    /// front; the prefix is "INST_PORT:".
     std::string get_name(const NYX_NAME_STYLE &style = NYX_NAME_STYLE()) const;
     /// Replaces `result`.
     void get_name(std::string &result, const NYX_NAME_STYLE &style = NYX_NAME_STYLE()) const;

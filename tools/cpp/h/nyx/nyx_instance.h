@@ -10,6 +10,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// One use of a module, its base module or master, inside another one, its parent. It has an inst port for each port of
@@ -44,9 +45,10 @@ public:
     /// NAME in PARENT using null module"; "Cannot create an instance inside working library DB" and "Cannot create an
     /// instance inside definition library DB"; "Cannot specify parameters for non-definition module MODULE". Throws
     /// NYX_RUNTIME_ERROR "Cannot use module MODULE: instances of modules in definition libraries are not supported",
-    /// and what is told at NYX_INST_HEADER for modules that can't be referred to. boost::interprocess::bad_alloc when
-    /// the segment is full. Nothing is made in any of these cases. Ends the run for an empty name, a module inside
-    /// itself, and modules of or for a device in another database.
+    /// "Name index overflow for name: NAME" when the numbers of the name are used up, and what is told at
+    /// NYX_INST_HEADER for modules that can't be referred to. boost::interprocess::bad_alloc when the segment is full.
+    /// Nothing is made in any of these cases. Ends the run for an empty name, a module inside itself, and modules of or
+    /// for a device in another database.
     static NYX_INSTANCE *allocate(NYX_MODULE *parent, const std::string &name, NYX_MODULE *module,
                                   bool make_unique = false, const NYX_PARAM_VALUES *params = nullptr);
     /// The same, placed at `transform`, without number and parameters. The observers are told before it is placed.
@@ -105,7 +107,7 @@ public:
     unsigned int get_num_inst_ports() const;
     /// Null if the base module's port of that index is deleted. Ends the run for an index that no port has. O(1).
     NYX_INST_PORT *get_inst_port_by_index(unsigned int index) const;
-    /// Ends the run for a port of another module. O(1).
+    /// Ends the run for null and for a port of another module. O(1).
     NYX_INST_PORT *get_inst_port_for_port(const NYX_PORT *port) const;
     /// By the name of the base module's port, null if it has no such port. Costs what NYX_MODULE::find_port costs.
     NYX_INST_PORT *find_inst_port(const char *name) const;
@@ -148,7 +150,8 @@ public:
     std::string get_original_name() const;
     std::string debug_get_name() const;
     /// Changes the name, and the number: a new one with `make_unique`, else none. Observers are told. Throws
-    /// NYX_INVALID_ARGUMENT "Instance name cannot be empty".
+    /// NYX_INVALID_ARGUMENT "Instance name cannot be empty", and NYX_RUNTIME_ERROR "Name index overflow for name: NAME"
+    /// when the numbers of the name are used up.
     void set_name(const std::string &name, bool make_unique = false);
     /// \}
 
@@ -205,14 +208,21 @@ private:
     static void check_base_module(const NYX_DB_PERSISTENT *persistent, const NYX_MODULE *module,
                                   const NYX_PARAM_VALUES *params, const char *function);
 
-    /// Makes the run of inst ports `new_size` rows long and moves the inst ports in it as told; what is behind the end
-    /// of the map stays empty. Inst ports that the map leaves out must have been deleted. Net lists, traits and
-    /// properties follow, observers are told of each that moved, and the header is told the new length.
-    void update_inst_port_array(unsigned int new_size, const ROW_MAP &row_map);
+    /// Inst ports that have moved: from where, to where.
+    using INST_PORT_MOVES = std::vector<std::pair<NYX_INST_PORT *, NYX_INST_PORT *>>;
 
-    void move_inst_ports(unsigned int new_size, const ROW_MAP &row_map, NYX_INST_PORT_ID new_first);
-    /// The first row of a run for update_inst_port_array, the present one if that will do.
+    /// The first row of a run for update_inst_port_array(), the present one if that will do. All of a change of the run
+    /// that can fail.
     NYX_INST_PORT_ID reserve_run(unsigned int new_size, const ROW_MAP &row_map);
+    /// Makes `new_first` the run of inst ports, `new_size` rows long, and moves the inst ports into it as told; what is
+    /// behind the end of the map stays empty. Inst ports that the map leaves out must have been deleted. Net lists,
+    /// traits and properties follow, and the header is told the new length. What observers are to be told, when all is
+    /// where it belongs, is appended to `moves`.
+    void update_inst_port_array(unsigned int new_size, const ROW_MAP &row_map, NYX_INST_PORT_ID new_first,
+                                INST_PORT_MOVES &moves);
+    static void tell_moves(const INST_PORT_MOVES &moves);
+    /// Deletes the inst ports that the map leaves out: their ports have been deleted where that could not be told.
+    void deallocate_left_out(const ROW_MAP &row_map);
 
     void change_module_internal(NYX_MODULE *new_module, const PORT_NAME_MAP &port_names);
     /// Refers to another module, by the header if one is given. What was referred to is the caller's to release.

@@ -20,8 +20,8 @@
 #include <vector>
 
 /// An interface of the base module of an instance, as that instance has it. Default-constructed it is empty; all
-/// members but hash() and the comparisons raise NYX_RUNTIME_ERROR "MEMBER called on an invalid interface instance"
-/// then.
+/// members but the test for that, get_interface_net(), hash() and the comparisons raise NYX_RUNTIME_ERROR "MEMBER
+/// called on an invalid interface instance" then.
 class NYX_API NYX_INTERFACE_INSTANCE {
 public:
     NYX_INTERFACE_INSTANCE() = default;
@@ -48,7 +48,8 @@ public:
     boost::iterator_range<NYX_INTERFACE_INSTANCE_INST_PORT_ITER> iter_inst_ports() const;
 
     /// What is connected to these inst ports. Raises NYX_INVALID_ARGUMENT "Interface instance must be valid" when
-    /// empty.
+    /// empty. Ends the run if the instance has no inst port for one of the ports; members that are only met on the way
+    /// may lack some.
     NYX_INTERFACE_NET get_interface_net() const;
 
     std::size_t hash() const;
@@ -66,7 +67,8 @@ struct std::hash<NYX_INTERFACE_INSTANCE> {
     std::size_t operator()(const NYX_INTERFACE_INSTANCE &value) const { return value.hash(); }
 };
 
-/// \internal The ports of an interface: the single ones, then those of each port bus.
+/// \internal The ports of an interface, each once: the single ones, then those of each port bus. A single port that was
+/// put in a bus afterwards is one of the bus.
 class NYX_API NYX_INTERFACE_PORT_WALK {
 public:
     NYX_INTERFACE_PORT_WALK() = default;

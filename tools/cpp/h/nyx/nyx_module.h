@@ -36,16 +36,17 @@ public:
     /// \{
 
     /// Creates a module with `num_ports` empty places for ports and tells the observers. A null or empty `file_name` is
-    /// none. Ends the run for an empty name, and for the name of another module of the database. O(length of the name +
-    /// `num_ports` of new memory).
+    /// none. Ends the run for null, for an empty name, and for that of another module of the database. O(length of the
+    /// name + `num_ports` of new memory).
     static NYX_MODULE *allocate(NYX_DB *db, const std::string &name, unsigned int num_ports,
                                 TYPE type = TYPE::HIERARCHY, const char *file_name = nullptr, unsigned int lineno = 0);
 
     /// Deletes the module and all that it owns. Observers are told of its ports, then of itself, and then of its
     /// contents one by one, connections included.
     ///
-    /// Ends the run for the database's top module, and while anything refers to the module: an instance, or a relative
-    /// object that is based on it. Observers have been told by then.
+    /// Ends the run for the database's top module, and while anything refers to the module: a relative object that is
+    /// based on it, an instance in this database, and one in another database once iter_instances_of() has been called
+    /// in the process. Observers have been told by then.
     void deallocate();
 
     /// \internal Tells the observers of copies that this module has been made as a copy of `original`.
@@ -62,8 +63,10 @@ public:
     std::string get_base_name() const;
     std::string debug_get_name() const;
     /// Renames the module, here and in the headers by which other open databases refer to it; those that may not be
-    /// written keep the old name, with a warning. Throws "Module name cannot be empty" and "Module with name NAME
-    /// already exists", which the module's own name is answered with as well.
+    /// written keep the old name, with a warning. Throws "Module name cannot be empty"; "Module with name NAME already
+    /// exists", which the module's own name is answered with as well; and "There is an inst header for module NAME in
+    /// db DB already" when another database refers to a module of that name that is not there.
+    /// boost::interprocess::bad_alloc when the segment of one of these databases is full.
     void set_name(const std::string &name);
     /// \}
 
@@ -145,9 +148,9 @@ public:
     /// \}
 
     /// \name Look-up by name
-    /// Null if there is none; no name is entered for it. O(length of the name), and if any object of the database has
-    /// the name O(objects of the kind in the module). Of several objects of the name the first in the module's list is
-    /// taken.
+    /// Null if there is none; no name is entered for it. Of several objects of the name the first in the module's list
+    /// is taken. Ends the run for null. O(length of the name); the first call for a kind goes over the module's objects
+    /// of that kind, and each one does while NYX_DB::enable_cache() has switched the indexes off.
     /// \{
 
     /// An instance by its name with its number, if it has one, as get_name() shows it. Where the text as a whole is the
@@ -170,14 +173,15 @@ public:
     /// the order of the walk; one whose module is reached on several paths comes once for each.
     ///
     /// O(instances of the modules that are walked); a name of n characters is matched in O(n x length of the pattern).
-    /// Fails as NYX_INSTANCE::get_module() where the path leads into a database that can't be found.
+    /// Fails as NYX_INSTANCE::get_module() where the path leads into a database that can't be found. Ends the run for
+    /// null.
     std::vector<NYX_INSTANCE *> find_instances(const char *pattern) const;
     /// Appends to `result`.
     void find_instances(const char *pattern, std::vector<NYX_INSTANCE *> &result) const;
 
     /// Whether the whole of `text` matches `pattern`, in which * stands for any number of characters and ? for one.
-    /// Case counts. Ends the run if `text` holds * or ?. O(length of `pattern` x length of `text`) at most, and linear
-    /// for all but contrived patterns.
+    /// Case counts. Ends the run for null and if `text` holds * or ?. O(length of `pattern` x length of `text`) at
+    /// most, and linear for all but contrived patterns.
     static bool match_wildcard(const char *pattern, const char *text);
     /// \}
 
@@ -220,13 +224,14 @@ public:
     /// \name Places for ports
     /// Both may move ports and inst ports to other rows, which the observers are told by moved() when all is done:
     /// handles to them are good no more. Connections, buses, interfaces, traits and properties go along; whatever else
-    /// refers to a port, such as a constraint collection, must be taken care of by its owner. O(ports of the module +
-    /// inst ports of its instances).
+    /// refers to a port, such as a constraint collection, must be taken care of by its owner. Inst ports whose port was
+    /// deleted while their database was closed are deleted first. O(ports of the module + inst ports of its instances).
     ///
     /// Throw "Cannot change ports of module NAME: its instances in read-only database 'DB' can't follow".
     /// \{
 
-    /// Adds empty places behind the present ones.
+    /// Adds `num_ports` empty places. Ports keep their order and get the indices from 0, as by update_num_ports(): the
+    /// empty places are those at the end.
     void increase_num_ports(unsigned int num_ports);
     /// Takes out the empty places: ports keep their order and get the indices from 0. Touches nothing if there is none.
     void update_num_ports();
@@ -238,12 +243,13 @@ public:
     NYX_BOX get_bounds() const;
     void set_bounds(NYX_BOX bounds);
     /// Sets the smallest box around the bounds of all ports and placed instances, the inverted box if there are none.
+    /// Fails as NYX_INSTANCE::get_module() where the base module of a placed one can't be found.
     void update_bounds();
     /// \}
 
     /// \internal \name List maintenance
-    /// Called by the objects' own allocate() and deallocate(). Instances are appended, all others go to the front. Each
-    /// removal ends the run for null. O(1).
+    /// Called by the objects' own allocate() and deallocate(). Instances are appended, all others go to the front. Ends
+    /// the run for null, and for the removal of what is the first or last in the list of another module. O(1).
     /// \{
     void add_instance(NYX_INSTANCE *instance);
     void remove_instance(NYX_INSTANCE *instance);

@@ -47,7 +47,8 @@ public:
     /// \{
 
     /// Puts the port on a net of its module, the observers being told before and after. Ends the run for null, a net of
-    /// another database, and a port that is on a net. O(1).
+    /// another database, an empty place, and a port that is on a net. That the net is one of the module is not looked
+    /// at here, for nets don't know their module: NYX_DB::verify() tells of one that is not. O(1).
     void connect(NYX_NET *net);
     /// Takes the port off its net, the observers being told before and after. Ends the run for a port that is on none.
     /// O(1).
@@ -78,7 +79,7 @@ public:
     /// The bare name: ports have no numbers.
     std::string get_original_name() const;
     std::string debug_get_name() const;
-    /// Duplicates are not looked for. Throws "Port name cannot be empty".
+    /// Duplicates are not looked for. Throws "Port name cannot be empty". Ends the run for an empty place.
     void set_name(const std::string &name);
     /// \}
 

@@ -7,10 +7,11 @@
 #include <utility>
 
 std::atomic<std::size_t> NYX_DB_CACHE::s_num_lookups;
+std::atomic<std::uint64_t> NYX_DB_CACHE::s_generation{1};
 
 namespace {
 
-constexpr std::uintptr_t has_others = 1;
+constexpr std::uintptr_t has_others_bit = 1;
 
 // A list that ends within this many steps is walked: that is as fast as an index, and takes no memory.
 constexpr unsigned short_list = 16;
@@ -52,12 +53,24 @@ NYX_NAME_INDEX &make_index(NYX_DB_MODULE_LOOKUP &lookup, const NYX_MODULE_IMPL *
     return *index;
 }
 
-// The index that a change concerns, null for none.
+// The index of a module, null for none.
 template <class T>
 std::unique_ptr<NYX_NAME_INDEX> *find_index(const NYX_MODULE_IMPL *module) {
-    NYX_DB_CACHE *const cache = NYX_DB_CACHE::of_row(module);
+    NYX_DB_CACHE *const cache = NYX_DB_CACHE::find_in_use(module);
     NYX_DB_MODULE_LOOKUP *const lookup = cache != nullptr ? cache->find_lookup(module) : nullptr;
     return lookup != nullptr && lookup->index<T>() != nullptr ? &lookup->index<T>() : nullptr;
+}
+
+// Of an object that is in the index by its old key.
+template <class T>
+void rename_in(std::unique_ptr<NYX_NAME_INDEX> &index, typename NYX_OBJECT_TRAITS<T>::impl *object,
+               NYX_NAME_KEY old_key) {
+    const NYX_NAME_KEY key = nyx_key_of<T>(object);
+    // Where it stands in the list among others of its new name is not known here.
+    if (!index->remove(old_key, object) || index->find(key) != nullptr)
+        index.reset();
+    else
+        index->add(key, object, true);
 }
 
 } // namespace
@@ -71,7 +84,11 @@ std::size_t NYX_NAME_INDEX::slot_of(std::uint64_t key) const {
 }
 
 void *NYX_NAME_INDEX::find(NYX_NAME_KEY key) const {
-    return reinterpret_cast<void *>(m_slots[slot_of(key.m_value)].object & ~has_others);
+    return reinterpret_cast<void *>(m_slots[slot_of(key.m_value)].object & ~has_others_bit);
+}
+
+bool NYX_NAME_INDEX::has_others(NYX_NAME_KEY key) const {
+    return (m_slots[slot_of(key.m_value)].object & has_others_bit) != 0;
 }
 
 void NYX_NAME_INDEX::grow() {
@@ -93,7 +110,7 @@ void NYX_NAME_INDEX::add(NYX_NAME_KEY key, void *object, bool comes_first) {
         slot = {key.m_value, value};
         ++m_size;
     } else {
-        slot.object = (comes_first ? value : slot.object) | has_others;
+        slot.object = (comes_first ? value : slot.object) | has_others_bit;
     }
 }
 
@@ -101,7 +118,7 @@ bool NYX_NAME_INDEX::remove(NYX_NAME_KEY key, const void *object) {
     std::size_t hole = slot_of(key.m_value);
     const std::uintptr_t found = m_slots[hole].object;
     if (found != reinterpret_cast<std::uintptr_t>(object))
-        return found != 0 && (found & ~has_others) != reinterpret_cast<std::uintptr_t>(object);
+        return found != 0 && (found & ~has_others_bit) != reinterpret_cast<std::uintptr_t>(object);
     // What stands behind the hole and could not stand at its home moves up, so that no search ends too early.
     const std::size_t mask = m_slots.size() - 1;
     for (std::size_t at = (hole + 1) & mask; m_slots[at].object != 0; at = (at + 1) & mask) {
@@ -116,31 +133,54 @@ bool NYX_NAME_INDEX::remove(NYX_NAME_KEY key, const void *object) {
 }
 
 NYX_DB_CACHE *NYX_DB_CACHE::of_row(const void *row) {
-    return NYX_DB_IMPL::of(*NYX_DB_LINKER::get().db_for_persistent(nyx_get_persistent(row))).m_cache.get();
+    // That of the database that this thread has asked for last. A database opens, closes and has its indexes switched
+    // on and off with a cache that comes or goes, which moves the generation on.
+    struct MEMO {
+        std::uint64_t generation = 0;
+        const NYX_DB_PERSISTENT *persistent = nullptr;
+        NYX_DB_CACHE *cache = nullptr;
+    };
+    thread_local MEMO memo;
+    const NYX_DB_PERSISTENT *const persistent = nyx_get_persistent(row);
+    const std::uint64_t generation = s_generation.load(std::memory_order_acquire);
+    if (memo.persistent != persistent || memo.generation != generation)
+        memo = MEMO{generation, persistent,
+                    NYX_DB_IMPL::of(*NYX_DB_LINKER::get().db_for_persistent(persistent)).m_cache.get()};
+    return memo.cache;
 }
 
 NYX_DB_MODULE_LOOKUP &NYX_DB_CACHE::lookup(const NYX_MODULE_IMPL *module) {
     const auto [found, is_new] = m_lookups.try_emplace(module);
     s_num_lookups += is_new;
+    m_last_module = module;
+    m_last_lookup = &found->second;
     return found->second;
 }
 
 NYX_DB_MODULE_LOOKUP *NYX_DB_CACHE::find_lookup(const NYX_MODULE_IMPL *module) {
-    const auto found = m_lookups.find(module);
-    return found != m_lookups.end() ? &found->second : nullptr;
+    if (module != m_last_module) {
+        const auto found = m_lookups.find(module);
+        m_last_module = module;
+        m_last_lookup = found != m_lookups.end() ? &found->second : nullptr;
+    }
+    return m_last_lookup;
 }
 
 void NYX_DB_CACHE::drop(const NYX_MODULE_IMPL *module) {
     s_num_lookups -= m_lookups.erase(module);
+    m_last_module = nullptr;
 }
 
 void NYX_DB_CACHE::clear() {
     s_num_lookups -= m_lookups.size();
     m_lookups.clear();
+    m_last_module = nullptr;
 }
 
 template <class T>
 T *nyx_find_in_module(const NYX_MODULE_IMPL *module, NYX_NAME_KEY key) {
+    if (const auto index = find_index<T>(module)) [[likely]]
+        return static_cast<typename NYX_OBJECT_TRAITS<T>::impl *>((*index)->find(key));
     unsigned steps = 0;
     T *result = nullptr;
     const auto is_it = [&](auto *object) {
@@ -163,8 +203,6 @@ T *nyx_find_in_module(const NYX_MODULE_IMPL *module, NYX_NAME_KEY key) {
 
 template <class T>
 void nyx_cache_add(const NYX_MODULE_IMPL *module, typename NYX_OBJECT_TRAITS<T>::impl *object) {
-    if (!NYX_DB_CACHE::in_use()) [[likely]]
-        return;
     if (const auto index = find_index<T>(module)) {
         // A port may take a place anywhere in the order of ports.
         if (std::is_same_v<T, NYX_PORT> && (*index)->find(nyx_key_of<T>(object)) != nullptr)
@@ -176,8 +214,6 @@ void nyx_cache_add(const NYX_MODULE_IMPL *module, typename NYX_OBJECT_TRAITS<T>:
 
 template <class T>
 void nyx_cache_remove(const NYX_MODULE_IMPL *module, typename NYX_OBJECT_TRAITS<T>::impl *object) {
-    if (!NYX_DB_CACHE::in_use()) [[likely]]
-        return;
     if (const auto index = find_index<T>(module)) {
         if (!(*index)->remove(nyx_key_of<T>(object), object))
             index->reset();
@@ -187,17 +223,22 @@ void nyx_cache_remove(const NYX_MODULE_IMPL *module, typename NYX_OBJECT_TRAITS<
 template <class T>
 void nyx_cache_rename(const NYX_MODULE_IMPL *module, typename NYX_OBJECT_TRAITS<T>::impl *object,
                       NYX_NAME_KEY old_key) {
-    if (!NYX_DB_CACHE::in_use()) [[likely]]
+    NYX_DB_CACHE *const cache = NYX_DB_CACHE::find_in_use(object);
+    if (cache == nullptr) [[likely]]
         return;
-    const auto index = find_index<T>(module);
-    if (index == nullptr)
+    if (module != nullptr) {
+        if (const auto index = find_index<T>(module))
+            rename_in<T>(*index, object, old_key);
         return;
-    const NYX_NAME_KEY key = nyx_key_of<T>(object);
-    // Where it stands in the list among others of its new name is not known here.
-    if (!(*index)->remove(old_key, object) || (*index)->find(key) != nullptr)
-        index->reset();
-    else
-        (*index)->add(key, object, true);
+    }
+    cache->for_each_lookup([&](NYX_DB_MODULE_LOOKUP &lookup) {
+        std::unique_ptr<NYX_NAME_INDEX> &index = lookup.index<T>();
+        const void *const first = index != nullptr ? index->find(old_key) : nullptr;
+        if (first == object)
+            rename_in<T>(index, object, old_key);
+        else if (first != nullptr && index->has_others(old_key))
+            index.reset(); // the object may be one of them
+    });
 }
 
 #define NYX_CACHED_TYPE(T)                                                                                             \

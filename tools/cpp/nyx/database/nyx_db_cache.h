@@ -33,6 +33,8 @@ class NYX_NAME_INDEX {
 public:
     /// The object of a key, null for none. O(1).
     void *find(NYX_NAME_KEY key) const;
+    /// Whether there may be others of the key behind that one.
+    bool has_others(NYX_NAME_KEY key) const;
 
     /// Enters an object; if its key has one, `comes_first` tells which of the two a walk meets first.
     void add(NYX_NAME_KEY key, void *object, bool comes_first);
@@ -75,16 +77,26 @@ private:
 /// The indexes of one open database.
 class NYX_DB_CACHE {
 public:
-    NYX_DB_CACHE() = default;
-    ~NYX_DB_CACHE() { clear(); }
+    NYX_DB_CACHE() { ++s_generation; }
+    ~NYX_DB_CACHE() {
+        clear();
+        ++s_generation;
+    }
     NYX_DB_CACHE(const NYX_DB_CACHE &) = delete;
     NYX_DB_CACHE &operator=(const NYX_DB_CACHE &) = delete;
 
-    /// Of the database of a row; null if it has none.
+    /// Of the database of a row; null if it has none. Remembers the answer.
     static NYX_DB_CACHE *of_row(const void *row);
 
-    /// False while no database has an index: changes need not be told then.
+    /// False while no database has an index.
     static bool in_use() { return s_num_lookups.load(std::memory_order_relaxed) != 0; }
+
+    /// That of the database of a row if there is any index in it, else null: a change of the row need not be told then.
+    /// One test while no database has one.
+    static NYX_DB_CACHE *find_in_use(const void *row) {
+        NYX_DB_CACHE *const cache = in_use() ? of_row(row) : nullptr;
+        return cache != nullptr && !cache->m_lookups.empty() ? cache : nullptr;
+    }
 
     NYX_DB_MODULE_LOOKUP &lookup(const NYX_MODULE_IMPL *module);
     /// Null if nothing of the module has been looked up.
@@ -92,21 +104,33 @@ public:
     /// Gives up the indexes of a module, or all of them.
     void drop(const NYX_MODULE_IMPL *module);
     void clear();
+    /// Calls `visit` for all modules of which something has been looked up.
+    template <class VISIT>
+    void for_each_lookup(VISIT &&visit) {
+        for (auto &[module, lookup] : m_lookups)
+            visit(lookup);
+    }
 
 private:
     static std::atomic<std::size_t> s_num_lookups;
+    static std::atomic<std::uint64_t> s_generation; // changes when any cache comes or goes
 
-    std::unordered_map<const NYX_MODULE_IMPL *, NYX_DB_MODULE_LOOKUP> m_lookups;
+    std::unordered_map<const NYX_MODULE_IMPL *, NYX_DB_MODULE_LOOKUP> m_lookups{8};
+    // The module that was asked for last, and its entry, null for none.
+    const NYX_MODULE_IMPL *m_last_module = nullptr;
+    NYX_DB_MODULE_LOOKUP *m_last_lookup = nullptr;
 };
 
-/// The T of a module that a walk over its list meets first among those with the key; null for none. O(1) but for the
-/// first look-up in a list that is long.
+/// The T of a module that a walk over its list meets first among those with the key; null for none. One probe of the
+/// index where there is one. Otherwise a walk, which ends soon in a list that is short and is the last one in a list
+/// that is not, for it makes the index.
 template <class T>
 T *nyx_find_in_module(const NYX_MODULE_IMPL *module, NYX_NAME_KEY key);
 
 /// \name Changes
 /// To be told by whoever makes them: the object is in its module's list now; it is not any more, its name being what it
-/// was; it had `old_key` before. One test while nothing is indexed.
+/// was; it had `old_key` before. The module of one that is renamed is null if finding it would be a search: then the
+/// indexes of all modules of the database are asked. One test while nothing is indexed.
 /// \{
 template <class T>
 void nyx_cache_add(const NYX_MODULE_IMPL *module, typename NYX_OBJECT_TRAITS<T>::impl *object);
@@ -116,10 +140,8 @@ template <class T>
 void nyx_cache_rename(const NYX_MODULE_IMPL *module, typename NYX_OBJECT_TRAITS<T>::impl *object, NYX_NAME_KEY old_key);
 /// The rows of a module's ports have moved, or the module goes.
 inline void nyx_cache_drop(const NYX_MODULE_IMPL *module) {
-    if (NYX_DB_CACHE::in_use()) {
-        if (NYX_DB_CACHE *const cache = NYX_DB_CACHE::of_row(module))
-            cache->drop(module);
-    }
+    if (NYX_DB_CACHE *const cache = NYX_DB_CACHE::find_in_use(module))
+        cache->drop(module);
 }
 /// \}
 

@@ -8,16 +8,17 @@
 #include "constraints/nyx_sdc_clock_table.h"
 #include "constraints/nyx_source_file_table.h"
 #include "database/nyx_db_persistent.h"
+#include "database/nyx_image_reader.h"
 #include "hierarchy/nyx_hier_instance_table.h"
 #include "hierarchy/nyx_hier_module_table.h"
 #include "hierarchy/nyx_hier_port_table.h"
 #include "memory/nyx_app_block.h"
-#include "memory/nyx_image_reader.h"
 #include "names/nyx_name_mgr_impl.h"
 #include "netlist/nyx_inst_header_table.h"
 #include "netlist/nyx_inst_port_table.h"
 #include "netlist/nyx_instance_bus_table.h"
 #include "netlist/nyx_instance_table.h"
+#include "netlist/nyx_interface_members.h"
 #include "netlist/nyx_interface_table.h"
 #include "netlist/nyx_module_table.h"
 #include "netlist/nyx_net_bus_table.h"
@@ -60,8 +61,8 @@ class NYX_DB_IMAGE_CHECKER {
 public:
     /// With `faults` it looks at everything, goes on behind a fault, and tells all; without, it looks at what has to be
     /// right before anything is used, and throws the first.
-    NYX_DB_IMAGE_CHECKER(NYX_IMAGE_READER &reader, std::vector<std::string> *faults)
-        : m_reader(reader)
+    NYX_DB_IMAGE_CHECKER(NYX_SEGMENT_MANAGER *manager, std::vector<std::string> *faults)
+        : m_reader(manager)
         , m_faults(faults) {}
 
     NYX_DB_PERSISTENT *check(NYX_DB_TYPE type) {
@@ -345,9 +346,12 @@ private:
 
     template <class TABLE>
     void check_properties(const TABLE &table);
+    template <class TABLE>
+    void check_bus_arrays(const TABLE &table);
+    void check_interface_lists(const NYX_INTERFACE_TABLE &table);
     void check_name_id(NYX_NAME_ID id, const char *what);
 
-    NYX_IMAGE_READER &m_reader;
+    NYX_IMAGE_READER m_reader;
     std::vector<std::string> *const m_faults;
     std::uintptr_t m_root = 0;
     const NYX_NAME_MANAGER *m_names = nullptr;
@@ -435,6 +439,33 @@ void NYX_DB_IMAGE_CHECKER::check_properties(const TABLE &table) {
                     m_reader.claim(READER::target(value + 16), 1, what);
             });
     });
+}
+
+// The array of a bus holds an identifier for each position. Of free rows nothing but the name can be relied on.
+template <class TABLE>
+void NYX_DB_IMAGE_CHECKER::check_bus_arrays(const TABLE &table) {
+    using ID = typename TABLE::id_type;
+    for (unsigned i = 0; i < table.iter_limit(); ++i) {
+        const auto *const row = table.get(ID(i));
+        if (row->m_name_id != NYX_NAME_ID::INVALID)
+            m_reader.claim(READER::target(&row->m_members_ptr), static_cast<std::size_t>(row->get_size()) * 4,
+                           "the array of a bus");
+    }
+}
+
+// The lists of an interface are vectors, each there from its first member on.
+void NYX_DB_IMAGE_CHECKER::check_interface_lists(const NYX_INTERFACE_TABLE &table) {
+    for (unsigned i = 0; i < table.iter_limit(); ++i) {
+        const NYX_INTERFACE_ID id(i);
+        if (*table.m_name_id.get(id) == NYX_NAME_ID::INVALID)
+            continue;
+        const NYX_INTERFACE_IMPL *const row = table.get(id);
+        for (const auto *const link : {&row->m_ports_ptr, &row->m_port_buses_ptr}) {
+            constexpr const char *what = "the members of an interface";
+            if (const std::uintptr_t list = READER::target(link))
+                check_vector(m_reader.claim(list, sizeof(NYX_INTERFACE_MEMBERS<NYX_PORT>), what), 8, what);
+        }
+    }
 }
 
 template <class PAGE>
@@ -621,6 +652,12 @@ void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {
         check_row_map(root->m_inst_header_key_to_id, root->m_inst_header_table->iter_limit(),
                       "the map of inst headers");
     });
+    if (m_faults != nullptr) {
+        part([&] { check_bus_arrays(*root->m_port_bus_table); });
+        part([&] { check_bus_arrays(*root->m_net_bus_table); });
+        part([&] { check_bus_arrays(*root->m_instance_bus_table); });
+        part([&] { check_interface_lists(*root->m_interface_table); });
+    }
     const NYX_MODULE_ID top = root->m_top_module_id;
     if (root->m_module_table->num_allocated() != 0 && top.get() >= root->m_module_table->iter_limit() &&
         (root->m_type == NYX_DB_TYPE::USER || root->m_type == NYX_DB_TYPE::DEVICE))
@@ -629,8 +666,7 @@ void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {
 
 NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type, std::string *fault) {
     try {
-        NYX_IMAGE_READER reader(manager);
-        return NYX_DB_IMAGE_CHECKER(reader, nullptr).check(type);
+        return NYX_DB_IMAGE_CHECKER(manager, nullptr).check(type);
     } catch (const NYX_IMAGE_FAULT &found) {
         if (fault != nullptr)
             *fault = found.text;
@@ -638,10 +674,14 @@ NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE
     }
 }
 
-std::vector<std::string> nyx_find_image_faults(NYX_IMAGE_READER &reader, NYX_DB_TYPE type) {
+std::vector<std::string> nyx_find_image_faults(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type) {
     std::vector<std::string> faults;
+    if (std::string fault = nyx_get_algorithm(manager)->find_fault(); !fault.empty()) {
+        faults.push_back(std::move(fault));
+        return faults;
+    }
     try {
-        NYX_DB_IMAGE_CHECKER(reader, &faults).check(type);
+        NYX_DB_IMAGE_CHECKER(manager, &faults).check(type);
     } catch (const NYX_IMAGE_FAULT &fault) {
         faults.push_back(fault.text);
     }

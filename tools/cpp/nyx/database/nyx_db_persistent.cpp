@@ -62,12 +62,18 @@ INST_HEADER_KEY::INST_HEADER_KEY(std::string_view params_key, bool is_user_group
     , m_db_name_id(db_name_id)
     , m_module_name_id(module_name_id) {}
 
+// The map of headers is stored with the buckets that this has put them in, so the hash is written out and not left to a
+// library, which may change its own.
 std::size_t hash_value(const INST_HEADER_KEY &key) {
-    std::size_t seed = 0;
-    boost::hash_combine(seed, key.m_module_name_id);
-    boost::hash_combine(seed, key.m_db_name_id);
-    boost::hash_combine(seed, key.m_is_user_group);
-    boost::hash_combine(seed, key.m_params_hash);
+    std::uint64_t seed = 0;
+    for (std::uint64_t value : {std::uint64_t(key.m_module_name_id.get()), std::uint64_t(key.m_db_name_id.get()),
+                                std::uint64_t(key.m_is_user_group), key.m_params_hash}) {
+        constexpr std::uint64_t factor = 0xc6a4a7935bd1e995;
+        value *= factor;
+        value ^= value >> 47;
+        value *= factor;
+        seed = (seed ^ value) * factor + 0xe6546b64;
+    }
     return seed;
 }
 

@@ -1,8 +1,8 @@
 // What the classes of buses have in common: bodies of NYX_BUS, over the table of their differences.
 
 #include "netlist/nyx_bus_kind.h"
-#include "netlist/nyx_bus_parent.h"
 #include "netlist/nyx_bus_values.h"
+#include "netlist/nyx_find_parent.h"
 #include "netlist/nyx_location_columns.h"
 #include "netlist/nyx_naming.h"
 #include "traits/nyx_attributes.h"
@@ -147,7 +147,8 @@ template <class BUS, class MEMBER>
 void NYX_BUS<BUS, MEMBER>::deallocate() {
     BUS *const bus = static_cast<BUS *>(this);
     auto *const row = bus->get_impl();
-    NYX_MODULE *const parent = find_parent();
+    NYX_MODULE *const parent = nyx_find_list_owner<BUS>(row);
+    NYX_CHECK_MSG(parent, "%s '%s' is empty and can't find its parent", words<BUS>.sought, get_name().c_str());
     nyx_notify<BUS>(&NYX_OBSERVER<BUS>::deallocated, bus, parent);
     if constexpr (requires { bus->get_interface(); }) {
         if (NYX_INTERFACE *const interface = bus->get_interface())
@@ -330,6 +331,8 @@ void NYX_BUS<BUS, MEMBER>::set_member(int index, MEMBER *member) {
     NYX_CHECK_AS(place == MEMBER_ID<BUS>::INVALID, words<BUS>.hole_check, "Index already in use");
     // An identifier means nothing outside its database.
     NYX_CHECK(nyx_get_persistent(member) == nyx_get_persistent(row));
+    if constexpr (requires { member->get_impl()->m_parent_ptr; })
+        NYX_CHECK_MSG(member->get_parent(), "This %s has not been allocated yet", words<BUS>.member);
     place = NYX_OBJECT_TRAITS<MEMBER>::table::get_id(member->get_impl());
     bus_ptr_of<BUS>(row, place) = row;
 }
@@ -365,7 +368,7 @@ int NYX_BUS<BUS, MEMBER>::remove_member(MEMBER *member) {
 template <class BUS, class MEMBER>
 NYX_MODULE *NYX_BUS<BUS, MEMBER>::find_parent() const {
     const auto *const row = static_cast<const BUS *>(this)->get_impl();
-    NYX_MODULE *const parent = nyx_find_bus_parent<BUS>(row);
+    NYX_MODULE *const parent = nyx_find_parent<BUS>(row);
     NYX_CHECK_MSG(parent, "%s '%s' is empty and can't find its parent", words<BUS>.sought, get_name().c_str());
     return parent;
 }
@@ -400,8 +403,8 @@ void NYX_BUS<BUS, MEMBER>::set_name(const std::string &name) {
     const std::string old_name = nyx_is_observed<BUS>() ? get_name() : std::string();
     const NYX_NAME_KEY old_key = nyx_key_of<BUS>(row);
     row->m_name_id = nyx_get_persistent(row)->names().get_id(name.c_str());
-    if (NYX_DB_CACHE::in_use())
-        nyx_cache_rename<BUS>(find_parent()->get_impl(), row, old_key);
+    if (NYX_DB_CACHE::find_in_use(row) != nullptr)
+        nyx_cache_rename<BUS>(nyx_known_bus_parent<BUS>(row), row, old_key);
     nyx_notify<BUS>(&NYX_OBSERVER<BUS>::name_changed, bus, old_name);
 }
 

@@ -19,6 +19,7 @@
 #include "netlist/nyx_object_traits.h"
 #include "netlist/nyx_port_bus_table.h"
 #include "netlist/nyx_port_table.h"
+#include "nyx_report/nyx_report.h"
 
 /// The cell of a row in a column of its table, from the row's address alone.
 template <class TABLE, class COLUMN>
@@ -155,7 +156,8 @@ void nyx_push_back(OWNER_IMPL *owner, typename NYX_OBJECT_TRAITS<T>::impl *row) 
     tail = id;
 }
 
-/// Takes a row out of its owner's list; both its links are INVALID then. O(1).
+/// Takes a row out of its owner's list; both its links are INVALID then. Ends the run for a row that is the first or
+/// last of another list. O(1).
 template <class T, class OWNER_IMPL>
 void nyx_unlink(OWNER_IMPL *owner, typename NYX_OBJECT_TRAITS<T>::impl *row) {
     using CHAIN = NYX_CHAIN<T, OWNER_IMPL>;
@@ -169,14 +171,20 @@ void nyx_unlink(OWNER_IMPL *owner, typename NYX_OBJECT_TRAITS<T>::impl *row) {
     const ID prev = own_prev;
     own_next = ID::INVALID;
     own_prev = ID::INVALID;
-    if (prev != ID::INVALID)
+    if (prev != ID::INVALID) {
         CHAIN::next(table, *table.get(prev), prev) = next;
-    else
-        nyx_chain_head<T>(owner) = next;
-    if (next != ID::INVALID)
+    } else {
+        ID &head = nyx_chain_head<T>(owner);
+        NYX_CHECK_MSG(head == id, "An object is not in the list that it is to be taken out of");
+        head = next;
+    }
+    if (next != ID::INVALID) {
         CHAIN::prev(table, *table.get(next), next) = prev;
-    else if constexpr (requires { CHAIN::s_tail; })
-        nyx_cell(CHAIN::s_tail, owner) = prev;
+    } else if constexpr (requires { CHAIN::s_tail; }) {
+        ID &tail = nyx_cell(CHAIN::s_tail, owner);
+        NYX_CHECK_MSG(tail == id, "An object is not in the list that it is to be taken out of");
+        tail = prev;
+    }
 }
 
 /// Makes the neighbours of a row that has been moved within its table point to its new place.

@@ -144,7 +144,7 @@ void NYX_INST_HEADER::deallocate() {
     NYX_INST_HEADER_IMPL *const impl = get_impl();
     NYX_DB_PERSISTENT *const persistent = nyx_get_persistent(impl);
     NYX_DB_LINKER::get().forget_header(this);
-    persistent->unregister_inst_header(persistent->get_inst_header_key(NYX_INST_HEADER_TABLE::get_id(impl)));
+    persistent->unregister_inst_header(get_key());
     nyx_clear_traits<NYX_INST_HEADER>(this);
     persistent->table<NYX_INST_HEADER>().deallocate(impl); // the name is INVALID with that
 }
@@ -207,24 +207,48 @@ void NYX_INST_HEADER::set_is_user_group(bool value) {
     NYX_BOOL_TRAIT *const trait = nyx_builtin_traits(this).m_inst_header_is_user_group_trait;
     if (get_value(trait) == value)
         return;
-    set_key(value, get_impl()->m_module_name_id, "NYX_INST_HEADER::set_is_user_group");
-    set_value(trait, value);
+    const INST_HEADER_KEY old_key = get_key();
+    if (old_key.m_is_user_group == value) {
+        set_value(trait, value); // only the trait said otherwise
+        NYX_DB_LINKER::get().forget_header(this);
+        return;
+    }
+    const INST_HEADER_KEY key = enter_key(value, get_impl()->m_module_name_id, "NYX_INST_HEADER::set_is_user_group");
+    try {
+        set_value(trait, value);
+    } catch (...) {
+        leave_key(key);
+        throw;
+    }
+    leave_key(old_key);
+    NYX_DB_LINKER::get().forget_header(this);
 }
 
-void NYX_INST_HEADER::set_key(bool is_group_link, NYX_NAME_ID module_name_id, const char *function) {
-    NYX_INST_HEADER_IMPL *const impl = get_impl();
-    NYX_DB_PERSISTENT *const persistent = nyx_get_persistent(impl);
-    const NYX_INST_HEADER_ID id = NYX_INST_HEADER_TABLE::get_id(impl);
-    const INST_HEADER_KEY old_key = persistent->get_inst_header_key(id);
-    const INST_HEADER_KEY new_key = make_key(is_group_link, impl->m_db_name_id, module_name_id);
-    if (new_key != old_key) {
-        if (persistent->find_inst_header(new_key) != NYX_INST_HEADER_ID::INVALID)
-            NYX_RAISE_RUNTIME_ERROR(function, "There is an inst header for module " + name_of(this, module_name_id) +
-                                                  " in db " + get_db_name() + " already");
-        persistent->register_inst_header(new_key, id);
-        persistent->unregister_inst_header(old_key);
-    }
-    impl->m_module_name_id = module_name_id;
+INST_HEADER_KEY NYX_INST_HEADER::get_key() const {
+    return nyx_get_persistent(this)->get_inst_header_key(NYX_INST_HEADER_TABLE::get_id(get_impl()));
+}
+
+INST_HEADER_KEY NYX_INST_HEADER::enter_key(bool is_group_link, NYX_NAME_ID module_name_id, const char *function) {
+    NYX_DB_PERSISTENT *const persistent = nyx_get_persistent(this);
+    const INST_HEADER_KEY key = make_key(is_group_link, get_impl()->m_db_name_id, module_name_id);
+    if (persistent->find_inst_header(key) != NYX_INST_HEADER_ID::INVALID)
+        NYX_RAISE_RUNTIME_ERROR(function, "There is an inst header for module " + name_of(this, module_name_id) +
+                                              " in db " + get_db_name() + " already");
+    persistent->register_inst_header(key, NYX_INST_HEADER_TABLE::get_id(get_impl()));
+    return key;
+}
+
+INST_HEADER_KEY NYX_INST_HEADER::enter_module_name(const std::string &name, const char *function) {
+    return enter_key(links_to_user_group(), nyx_get_persistent(this)->names().get_id(name.c_str()), function);
+}
+
+void NYX_INST_HEADER::leave_key(const INST_HEADER_KEY &key) {
+    nyx_get_persistent(this)->unregister_inst_header(key);
+}
+
+void NYX_INST_HEADER::take_key(const INST_HEADER_KEY &key) {
+    leave_key(get_key());
+    get_impl()->m_module_name_id = key.m_module_name_id;
     NYX_DB_LINKER::get().forget_header(this);
 }
 
@@ -239,11 +263,8 @@ void NYX_INST_HEADER::set_module_name(const std::string &name) {
     constexpr const char *function = "NYX_INST_HEADER::set_module_name";
     if (name.empty())
         NYX_RAISE_INVALID_ARGUMENT(function, "Module name cannot be empty");
-    NYX_INST_HEADER_IMPL *const impl = get_impl();
-    NYX_DB_PERSISTENT *const persistent = nyx_get_persistent(impl);
-    const NYX_NAME_ID name_id = persistent->names().get_id(name.c_str());
-    if (name_id != impl->m_module_name_id)
-        set_key(links_to_user_group(), name_id, function);
+    if (name != get_module_name())
+        take_key(enter_module_name(name, function));
 }
 
 // ---- Counts

@@ -23,6 +23,12 @@ template class NYX_OBJECT<NYX_INST_PORT>;
 
 // ---- Life
 
+static void put_on_net(NYX_INST_PORT *inst_port, NYX_NET *net) {
+    NYX_CHECK_MSG(nyx_get_persistent(net) == nyx_get_persistent(inst_port),
+                  "Inst port and net need to be in the same database");
+    net->add_inst_port(inst_port);
+}
+
 NYX_INST_PORT *NYX_INST_PORT::allocate(NYX_INSTANCE *inst, NYX_PORT *port, NYX_NET *net) {
     NYX_CHECK_MSG(inst, "Instance must be non-null");
     NYX_CHECK_MSG(port, "Port must be non-null");
@@ -41,7 +47,7 @@ NYX_INST_PORT *NYX_INST_PORT::allocate(NYX_INSTANCE *inst, NYX_PORT *port, NYX_N
     NYX_CHECK_MSG(!inst_port->is_valid(), "Duplicate allocation of inst_port");
     inst_port->m_inst_ptr = inst_impl;
     if (net != nullptr)
-        net->add_inst_port(inst_port);
+        put_on_net(inst_port, net);
     nyx_notify<NYX_INST_PORT>(&NYX_OBSERVER<NYX_INST_PORT>::allocated, inst_port);
     return inst_port;
 }
@@ -61,9 +67,7 @@ void NYX_INST_PORT::connect(NYX_NET *net) {
     nyx_notify<NYX_INST_PORT>(&NYX_OBSERVER<NYX_INST_PORT>::pre_connect, this);
     NYX_CHECK(net);
     NYX_CHECK_AS(is_valid(), "impl->get_inst_ptr().get()", "This inst port has not been allocated yet");
-    NYX_CHECK_MSG(nyx_get_persistent(net) == nyx_get_persistent(this),
-                  "Inst port and net need to be in the same database");
-    net->add_inst_port(this);
+    put_on_net(this, net);
     nyx_notify<NYX_INST_PORT>(&NYX_OBSERVER<NYX_INST_PORT>::post_connect, this);
 }
 
@@ -116,10 +120,16 @@ std::string NYX_INST_PORT::get_name(const NYX_NAME_STYLE &style) const {
 }
 
 void NYX_INST_PORT::get_name(std::string &result, const NYX_NAME_STYLE &style) const {
-    const NYX_PORT_IMPL *const port = get_port()->get_impl();
-    // The port may lie in another database, with names of its own.
-    nyx_write_name(result, style, "INST_PORT:", nyx_get_persistent(port)->names(), port->m_name_id, NYX_NO_SUFFIX,
-                   [this] { return get_inst(); });
+    const auto get_parent = [this] { return get_inst(); };
+    if (const NYX_PORT *const port = get_port()) {
+        // It may lie in another database, with names of its own.
+        nyx_write_name(result, style, "INST_PORT:", nyx_get_persistent(port)->names(), port->get_impl()->m_name_id,
+                       NYX_NO_SUFFIX, get_parent);
+        return;
+    }
+    const NYX_INST_PORT_ID first = nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, get_inst()->get_impl());
+    const unsigned index = NYX_INST_PORT_TABLE::get_id(get_impl()).get() - first.get();
+    nyx_write_name(result, style, "INST_PORT:", "<deleted port " + std::to_string(index) + '>', get_parent);
 }
 
 std::string NYX_INST_PORT::debug_get_name() const {

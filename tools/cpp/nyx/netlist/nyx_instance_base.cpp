@@ -6,7 +6,7 @@
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_db_observer.h"
 #include "netlist/nyx_inst_header_table.h"
-#include "netlist/nyx_inst_port_run.h"
+#include "netlist/nyx_release_run.h"
 #include "nyx/nyx_inst_port.h"
 #include "nyx/nyx_instance.h"
 #include "nyx/nyx_module.h"
@@ -112,6 +112,10 @@ void NYX_INSTANCE::change_module_internal(NYX_MODULE *new_module, const PORT_NAM
         if (!inst_port->is_valid())
             continue;
         const NYX_PORT *const port = inst_port->get_port();
+        if (port == nullptr) { // deleted while this database was closed
+            left_out.push_back(inst_port);
+            continue;
+        }
         const std::string name = port->get_name();
         const auto mapped = port_names.find(name);
         const NYX_PORT *const new_port =
@@ -144,22 +148,20 @@ void NYX_INSTANCE::change_module_internal(NYX_MODULE *new_module, const PORT_NAM
     NYX_INST_HEADER *const old_header = get_inst_header();
     set_base(new_module, new_header);
     const unsigned prev_size = get_num_inst_ports();
-    move_inst_ports(new_size, new_to_old, new_first);
+    INST_PORT_MOVES moves;
+    update_inst_port_array(new_size, new_to_old, new_first, moves);
     NYX_CHECK(new_size != prev_size || prev_size == get_num_inst_ports());
+    drop_reference(old_module, old_header);
+    tell_moves(moves);
     for (unsigned i = 0; i < new_size; ++i) {
         NYX_PORT *const port = new_module->get_port_by_index(i);
         if (port != nullptr && get_inst_port_by_index(i) == nullptr)
             NYX_INST_PORT::allocate(this, port, nullptr);
     }
-    drop_reference(old_module, old_header);
     nyx_notify<NYX_INSTANCE>(&NYX_OBSERVER<NYX_INSTANCE>::module_changed, this, old_module);
 }
 
 // ---- The run of inst ports
-
-void NYX_INSTANCE::update_inst_port_array(unsigned int new_size, const ROW_MAP &row_map) {
-    move_inst_ports(new_size, row_map, reserve_run(new_size, row_map));
-}
 
 NYX_INST_PORT_ID NYX_INSTANCE::reserve_run(unsigned int new_size, const ROW_MAP &row_map) {
     const NYX_INST_PORT_ID first = nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, get_impl());
@@ -181,7 +183,24 @@ NYX_INST_PORT_ID NYX_INSTANCE::reserve_run(unsigned int new_size, const ROW_MAP 
     return NYX_INST_PORT_TABLE::get_id(table.allocate(new_size));
 }
 
-void NYX_INSTANCE::move_inst_ports(unsigned int new_size, const ROW_MAP &row_map, NYX_INST_PORT_ID new_first) {
+void NYX_INSTANCE::deallocate_left_out(const ROW_MAP &row_map) {
+    std::vector<bool> is_kept(get_num_inst_ports());
+    for (const unsigned index : row_map) {
+        if (index == NO_ROW)
+            continue;
+        NYX_CHECK(index < is_kept.size());
+        is_kept[index] = true;
+    }
+    for (unsigned i = 0; i < is_kept.size(); ++i) {
+        if (is_kept[i])
+            continue;
+        if (NYX_INST_PORT *const inst_port = get_inst_port_by_index(i))
+            inst_port->deallocate();
+    }
+}
+
+void NYX_INSTANCE::update_inst_port_array(unsigned int new_size, const ROW_MAP &row_map, NYX_INST_PORT_ID new_first,
+                                          INST_PORT_MOVES &moves) {
     NYX_INSTANCE_IMPL *const impl = get_impl();
     NYX_INST_PORT_TABLE &table = nyx_get_persistent(impl)->table<NYX_INST_PORT>();
     NYX_INST_PORT_ID &first = nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, impl);
@@ -190,7 +209,6 @@ void NYX_INSTANCE::move_inst_ports(unsigned int new_size, const ROW_MAP &row_map
     const unsigned old_size = size;
 
     NYX_CHECK(row_map.size() <= new_size);
-    std::vector<std::pair<NYX_INST_PORT *, NYX_INST_PORT *>> moved;
     for (unsigned i = 0; i < row_map.size(); ++i) {
         if (row_map[i] == NO_ROW)
             continue;
@@ -201,13 +219,15 @@ void NYX_INSTANCE::move_inst_ports(unsigned int new_size, const ROW_MAP &row_map
         if (from == to || !from_row->m_inst_ptr)
             continue;
         NYX_INST_PORT_IMPL *const to_row = table.get(to);
+        NYX_CHECK_MSG(!to_row->m_inst_ptr, "An inst port of instance %s has no place in the new run",
+                      get_name().c_str());
         table.move(from, to);
         nyx_move_traits<NYX_INST_PORT>(table.get(from), table.get(to));
         if (to_row->m_net_ptr)
             nyx_relink_moved<NYX_INST_PORT>(to_row->m_net_ptr.get(), to_row);
         table.reset(from);
         if (nyx_is_observed<NYX_INST_PORT>())
-            moved.emplace_back(from_row, to_row);
+            moves.emplace_back(from_row, to_row);
     }
     first = new_first;
     size = new_size;
@@ -217,9 +237,12 @@ void NYX_INSTANCE::move_inst_ports(unsigned int new_size, const ROW_MAP &row_map
     for (unsigned i = kept; i < old_size; ++i)
         NYX_CHECK_MSG(!table.get(NYX_INST_PORT_ID(old_first.get() + i))->m_inst_ptr,
                       "An inst port of instance %s has no place in the new run", get_name().c_str());
-    nyx_release_inst_ports(table, NYX_INST_PORT_ID(old_first.get() + kept), old_size - kept);
+    nyx_release_run(table, NYX_INST_PORT_ID(old_first.get() + kept), old_size - kept);
     if (NYX_INST_HEADER *const header = get_inst_header())
         header->set_num_ports(new_size);
-    for (const auto &[from, to] : moved)
+}
+
+void NYX_INSTANCE::tell_moves(const INST_PORT_MOVES &moves) {
+    for (const auto &[from, to] : moves)
         nyx_notify<NYX_INST_PORT>(&NYX_OBSERVER<NYX_INST_PORT>::moved, from, to);
 }

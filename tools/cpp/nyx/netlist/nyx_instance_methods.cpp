@@ -6,9 +6,9 @@
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_db_observer.h"
 #include "netlist/nyx_inst_header_table.h"
-#include "netlist/nyx_inst_port_run.h"
 #include "netlist/nyx_naming.h"
 #include "netlist/nyx_object_impl.h"
+#include "netlist/nyx_release_run.h"
 #include "nyx/nyx_bus.h"
 #include "nyx/nyx_inst_port.h"
 #include "nyx/nyx_module.h"
@@ -81,7 +81,7 @@ NYX_INSTANCE *NYX_INSTANCE::allocate(NYX_MODULE *parent, const std::string &name
         instance = persistent->table<NYX_INSTANCE>().allocate();
     } catch (...) {
         if (first != NYX_INST_PORT_ID::INVALID)
-            nyx_release_inst_ports(inst_ports, first, num_ports);
+            nyx_release_run(inst_ports, first, num_ports);
         drop_reference(module, header);
         throw;
     }
@@ -148,7 +148,7 @@ void NYX_INSTANCE::deallocate() {
         // Its identifier is handed out again with the run.
         nyx_clear_traits<NYX_INST_PORT>(inst_port);
     }
-    nyx_release_inst_ports(persistent->table<NYX_INST_PORT>(), first, num_inst_ports);
+    nyx_release_run(persistent->table<NYX_INST_PORT>(), first, num_inst_ports);
     drop_reference(impl->m_module_ptr.get(), impl->m_inst_header_ptr.get());
     persistent->table<NYX_INSTANCE>().deallocate(impl);
 }
@@ -201,6 +201,7 @@ NYX_INST_PORT *NYX_INSTANCE::get_inst_port_by_index(unsigned int index) const {
 }
 
 NYX_INST_PORT *NYX_INSTANCE::get_inst_port_for_port(const NYX_PORT *port) const {
+    NYX_CHECK(port);
     NYX_CHECK_MSG(port->get_parent() == get_module(), "This port %s doesn't belong to the module %s",
                   port->get_parent() != nullptr ? port->get_name().c_str() : "", get_module()->get_name().c_str());
     return get_inst_port_by_index(port->get_index());
@@ -338,19 +339,27 @@ void NYX_INSTANCE::set_src_location(const char *file_name, unsigned int lineno) 
 // ---- Initial value
 
 bool NYX_INSTANCE::has_initial_value() const {
-    return get_value(nyx_builtin_traits(this).m_instance_has_init_value_trait);
+    NYX_BOOL_TRAIT *const trait = nyx_builtin_traits(this).m_instance_has_init_value_trait;
+    NYX_CHECK(trait);
+    return get_value(trait);
 }
 
 bool NYX_INSTANCE::get_initial_value() const {
     if (!has_initial_value())
         NYX_RAISE_RUNTIME_ERROR("NYX_INSTANCE::get_initial_value", "Net " + get_name() + " has no initial value");
-    return get_value(nyx_builtin_traits(this).m_instance_init_value_trait);
+    NYX_BOOL_TRAIT *const trait = nyx_builtin_traits(this).m_instance_init_value_trait;
+    NYX_CHECK(trait);
+    return get_value(trait);
 }
 
 void NYX_INSTANCE::set_initial_value(bool value) {
     const NYX_BUILTIN_TRAITS &traits = nyx_builtin_traits(this);
-    set_value(traits.m_instance_has_init_value_trait, true);
-    set_value(traits.m_instance_init_value_trait, value);
+    NYX_BOOL_TRAIT *const has_trait = traits.m_instance_has_init_value_trait;
+    NYX_BOOL_TRAIT *const trait = traits.m_instance_init_value_trait;
+    NYX_CHECK(has_trait);
+    NYX_CHECK(trait);
+    set_value(has_trait, true);
+    set_value(trait, value);
 }
 
 // ---- Flags

@@ -120,9 +120,11 @@ NYX_INTERFACE_PORT_WALK::NYX_INTERFACE_PORT_WALK(const NYX_INTERFACE *interface)
 }
 
 void NYX_INTERFACE_PORT_WALK::step() {
-    if (m_next_port != NYX_INTERFACE_PORT_CONST_ITER()) {
+    while (m_next_port != NYX_INTERFACE_PORT_CONST_ITER()) {
         m_port = *m_next_port++;
-        return;
+        // One that was put in a bus afterwards has the interface of the bus, and comes with it.
+        if (m_port->get_bus() == nullptr)
+            return;
     }
     for (;;) {
         while (m_next_bus_port != NYX_PORT_BUS_PORT_CONST_ITER()) {
@@ -180,7 +182,8 @@ private:
                 m_to_do.push_back({nullptr, nullptr, interface});
         }
         for (const NYX_INST_PORT *const inst_port : net.const_iter_inst_ports()) {
-            if (const NYX_INTERFACE *const interface = inst_port->get_port()->get_interface())
+            const NYX_PORT *const port = inst_port->get_port();
+            if (const NYX_INTERFACE *const interface = port != nullptr ? port->get_interface() : nullptr)
                 m_to_do.push_back({nullptr, inst_port->get_inst(), interface});
         }
     }

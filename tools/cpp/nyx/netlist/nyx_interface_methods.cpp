@@ -122,9 +122,12 @@ void NYX_INTERFACE::remove_member(const char *function, T *obj) {
     // Its own interface, for a port that was put in a bus afterwards answers with that of the bus.
     NYX_CHECK_AS(nyx_own_interface(obj) == this, "obj->get_interface() == this",
                  "Attempt to remove object from non-owner");
-    auto &members = *nyx_interface_members<T>(get_impl());
+    NYX_INTERFACE_MEMBERS<T> *const members = nyx_interface_members<T>(get_impl());
+    NYX_CHECK(members);
+    const auto place = std::find(members->begin(), members->end(), NYX_OFFSET_PTR<T>(obj));
+    NYX_CHECK(place != members->end());
     nyx_set_own_interface(obj, nullptr);
-    members.erase(std::find(members.begin(), members.end(), NYX_OFFSET_PTR<T>(obj)));
+    members->erase(place);
 }
 
 void NYX_INTERFACE::add_port(NYX_PORT *port) {

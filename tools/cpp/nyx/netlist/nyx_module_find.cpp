@@ -199,6 +199,8 @@ NYX_PORT *NYX_MODULE::get_port_by_index(unsigned int index) const {
 }
 
 bool NYX_MODULE::match_wildcard(const char *pattern, const char *text) {
+    NYX_CHECK(pattern);
+    NYX_CHECK(text);
     const char *const whole = text;
     for (; *text != '\0'; ++text)
         NYX_CHECK((*text != '*') && (*text != '?'));
@@ -206,6 +208,7 @@ bool NYX_MODULE::match_wildcard(const char *pattern, const char *text) {
 }
 
 void NYX_MODULE::find_instances(const char *pattern, std::vector<NYX_INSTANCE *> &result) const {
+    NYX_CHECK(pattern);
     const std::string text(pattern);
     const char separators[] = {NYX_NAME_STYLE().hier_separator, '\0'};
     const boost::tokenizer<boost::char_separator<char>> names(text, boost::char_separator<char>(separators));

@@ -22,6 +22,7 @@
 #include <boost/format.hpp>
 
 #include <new>
+#include <utility>
 #include <vector>
 
 NYX_MODULE_IMPL *NYX_MODULE::get_impl() {
@@ -60,6 +61,7 @@ void undo(UNDO &&step) noexcept {
 
 NYX_MODULE *NYX_MODULE::allocate(NYX_DB *db, const std::string &name, unsigned int num_ports, TYPE type,
                                  const char *file_name, unsigned int lineno) {
+    NYX_CHECK(db);
     NYX_CHECK_MSG(!name.empty(), "Module must have non-empty name");
     NYX_DB_PERSISTENT *const persistent = NYX_DB_IMPL::of(*db).m_persistent;
     NYX_CHECK_AS(!persistent->find_module(name.c_str()), "!db->find_local_module(name.c_str())",
@@ -165,23 +167,36 @@ void NYX_MODULE::set_name(const std::string &name) {
     const bool observed = nyx_is_observed<NYX_MODULE>();
     const std::string old_name = observed ? get_name() : std::string();
     // Headers are found by the name that they hold, so they come before the change.
-    NYX_DB_LINKER &linker = NYX_DB_LINKER::get();
-    const std::vector<NYX_INST_HEADER *> headers = linker.get_headers_of(this);
+    const std::vector<NYX_INST_HEADER *> headers = NYX_DB_LINKER::get().get_headers_of(this);
 
-    const NYX_NAME_ID name_id = persistent->names().get_id(name.c_str());
+    // The new name is entered everywhere beside the old one, and only when nothing can fail any more the old one goes.
+    std::vector<std::pair<NYX_INST_HEADER *, INST_HEADER_KEY>> renamed;
+    renamed.reserve(headers.size());
+    NYX_NAME_ID name_id;
+    try {
+        for (NYX_INST_HEADER *const header : headers) {
+            if (!header->get_db()->is_read_only())
+                renamed.emplace_back(header, header->enter_module_name(name, function));
+        }
+        name_id = persistent->names().get_id(name.c_str());
+        persistent->register_module(name_id, NYX_MODULE_TABLE::get_id(get_impl()));
+    } catch (...) {
+        for (const auto &[header, key] : renamed)
+            header->leave_key(key);
+        throw;
+    }
     NYX_NAME_ID &cell = nyx_cell(&NYX_MODULE_TABLE::m_name_id, get_impl());
-    persistent->register_module(name_id, NYX_MODULE_TABLE::get_id(get_impl()));
     persistent->unregister_module(cell);
     cell = name_id;
+    for (const auto &[header, key] : renamed)
+        header->take_key(key);
 
-    for (NYX_INST_HEADER *const header : headers) {
+    for (const NYX_INST_HEADER *const header : headers) {
         const NYX_DB *const db = header->get_db();
         if (db->is_read_only())
             NYX_REPORT::warn("Module '%s' is now '%s', but the read-only database '%s' still refers to it by the old "
                              "name",
                              header->get_module_name().c_str(), name.c_str(), db->get_name().c_str());
-        else
-            header->set_module_name(name);
     }
     if (observed)
         nyx_notify<NYX_MODULE>(&NYX_OBSERVER<NYX_MODULE>::name_changed, this, old_name);

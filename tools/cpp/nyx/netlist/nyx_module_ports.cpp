@@ -9,11 +9,13 @@
 #include "database/nyx_db_persistent.h"
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_db_observer.h"
-#include "netlist/nyx_inst_port_run.h"
 #include "netlist/nyx_interface_members.h"
+#include "netlist/nyx_release_run.h"
+#include "nyx/nyx_bus.h"
 #include "nyx/nyx_instance.h"
 #include "nyx/nyx_interface.h"
 #include "nyx/nyx_module.h"
+#include "nyx/nyx_net.h"
 #include "nyx/nyx_port.h"
 #include "nyx_report/nyx_report.h"
 #include "nyx_report/nyx_report_exception.h"
@@ -21,25 +23,12 @@
 
 #include <boost/format.hpp>
 
-#include <cstdlib>
-#include <new>
 #include <utility>
 #include <vector>
 
 namespace {
 
 constexpr unsigned not_moved = ~0u;
-
-// Gives a run, or the end of one, back. Entering it among the free ones needs room; without any the rows are lost to
-// their table, as free ones that nobody hands out: better than a change that is half done.
-void release_run(NYX_PORT_TABLE &table, NYX_PORT_ID first, unsigned num_rows) {
-    try {
-        table.deallocate(first, num_rows);
-    } catch (const boost::interprocess::bad_alloc &) {
-        for (unsigned i = 0; i < num_rows; ++i)
-            table.reset(NYX_PORT_ID(first.get() + i));
-    }
-}
 
 // A move of a module's ports to the front of another run, or of their own.
 class PORT_MOVE {
@@ -60,25 +49,40 @@ public:
         }
     }
 
+    PORT_MOVE(const PORT_MOVE &) = delete;
+    PORT_MOVE &operator=(const PORT_MOVE &) = delete;
+    ~PORT_MOVE() {
+        if (m_is_reserved)
+            nyx_release_run(m_table, m_new_first, m_new_size);
+    }
+
     // By the new index of a port its old one.
     const std::vector<unsigned> &new_to_old() const { return m_new_to_old; }
 
-    // Nothing has changed when it throws.
+    // Does what can fail. Nothing has changed when it throws.
+    void reserve() {
+        find_bus_members();
+        if (m_new_size <= m_old_size)
+            return;
+        m_new_first = NYX_PORT_TABLE::get_id(m_table.allocate(m_new_size));
+        m_is_reserved = true;
+    }
+
+    // To be called once, after reserve().
     void run() {
-        const bool grows = m_new_size > m_old_size;
-        if (grows)
-            m_new_first = NYX_PORT_TABLE::get_id(m_table.allocate(m_new_size));
-        renumber_bus_members();
+        const bool grows = std::exchange(m_is_reserved, false);
+        for (NYX_PORT_ID *const member : m_bus_members)
+            *member = NYX_PORT_ID(m_new_first.get() + m_old_to_new[member->get() - m_old_first.get()]);
         for (unsigned i = 0; i < m_new_to_old.size(); ++i) {
             if (old_row(m_new_to_old[i]) != new_row(i))
                 move(old_row(m_new_to_old[i]), new_row(i));
         }
         m_module->m_first_port = m_new_size == 0 ? NYX_PORT_ID::INVALID : m_new_first;
         m_module->m_num_ports = m_new_size;
-        if (grows && m_old_size != 0)
-            release_run(m_table, m_old_first, m_old_size);
+        if (grows)
+            nyx_release_run(m_table, m_old_first, m_old_size);
         else if (m_new_size < m_old_size)
-            release_run(m_table, NYX_PORT_ID(m_old_first.get() + m_new_size), m_old_size - m_new_size);
+            nyx_release_run(m_table, NYX_PORT_ID(m_old_first.get() + m_new_size), m_old_size - m_new_size);
     }
 
     void tell() {
@@ -94,26 +98,30 @@ private:
     NYX_PORT_IMPL *old_row(unsigned index) const { return m_table.get(NYX_PORT_ID(m_old_first.get() + index)); }
     NYX_PORT_IMPL *new_row(unsigned index) const { return m_table.get(NYX_PORT_ID(m_new_first.get() + index)); }
 
-    // The arrays of buses name their members by identifier. All of them are checked before the first one is changed.
-    void renumber_bus_members() {
-        std::vector<NYX_PORT_ID *> members;
+    // The arrays of buses name their members by identifier.
+    void find_bus_members() {
         std::vector<bool> is_member(m_old_size);
         for (NYX_PORT_BUS_IMPL *bus = nyx_chain_first<NYX_PORT_BUS>(m_module); bus != nullptr;
              bus = nyx_chain_next<NYX_PORT_BUS, NYX_MODULE_IMPL>(bus)) {
-            const long long size = std::llabs(static_cast<long long>(bus->m_left_index) - bus->m_right_index) + 1;
+            const long long size = bus->get_size();
             for (long long position = 0; position < size; ++position) {
                 NYX_PORT_ID &member = bus->m_members_ptr[position];
                 if (member == NYX_PORT_ID::INVALID)
                     continue;
                 const unsigned index = member.get() - m_old_first.get();
-                NYX_CHECK_AS(!is_member.at(index), "bus_info.find(mem_port) == bus_info.end()",
+                NYX_CHECK_MSG(index < m_old_size && m_old_to_new[index] != not_moved,
+                              "Port bus %s has a member that is not a port of module %s", bus->get_name().c_str(),
+                              m_module->get_name().c_str());
+                NYX_CHECK_AS(!is_member[index], "bus_info.find(mem_port) == bus_info.end()",
                              "port in more than one bus");
                 is_member[index] = true;
-                members.push_back(&member);
+                m_bus_members.push_back(&member);
             }
         }
-        for (NYX_PORT_ID *const member : members)
-            *member = NYX_PORT_ID(m_new_first.get() + m_old_to_new[member->get() - m_old_first.get()]);
+        for (const unsigned index : m_new_to_old)
+            NYX_CHECK_MSG(is_member[index] || old_row(index)->get_bus() == nullptr,
+                          "Port %s is in a bus that is not one of module %s", old_row(index)->get_name().c_str(),
+                          m_module->get_name().c_str());
     }
 
     void move(NYX_PORT_IMPL *from, NYX_PORT_IMPL *to) {
@@ -135,6 +143,8 @@ private:
     const unsigned m_new_size;
     std::vector<unsigned> m_old_to_new; // not_moved for an empty place
     std::vector<unsigned> m_new_to_old;
+    std::vector<NYX_PORT_ID *> m_bus_members; // the places in the arrays of buses
+    bool m_is_reserved = false;               // the new run is there, and not in use yet
 };
 
 } // namespace
@@ -167,18 +177,24 @@ void NYX_MODULE::set_num_ports(unsigned int num_ports) {
             instances.emplace_back(instance, NYX_INST_PORT_ID::INVALID);
             instances.back().second = instance->reserve_run(num_ports, move.new_to_old());
         }
+        move.reserve();
+        // These may have been left by ports that were deleted while the instance's database was closed.
+        for (const auto &[instance, run] : instances)
+            instance->deallocate_left_out(move.new_to_old());
         move.run();
     } catch (...) {
         for (const auto &[instance, run] : instances) {
             if (run != NYX_INST_PORT_ID::INVALID &&
                 run != nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, instance->get_impl()))
-                nyx_release_inst_ports(nyx_get_persistent(instance)->table<NYX_INST_PORT>(), run, num_ports);
+                nyx_release_run(nyx_get_persistent(instance)->table<NYX_INST_PORT>(), run, num_ports);
         }
         throw;
     }
     nyx_cache_drop(get_impl());
+    NYX_INSTANCE::INST_PORT_MOVES inst_port_moves;
     for (const auto &[instance, run] : instances)
-        instance->move_inst_ports(num_ports, move.new_to_old(), run);
+        instance->update_inst_port_array(num_ports, move.new_to_old(), run, inst_port_moves);
+    NYX_INSTANCE::tell_moves(inst_port_moves);
     move.tell();
 }
 
@@ -204,10 +220,15 @@ void NYX_MODULE::release_ports() {
     NYX_MODULE_IMPL *const impl = get_impl();
     if (impl->m_num_ports == 0)
         return;
-    // Interfaces go later. The values are kept by identifier, and the identifiers are handed out again.
+    // The module's own nets and buses are gone, but a port may be on or in those of another one. Interfaces go later.
+    // The values are kept by identifier, and the identifiers are handed out again.
     for (NYX_PORT *const port : iter_ports()) {
         if (port->get_parent() != this)
             continue;
+        if (NYX_NET *const net = port->get_net())
+            net->remove_port(port);
+        if (NYX_PORT_BUS *const bus = port->get_bus())
+            bus->remove_port(port);
         if (NYX_INTERFACE *const interface = port->get_interface())
             interface->remove_port(port);
         nyx_clear_traits<NYX_PORT>(port);
@@ -217,5 +238,5 @@ void NYX_MODULE::release_ports() {
     impl->m_first_port = NYX_PORT_ID::INVALID;
     impl->m_num_ports = 0;
     nyx_cache_drop(impl);
-    release_run(nyx_get_persistent(impl)->table<NYX_PORT>(), first, num_ports);
+    nyx_release_run(nyx_get_persistent(impl)->table<NYX_PORT>(), first, num_ports);
 }

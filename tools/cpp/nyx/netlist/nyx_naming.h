@@ -42,8 +42,8 @@ inline void nyx_append_name(std::string &result, const NYX_NAME_MANAGER &names, 
 /// Replaces `result` by the name of an object in a style. `prefix` is its class's, such as "NET:"; `get_parent` gives
 /// the handle of its parent and is called only if the style shows the parent. An object without a parent shows none.
 template <class GET_PARENT>
-void nyx_write_name(std::string &result, const NYX_NAME_STYLE &style, const char *prefix, const NYX_NAME_MANAGER &names,
-                    NYX_NAME_ID name_id, std::uint32_t suffix, GET_PARENT &&get_parent) {
+void nyx_write_name(std::string &result, const NYX_NAME_STYLE &style, const char *prefix, const std::string &name,
+                    GET_PARENT &&get_parent) {
     result.clear();
     if (style.with_type_prefix)
         result += prefix;
@@ -53,6 +53,14 @@ void nyx_write_name(std::string &result, const NYX_NAME_STYLE &style, const char
             result += style.parent_separator;
         }
     }
+    result += name;
+}
+
+/// The same for a name that is stored.
+template <class GET_PARENT>
+void nyx_write_name(std::string &result, const NYX_NAME_STYLE &style, const char *prefix, const NYX_NAME_MANAGER &names,
+                    NYX_NAME_ID name_id, std::uint32_t suffix, GET_PARENT &&get_parent) {
+    nyx_write_name(result, style, prefix, std::string(), get_parent);
     nyx_append_name(result, names, name_id, suffix);
 }
 

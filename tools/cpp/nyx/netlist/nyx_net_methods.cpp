@@ -4,6 +4,7 @@
 #include "database/nyx_db_persistent.h"
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_db_observer.h"
+#include "netlist/nyx_find_parent.h"
 #include "netlist/nyx_naming.h"
 #include "netlist/nyx_object_impl.h"
 #include "netlist/nyx_sparse_location.h"
@@ -28,56 +29,6 @@ template class NYX_OBJECT<NYX_NET>;
 
 namespace {
 
-// The module of one of the net's connections, null if it has none.
-NYX_MODULE *parent_by_connection(const NYX_NET_IMPL *net) {
-    if (const NYX_PORT_IMPL *const port = nyx_chain_first<NYX_PORT>(net))
-        return port->m_parent_ptr.get();
-    if (const NYX_INST_PORT_IMPL *const inst_port = nyx_chain_first<NYX_INST_PORT>(net))
-        return inst_port->m_inst_ptr->m_parent_ptr.get();
-    return nullptr;
-}
-
-// The module of a connection of another net of the same bus.
-NYX_MODULE *parent_by_bus(const NYX_NET_BUS_IMPL *bus) {
-    NYX_NET_TABLE &nets = nyx_get_persistent(bus)->table<NYX_NET>();
-    const std::int64_t size = std::abs(std::int64_t(bus->m_left_index) - bus->m_right_index) + 1;
-    for (std::int64_t position = 0; position < size; ++position) {
-        const NYX_NET_ID member = bus->m_members_ptr[position];
-        if (member == NYX_NET_ID::INVALID)
-            continue;
-        if (NYX_MODULE *const parent = parent_by_connection(nets.get(member)))
-            return parent;
-    }
-    return nullptr;
-}
-
-// The module that has the net in its list.
-NYX_MODULE *parent_by_search(const NYX_NET_IMPL *net) {
-    NYX_MODULE_TABLE &modules = nyx_get_persistent(net)->table<NYX_MODULE>();
-    for (unsigned i = 0; i < modules.iter_limit(); ++i) {
-        NYX_MODULE_IMPL *const module = modules.get(NYX_MODULE_ID(i));
-        if (*modules.m_name_id.get(NYX_MODULE_ID(i)) == NYX_NAME_ID::INVALID)
-            continue;
-        for (const NYX_NET_IMPL *other = nyx_chain_first<NYX_NET>(module); other;
-             other = nyx_chain_next<NYX_NET, NYX_MODULE_IMPL>(other)) {
-            if (other == net)
-                return module;
-        }
-    }
-    return nullptr;
-}
-
-// Null for a net that is in no module.
-NYX_MODULE *find_parent(const NYX_NET_IMPL *net) {
-    if (NYX_MODULE *const parent = parent_by_connection(net))
-        return parent;
-    if (const NYX_NET_BUS_IMPL *const bus = nyx_cell(&NYX_NET_TABLE::m_bus_ptr, net).get()) {
-        if (NYX_MODULE *const parent = parent_by_bus(bus))
-            return parent;
-    }
-    return parent_by_search(net);
-}
-
 template <class T>
 void put_on_net(NYX_NET_IMPL *net, typename NYX_OBJECT_TRAITS<T>::impl *obj_impl) {
     NYX_CHECK_AS(!obj_impl->m_net_ptr, "!obj_impl->get_net_ptr()");
@@ -92,12 +43,9 @@ void take_off_net(NYX_NET_IMPL *impl, typename NYX_OBJECT_TRAITS<T>::impl *obj_i
     nyx_unlink<T>(impl, obj_impl);
 }
 
-// Finding the parent may be slow, so it is not looked for when nothing is indexed.
 void follow_rename(NYX_NET_IMPL *net, NYX_NAME_KEY old_key) {
-    if (!NYX_DB_CACHE::in_use())
-        return;
-    if (const NYX_MODULE *const parent = find_parent(net))
-        nyx_cache_rename<NYX_NET>(parent->get_impl(), net, old_key);
+    if (NYX_DB_CACHE::find_in_use(net) != nullptr)
+        nyx_cache_rename<NYX_NET>(nyx_known_parent(net), net, old_key);
 }
 
 constexpr NYX_NAME_STYLE with_parent{.with_parent = true};
@@ -121,7 +69,7 @@ NYX_NET *NYX_NET::allocate(NYX_MODULE *parent, const std::string &name, bool mak
 }
 
 void NYX_NET::deallocate() {
-    NYX_MODULE *const parent = find_parent(get_impl());
+    NYX_MODULE *const parent = nyx_find_list_owner<NYX_NET>(get_impl());
     NYX_CHECK_MSG(parent, "Net is dangling and can't find its parent");
     deallocate(parent);
 }
@@ -141,7 +89,7 @@ void NYX_NET::deallocate(NYX_MODULE *parent) {
 }
 
 NYX_MODULE *NYX_NET::get_parent() const {
-    NYX_MODULE *const parent = find_parent(get_impl());
+    NYX_MODULE *const parent = nyx_find_parent<NYX_NET>(get_impl());
     if (parent == nullptr)
         NYX_RAISE_RUNTIME_ERROR("NYX_NET::get_parent", "net " + get_name() + " doesn't belong to any module");
     return parent;
@@ -165,15 +113,19 @@ boost::iterator_range<NYX_NET_INST_PORT_CONST_ITER> NYX_NET::const_iter_inst_por
 }
 
 void NYX_NET::add_port(NYX_PORT *port) {
+    NYX_CHECK(port);
     put_on_net<NYX_PORT>(get_impl(), port->get_impl());
 }
 void NYX_NET::remove_port(NYX_PORT *port) {
+    NYX_CHECK(port);
     take_off_net<NYX_PORT>(get_impl(), port->get_impl());
 }
 void NYX_NET::add_inst_port(NYX_INST_PORT *inst_port) {
+    NYX_CHECK(inst_port);
     put_on_net<NYX_INST_PORT>(get_impl(), inst_port->get_impl());
 }
 void NYX_NET::remove_inst_port(NYX_INST_PORT *inst_port) {
+    NYX_CHECK(inst_port);
     take_off_net<NYX_INST_PORT>(get_impl(), inst_port->get_impl());
 }
 
@@ -181,7 +133,8 @@ void NYX_NET::merge(NYX_NET *net_losing_all_connections) {
     constexpr const char *function = "NYX_NET::merge";
     NYX_NET *const other = net_losing_all_connections;
     NYX_CHECK_MSG(other, "Net to merge must be non-null");
-    NYX_CHECK(net_losing_all_connections->get_parent() == get_parent());
+    NYX_MODULE *const parent = other->get_parent();
+    NYX_CHECK_AS(parent == get_parent(), "net_losing_all_connections->get_parent() == get_parent()");
     if (other == this)
         return;
     if (is_ground() && other->is_power())
@@ -195,7 +148,7 @@ void NYX_NET::merge(NYX_NET *net_losing_all_connections) {
     const auto inst_ports = other->iter_inst_ports();
     const std::vector<NYX_PORT *> moved_ports(ports.begin(), ports.end());
     const std::vector<NYX_INST_PORT *> moved_inst_ports(inst_ports.begin(), inst_ports.end());
-    other->deallocate();
+    other->deallocate(parent);
     for (NYX_PORT *const port : moved_ports) {
         NYX_CHECK(port->get_net() == nullptr);
         port->connect(this);
@@ -217,6 +170,8 @@ void NYX_NET::convert(NYX_NET *base_net, bool make_unique) {
     impl->m_name_id = name_id;
     impl->m_bits = base_net->get_impl()->m_bits;
     follow_rename(impl, old_key);
+    if (base_net == this)
+        return;
     nyx_clear_traits<NYX_NET>(this);
     nyx_copy_traits<NYX_NET>(base_net, this);
     nyx_copy_properties<NYX_NET>(base_net, this);

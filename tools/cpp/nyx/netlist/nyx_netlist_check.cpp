@@ -2,14 +2,20 @@
 
 #include "database/nyx_db_persistent.h"
 #include "hierarchy/nyx_hier_instance_table.h"
-#include "memory/nyx_image_reader.h"
+#include "netlist/nyx_bus_kind.h"
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_inst_header_table.h"
+#include "netlist/nyx_interface_members.h"
 #include "netlist/nyx_naming.h"
+#include "nyx/nyx_inst_port.h"
+#include "nyx/nyx_instance.h"
+#include "nyx/nyx_module.h"
+#include "nyx_report/nyx_report_exception.h"
+#include "traits/nyx_builtin_traits.h"
+#include "traits/nyx_byte4_trait_table.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 #include <tuple>
 #include <type_traits>
@@ -71,9 +77,8 @@ private:
 
 class CHECKER {
 public:
-    CHECKER(const NYX_DB_PERSISTENT &persistent, NYX_IMAGE_READER &blocks, std::size_t max_faults)
+    CHECKER(const NYX_DB_PERSISTENT &persistent, std::size_t max_faults)
         : m_names(persistent.names())
-        , m_blocks(blocks)
         , m_persistent(persistent)
         , m_max_faults(max_faults)
         , m_rows(ROWS<NYX_MODULE>(persistent), ROWS<NYX_PORT>(persistent), ROWS<NYX_NET>(persistent),
@@ -87,6 +92,8 @@ public:
         for_each_live_module([this](NYX_MODULE_ID id, NYX_MODULE_IMPL *module) { check_references(id, module); });
         check_headers();
         check_connections();
+        check_own_interfaces("port", NYX_TRAIT_OBJ_TYPE::PORT_SPARSE, m_interface_of_port);
+        check_own_interfaces("port bus", NYX_TRAIT_OBJ_TYPE::PORT_BUS_SPARSE, m_interface_of_port_bus);
         check_all_seen<NYX_NET>("net");
         check_all_seen<NYX_INSTANCE>("instance");
         check_all_seen<NYX_PORT_BUS>("port bus");
@@ -277,7 +284,54 @@ private:
                 check_name(*rows<NYX_INTERFACE>().table().m_name_id.get(interface_id), what);
                 if (interface->m_parent_ptr.get() != module)
                     fault(what, ": it belongs to another module");
+                check_interface_members<NYX_PORT>(module, what, "port", interface_id, interface, m_interface_of_port);
+                check_interface_members<NYX_PORT_BUS>(module, what, "port bus", interface_id, interface,
+                                                      m_interface_of_port_bus);
             });
+    }
+
+    using INTERFACE_OF = std::unordered_map<unsigned, NYX_INTERFACE_ID>; // by the number of a member
+
+    // Port buses of the module have been walked before.
+    template <class T>
+    void check_interface_members(const NYX_MODULE_IMPL *module, const std::string &what, const char *kind,
+                                 NYX_INTERFACE_ID id, const NYX_INTERFACE_IMPL *interface, INTERFACE_OF &all) {
+        const NYX_INTERFACE_MEMBERS<T> *const members = nyx_interface_members<T>(interface);
+        if (members == nullptr)
+            return;
+        for (const NYX_OFFSET_PTR<T> &member : *members) {
+            const auto member_id = rows<T>().find_id(member.get());
+            if (!member_id)
+                fault(what, ": a ", kind, " in its list does not exist");
+            else if (!all.try_emplace(member_id->get(), id).second)
+                fault(what, ": ", kind, " ", *member_id, " is in a list of an interface twice");
+            else if (!is_of_module(rows<T>().get(*member_id), module))
+                fault(what, ": ", kind, " ", *member_id, " is in its list, but not one of the module");
+        }
+    }
+    bool is_of_module(const NYX_PORT_IMPL *port, const NYX_MODULE_IMPL *module) {
+        return port->m_parent_ptr.get() == module;
+    }
+    bool is_of_module(const NYX_PORT_BUS_IMPL *bus, const NYX_MODULE_IMPL *module) {
+        const auto found = m_module_of_port_bus.find(bus);
+        return found != m_module_of_port_bus.end() && found->second == module;
+    }
+
+    // What ports or port buses say of their own interface, against the lists of the interfaces.
+    void check_own_interfaces(const char *kind, NYX_TRAIT_OBJ_TYPE type, INTERFACE_OF &listed) {
+        if (const NYX_BYTE4_TRAIT *const trait =
+                m_persistent.find_byte4_trait(std::string("interface_id") + NYX_INTERNAL_SUFFIX, type)) {
+            for (const auto &[member, interface] : trait->get_impl()->m_trait_lookup_ptr->map(type)) {
+                const auto found = listed.find(member.get());
+                if (found == listed.end() || found->second.get() != static_cast<unsigned>(interface))
+                    fault(kind, " ", member, " says that it is in interface ", static_cast<unsigned>(interface),
+                          ", which does not list it");
+                else
+                    listed.erase(found);
+            }
+        }
+        for (const auto &[member, interface] : listed)
+            fault(kind, " ", member, " is in the list of interface ", interface, ", but does not say so");
     }
 
     void check_instance(NYX_MODULE_IMPL *module, const std::string &module_label, NYX_INSTANCE_ID id,
@@ -347,6 +401,8 @@ private:
         if ((net->m_bits & 3) == 3)
             fault(what, ": it is both power and ground");
         check_bus_link<NYX_NET_BUS>(*rows<NYX_NET>().table().m_bus_ptr.get(id), id, what);
+        if (*rows<NYX_NET>().table().m_bus_ptr.get(id) != nullptr)
+            m_module_of_bus_net[id.get()] = module;
         check_chain<NYX_PORT>(net, what, "ports", &m_ports_on_nets, [&](NYX_PORT_ID port_id, NYX_PORT_IMPL *port) {
             if (port->m_net_ptr.get() != net)
                 fault(what, ": port ", port_id, " is in its list, but on another net");
@@ -368,32 +424,20 @@ private:
                                    });
     }
 
-    // The elements of an array that a row leads to, null if there is none or it is no block that holds so many.
-    template <class ELEMENT>
-    const ELEMENT *claim_array(const void *link, std::int64_t size, const std::string &owner) {
-        const std::uintptr_t address = NYX_IMAGE_READER::target(link);
-        if (address == 0)
-            return nullptr;
-        if (m_blocks.usable(address) / sizeof(ELEMENT) < static_cast<std::uint64_t>(size)) {
-            fault(owner, ": its array of ", size, " elements lies in no block of its own");
-            return nullptr;
-        }
-        return reinterpret_cast<const ELEMENT *>(m_blocks.claim(address, sizeof(ELEMENT), "an array"));
-    }
-
     template <class BUS>
     void check_buses(NYX_MODULE_IMPL *module, const std::string &module_label, const char *kind, const char *list) {
         check_chain<BUS>(module, module_label, list, nullptr, [&](auto id, auto *bus) {
             const std::string what = module_label + ": " + label(kind, bus->m_name_id, id);
             check_name(bus->m_name_id, what);
-            const std::int64_t size = std::abs(std::int64_t(bus->m_left_index) - bus->m_right_index) + 1;
+            const long long size = bus->get_size();
             std::vector<unsigned> members;
-            using ID = std::remove_cvref_t<decltype(bus->m_members_ptr[0])>;
-            for (const ID *member = claim_array<ID>(&bus->m_members_ptr, size, what), *end = member + size;
-                 member != nullptr && member != end; ++member) {
-                if (*member != ID::INVALID)
-                    members.push_back(member->get());
+            for (long long position = 0; bus->m_members_ptr != nullptr && position < size; ++position) {
+                const auto member = bus->m_members_ptr[position];
+                if (member != decltype(member)::INVALID)
+                    members.push_back(member.get());
             }
+            if constexpr (std::is_same_v<BUS, NYX_PORT_BUS>)
+                m_module_of_port_bus[bus] = module;
             // Those that say that they are in it, from their own links; nets and ports have been walked before.
             std::vector<unsigned> &said = m_members[reinterpret_cast<std::uintptr_t>(bus)];
             std::sort(members.begin(), members.end());
@@ -401,7 +445,28 @@ private:
             if (members != said)
                 fault(what, ": it lists ", members.size(), " members, and ", said.size(),
                       " objects say that they are in it, which are not the same");
+            for (const unsigned member : said)
+                check_bus_member(module, what, typename MEMBERS_OF<BUS>::ID(member));
         });
+    }
+    template <class BUS>
+    struct MEMBERS_OF {
+        using ID = typename NYX_OBJECT_TRAITS<typename NYX_BUS_KIND<BUS>::MEMBER>::id;
+    };
+
+    // Of members that have been walked, so that they are rows; of nets the lists of modules tell.
+    void check_bus_member(const NYX_MODULE_IMPL *module, const std::string &what, NYX_PORT_ID id) {
+        if (rows<NYX_PORT>().get(id)->m_parent_ptr.get() != module)
+            fault(what, ": port ", id, " is in it, but not one of the module");
+    }
+    void check_bus_member(const NYX_MODULE_IMPL *module, const std::string &what, NYX_INSTANCE_ID id) {
+        if (rows<NYX_INSTANCE>().get(id)->m_parent_ptr.get() != module)
+            fault(what, ": instance ", id, " is in it, but not one of the module");
+    }
+    void check_bus_member(const NYX_MODULE_IMPL *module, const std::string &what, NYX_NET_ID id) {
+        const auto found = m_module_of_bus_net.find(id.get());
+        if (found == m_module_of_bus_net.end() || found->second != module)
+            fault(what, ": net ", id, " is in it, but not one of the module");
     }
 
     void check_references(NYX_MODULE_ID id, NYX_MODULE_IMPL *module) {
@@ -451,7 +516,6 @@ private:
     }
 
     const NYX_NAME_MANAGER &m_names;
-    NYX_IMAGE_READER &m_blocks;
     const NYX_DB_PERSISTENT &m_persistent;
     std::size_t m_max_faults;
     std::vector<std::string> m_faults;
@@ -463,7 +527,11 @@ private:
     std::vector<bool> m_inst_ports_on_nets = std::vector<bool>(rows<NYX_INST_PORT>().table().iter_limit());
     std::unordered_map<unsigned, unsigned> m_module_uses;
     std::unordered_map<unsigned, unsigned> m_header_uses;
-    std::unordered_map<std::uintptr_t, std::vector<unsigned>> m_members; // by bus: who refers to it
+    std::unordered_map<std::uintptr_t, std::vector<unsigned>> m_members;       // by bus: who refers to it
+    std::unordered_map<unsigned, const NYX_MODULE_IMPL *> m_module_of_bus_net; // whose list a net in a bus is in
+    std::unordered_map<const NYX_PORT_BUS_IMPL *, const NYX_MODULE_IMPL *> m_module_of_port_bus;
+    INTERFACE_OF m_interface_of_port; // by the lists of the interfaces
+    INTERFACE_OF m_interface_of_port_bus;
     std::size_t m_num_port_links = 0;
     std::size_t m_num_ports_on_nets = 0;
     std::size_t m_num_inst_port_links = 0;
@@ -472,12 +540,39 @@ private:
 
 } // namespace
 
-std::vector<std::string> nyx_check_netlist(const NYX_DB_PERSISTENT &persistent, std::size_t max_faults) {
-    NYX_IMAGE_READER blocks(persistent.get_segment_manager());
-    return nyx_check_netlist(persistent, blocks, max_faults);
+std::vector<std::string> nyx_check_base_modules(const NYX_DB_PERSISTENT &persistent, std::size_t max_faults) {
+    std::vector<std::string> faults;
+    NYX_INSTANCE_TABLE &instances = persistent.table<NYX_INSTANCE>();
+    NYX_INST_PORT_TABLE &inst_ports = persistent.table<NYX_INST_PORT>();
+    for (unsigned i = 0; i < instances.iter_limit(); ++i) {
+        const NYX_INSTANCE_ID id(i);
+        const NYX_INSTANCE_IMPL *const instance = instances.get(id);
+        // Free rows have no parent, and those of this database have been looked at.
+        if (instance->m_parent_ptr == nullptr || instance->m_inst_header_ptr == nullptr)
+            continue;
+        const NYX_MODULE *module = nullptr;
+        try {
+            module = instance->get_module();
+        } catch (const NYX_RUNTIME_ERROR &) {
+            continue; // its database is not open
+        }
+        const NYX_INST_PORT_ID first = *instances.m_first_inst_port.get(id);
+        const unsigned num_inst_ports = std::min(*instances.m_num_inst_ports.get(id), module->get_num_ports());
+        for (unsigned index = 0; index < num_inst_ports; ++index) {
+            if (faults.size() == max_faults)
+                return faults;
+            if (inst_ports.get(NYX_INST_PORT_ID(first.get() + index))->is_valid() &&
+                module->get_port_by_index(index) == nullptr)
+                faults.push_back("module '" + instance->get_parent()->get_name() + "': instance '" +
+                                 instance->get_name() + "' (" + std::to_string(i) + "): inst port " +
+                                 std::to_string(index) + " stands for a port that module '" + module->get_name() +
+                                 "' of database '" + module->get_db()->get_name() +
+                                 "' has lost; update_num_ports() of that module takes it away");
+        }
+    }
+    return faults;
 }
 
-std::vector<std::string> nyx_check_netlist(const NYX_DB_PERSISTENT &persistent, NYX_IMAGE_READER &blocks,
-                                           std::size_t max_faults) {
-    return CHECKER(persistent, blocks, max_faults).run();
+std::vector<std::string> nyx_check_netlist(const NYX_DB_PERSISTENT &persistent, std::size_t max_faults) {
+    return CHECKER(persistent, max_faults).run();
 }

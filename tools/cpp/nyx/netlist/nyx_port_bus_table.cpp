@@ -1,8 +1,7 @@
 #include "netlist/nyx_port_bus_table.h"
 
+#include "netlist/nyx_bus_table.h"
 #include "netlist/nyx_table_impl.h"
-
-#include <cstdlib>
 
 NYX_PORT_BUS_TABLE::NYX_PORT_BUS_TABLE(NYX_DB_PERSISTENT *persistent, NYX_SEGMENT_MANAGER *manager)
     : m_persistent(persistent)
@@ -12,14 +11,7 @@ NYX_PORT_BUS_TABLE::NYX_PORT_BUS_TABLE(NYX_DB_PERSISTENT *persistent, NYX_SEGMEN
     , m_properties(nyx_make_property_map<NYX_PORT_BUS_ID>(manager)) {}
 
 void NYX_PORT_BUS_TABLE::add_array_stats(NYX_TYPE_STATS &stats) const {
-    long members = 0;
-    for (unsigned i = 0; i < iter_limit(); ++i) {
-        const NYX_PORT_BUS_IMPL *const row = get(NYX_PORT_BUS_ID(i));
-        // A free row's first word is partly its link; its name tells.
-        if (row->m_name_id != NYX_NAME_ID::INVALID && row->m_members_ptr)
-            members += std::labs(long(row->m_left_index) - long(row->m_right_index)) + 1;
-    }
-    stats.add_field_stats(NYX_FIELD_STATS("*ports", members * long(sizeof(NYX_PORT_ID)), -1, 0));
+    nyx_add_bus_array_stats(*this, "*ports", stats);
 }
 
 template class NYX_TABLE<NYX_PORT_BUS_TABLE, NYX_PORT_BUS_IMPL, NYX_PORT_BUS_ID>;

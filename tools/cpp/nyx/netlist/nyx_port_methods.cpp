@@ -80,6 +80,7 @@ void NYX_PORT::deallocate() {
 // ---- Connection
 
 void NYX_PORT::put_on_net(NYX_NET *net) {
+    NYX_CHECK_MSG(get_parent(), "This port has not been allocated yet");
     NYX_CHECK_MSG(nyx_get_persistent(net) == nyx_get_persistent(this), "Port and net need to be in the same database");
     net->add_port(this);
 }
@@ -163,6 +164,7 @@ std::string NYX_PORT::debug_get_name() const {
 void NYX_PORT::set_name(const std::string &name) {
     if (name.empty())
         NYX_RAISE_INVALID_ARGUMENT("NYX_PORT::set_name", "Port name cannot be empty");
+    NYX_CHECK_MSG(get_parent(), "This port has not been allocated yet");
     NYX_PORT_IMPL *const impl = get_impl();
     const bool observed = nyx_is_observed<NYX_PORT>();
     const std::string old_name = observed ? get_name() : std::string();
