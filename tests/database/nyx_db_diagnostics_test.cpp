@@ -84,6 +84,20 @@ TEST(DbTrace, PurgeIsToldAsSuch) {
     EXPECT_EQ(texts[0].substr(0, 8), "purge() ");
 }
 
+TEST(DbTrace, PurgeOfAGroupIsToldOfEachTop) {
+    NYX_DB *const parent = create_db("frame_parent", NYX_DB_TYPE::USER, "frame_g");
+    NYX_DB *const child = create_db("frame_child", NYX_DB_TYPE::USER, "frame_g");
+    link_dbs(parent, child);
+    const std::string begin = "purge() called on " + pointer_text(parent) + " as follows:\n";
+    SCOPED_ENV set("NYX_DB_DEBUG_ACCESS", "1");
+    CAPTURING_SINK reports;
+    child->close(); // the use of its creator
+    NYX_DB::purge_db_group("frame_g");
+    const TEXTS texts = reports.texts(NYX_REPORT::SEVERITY::DEBUG);
+    ASSERT_GE(texts.size(), 2u);
+    EXPECT_EQ(texts[1].substr(0, begin.size()), begin);
+}
+
 TEST(DbTrace, VariableIsReadAtEachCall) {
     CAPTURING_SINK reports;
     for (const char *const value : {"1", "", "x"}) {

@@ -2,15 +2,20 @@
 #include "database_test_support.h"
 #include "netlist/nyx_inst_header_table.h"
 #include "nyx/nyx.h"
+#include "support/scoped_env.h"
 #include "support/temp_dir.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <set>
+#include <sstream>
 
 namespace {
 
@@ -609,6 +614,152 @@ TEST_F(DbFile, CloneOntoAnOpenDatabaseIsRefusedBeforeItsFileIsLost) {
               "DB 'b' is already opened in MODIFY mode and cannot be shared.");
     EXPECT_EQ(bytes_of(path("b.nyx")), bytes);
     db->close();
+}
+
+TEST_F(DbFile, RangeOfALargeDatabaseCostsNothingToOpen) {
+    NYX_DB::create(m_path.c_str(), 65536, NYX_DB_TYPE::USER)->close();
+    const auto peak_KiB = [&](MODE mode) {
+        int ends[2];
+        EXPECT_EQ(pipe(ends), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            NYX_DB::open(m_path.c_str(), mode);
+            rusage usage{};
+            getrusage(RUSAGE_SELF, &usage);
+            _exit(write(ends[1], &usage.ru_maxrss, sizeof(long)) < 0);
+        }
+        long result = 0;
+        EXPECT_EQ(read(ends[0], &result, sizeof(result)), ssize_t(sizeof(result)));
+        waitpid(child, nullptr, 0);
+        return result;
+    };
+    EXPECT_LT(peak_KiB(MODE::MODIFY), peak_KiB(MODE::READ_ONLY) + 8 * 1024);
+}
+
+TEST_F(DbFile, DamagedSizesAreToldWithASizeFactorToo) {
+    make(m_path);
+    std::fstream file(m_path, std::ios::in | std::ios::out | std::ios::binary);
+    const std::uint64_t sizes[] = {std::uint64_t(1) << 63, std::uint64_t(1) << 63};
+    file.seekp(29).write(reinterpret_cast<const char *>(sizes), sizeof(sizes));
+    file.close();
+    EXPECT_THROW(NYX_DB::open(m_path.c_str(), MODE::MODIFY, nullptr, nullptr, 2.0), NYX_DATABASE_CORRUPTED_EXCEPTION);
+}
+
+TEST_F(DbFile, EachLongOperationOpensAProfileScope) {
+    NYX_REPORT::start_trace();
+    NYX_DB *const db = NYX_DB::create(m_path.c_str(), s_size_MiB, NYX_DB_TYPE::USER);
+    NYX_MODULE::allocate(db, "m", 0);
+    db->commit(m_path);
+    db->close();
+    NYX_DB::open(m_path.c_str(), MODE::READ_ONLY)->close();
+    NYX_DB::clone_db(m_path.c_str(), path("b").c_str());
+    NYX_DB::grow_db(m_path.c_str(), 0);
+    NYX_DB::set_db_size(m_path.c_str(), s_size_MiB);
+    std::ostringstream trace;
+    NYX_REPORT::write_trace(trace);
+    for (const char *const name :
+         {"NYX_DB::create", "NYX_DB::commit", "NYX_DB::close", "NYX_DB::open", "NYX_DB::clone_db", "NYX_DB::grow",
+          "NYX_DB::set_db_size", "NYX_MANAGED_SERIALISED_FILE::commit_impl", "NYX_MANAGED_SERIALISED_FILE::load"})
+        EXPECT_NE(trace.str().find('"' + std::string(name) + '"'), std::string::npos) << name;
+}
+
+TEST_F(DbFile, AccessesToFilesAreTraced) {
+    const SCOPED_ENV debug("NYX_DB_DEBUG_ACCESS", "1");
+    CAPTURING_SINK sink;
+    NYX_DB::create(m_path.c_str(), s_size_MiB, NYX_DB_TYPE::USER)->close();
+    NYX_DB *const db = NYX_DB::open(m_path.c_str(), MODE::READ_ONLY);
+    NYX_DB::open(m_path.c_str(), MODE::READ_ONLY);
+    db->close();
+    db->close();
+    TEXTS callers;
+    for (const std::string &text : sink.texts(NYX_REPORT::SEVERITY::DEBUG))
+        callers.push_back(text.substr(0, text.find(" called on ")));
+    EXPECT_EQ(callers,
+              (TEXTS{"create()", "close()", "open() of new DB", "open() of existing DB", "close()", "close()"}));
+}
+
+TEST_F(DbFile, ReadOnlyIgnoresTheSizeFactor) {
+    make(m_path);
+    NYX_DB *const db = NYX_DB::open(m_path.c_str(), MODE::READ_ONLY, nullptr, nullptr, 1e300);
+    EXPECT_EQ(db->get_size(), NYX_DB::get_file_stats(m_path).data_size);
+    db->close();
+}
+TEST_F(DbFile, GrowthThatNoNumberHoldsIsNotWrapped) {
+    make(m_path);
+    NYX_DB::grow_db(m_path.c_str(), (1ull << 44) - 1);
+    EXPECT_EQ(NYX_DB::get_file_stats(m_path).default_size, ~0ull);
+}
+TEST_F(DbFile, StatisticsOfVersionTwoAreTold) {
+    make(m_path);
+    std::fstream file(m_path, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(4).put(2);
+    file.close();
+    EXPECT_EQ(NYX_DB::get_file_stats(m_path).version, 2u);
+}
+TEST_F(DbFile, FailedOpenLeavesNothingInTheProcess) {
+    make(m_path);
+    fs::resize_file(m_path, fs::file_size(m_path) - 1);
+    EXPECT_THROW(NYX_DB::open(m_path.c_str(), MODE::MODIFY), NYX_DATABASE_CORRUPTED_EXCEPTION);
+    EXPECT_EQ(NYX_DB::get_num_users("a", ""), 0);
+    EXPECT_EQ(to_vector(NYX_DB::iter_open_dbs()), std::vector<NYX_DB *>());
+}
+
+TEST_F(DbFile, SlashAtTheEndLeadsToAFileThatIsAllExtension) {
+    fs::create_directory(path("x"));
+    EXPECT_EQ(error([&] { NYX_DB::open(path("x/").c_str(), MODE::READ_ONLY); }),
+              error([&] { NYX_DB::open(path("x/.nyx").c_str(), MODE::READ_ONLY); }));
+    NYX_DB *const db = NYX_DB::create(path("x/").c_str(), s_size_MiB, NYX_DB_TYPE::USER);
+    EXPECT_EQ(db->get_file_name(), path("x/.nyx"));
+    EXPECT_EQ(db->get_name(), ".");
+    EXPECT_EQ(db->close(), 0);
+    EXPECT_TRUE(fs::exists(path("x/.nyx")));
+    NYX_DB *const again = NYX_DB::open(path("x/.nyx").c_str(), MODE::READ_ONLY);
+    EXPECT_EQ(again->get_name(), "");
+    EXPECT_EQ(again->close(), 0);
+}
+
+TEST_F(DbFile, ExtensionIsTakenOffOnce) {
+    for (const auto &[name, file] : std::vector<std::pair<const char *, const char *>>{
+             {"b.nyx.nyx", "b.nyx.nyx"}, {"c.v", "c.v.nyx"}, {"d.", "d..nyx"}, {".nyx", ".nyx"}, {".e", ".e.nyx"}}) {
+        NYX_DB *const db = NYX_DB::create(path(name).c_str(), s_size_MiB, NYX_DB_TYPE::USER);
+        EXPECT_EQ(db->get_file_name(), path(file));
+        db->disable_commit_on_close();
+        EXPECT_EQ(db->close(), 0);
+    }
+}
+
+TEST_F(DbFile, CloneThatCanNotFindALibraryIsNotOpen) {
+    NYX_DB *const db = NYX_DB::create(m_path.c_str(), s_size_MiB, NYX_DB_TYPE::USER);
+    NYX_DB *const library = create_db("DbFile_gone", NYX_DB_TYPE::COMPONENT);
+    NYX_INSTANCE::allocate(NYX_MODULE::allocate(db, "m", 0), "u", NYX_MODULE::allocate(library, "l", 0));
+    EXPECT_EQ(db->close(), 0);
+    EXPECT_EQ(library->close(), 0);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(error([&] { NYX_DB::clone_db(m_path.c_str(), path("b").c_str()); }).substr(0, 41),
+                  "Can't find path to db named 'DbFile_gone'");
+    EXPECT_EQ(to_vector(NYX_DB::iter_open_dbs()), std::vector<NYX_DB *>());
+}
+
+// The function is for the library's own use; an explicit instantiation may name it.
+using FIND_BY_NAME = NYX_DB *(*)(const std::string &, MODE, const std::string &);
+FIND_BY_NAME find_by_name_of_db();
+template <FIND_BY_NAME FUNCTION>
+struct FORWARD {
+    friend FIND_BY_NAME find_by_name_of_db() { return FUNCTION; }
+};
+template struct FORWARD<&NYX_DB::find_by_name>;
+
+TEST_F(DbFile, FindingByNameIsAUseInTheSameMode) {
+    const FIND_BY_NAME find_by_name = find_by_name_of_db();
+    make(m_path);
+    EXPECT_EQ(find_by_name("a", MODE::READ_ONLY, ""), nullptr);
+    EXPECT_EQ(find_by_name("a", MODE::READ_ONLY, "no such group"), nullptr);
+    NYX_DB *const db = NYX_DB::open(m_path.c_str(), MODE::READ_ONLY);
+    EXPECT_EQ(raised<NYX_RUNTIME_ERROR>([&] { find_by_name("a", MODE::MODIFY, ""); }),
+              RAISED("DB a was opened in mode 0 and cannot be obtained in mode 1", "NYX_DB::find_by_name"));
+    EXPECT_EQ(find_by_name("a", MODE::READ_ONLY, ""), db);
+    EXPECT_EQ(db->close(), 1);
+    EXPECT_EQ(db->close(), 0);
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "database_test_support.h"
 #include "support/temp_dir.h"
 
+#include <algorithm>
+#include <iterator>
 #include <set>
 
 namespace {
@@ -104,6 +106,60 @@ TEST_F(DbGroups, TwoGroupsMayHaveDatabasesOfOneName) {
     EXPECT_EQ(NYX_DB::get_num_users("x", "g"), 1);
     EXPECT_EQ(NYX_DB::get_num_users("x", "h"), 0);
     NYX_DB::remove_group("h");
+}
+
+TEST_F(DbGroups, PurgeBeginsWithADatabaseOfSeveralParents) {
+    NYX_DB *dbs[] = {create_db("a", NYX_DB_TYPE::USER, "g"), create_db("b", NYX_DB_TYPE::USER, "g"),
+                     create_db("c", NYX_DB_TYPE::USER, "g")};
+    std::sort(std::begin(dbs), std::end(dbs), [](NYX_DB *x, NYX_DB *y) { return root_of(x) < root_of(y); });
+    link_dbs(dbs[1], dbs[0]);
+    link_dbs(dbs[2], dbs[0]);
+    CAPTURING_SINK quiet;
+    NYX_DB::purge_db_group("g");
+    EXPECT_EQ(to_vector(NYX_DB::iter_open_dbs()), std::vector<NYX_DB *>());
+}
+
+TEST_F(DbGroups, PurgeOpensACircle) {
+    NYX_DB *const a = create_db("a", NYX_DB_TYPE::USER, "g");
+    NYX_DB *const b = create_db("b", NYX_DB_TYPE::USER, "g");
+    link_dbs(a, b);
+    link_dbs(b, a);
+    CAPTURING_SINK quiet;
+    NYX_DB::purge_db_group("g");
+    EXPECT_EQ(to_vector(NYX_DB::iter_open_dbs()), std::vector<NYX_DB *>());
+}
+
+TEST_F(DbGroups, PurgeStopsAtAParentOutsideOfAnyGroup) {
+    SCOPED_DB parent("parent");
+    NYX_DB *const child = create_db("child", NYX_DB_TYPE::USER, "g");
+    link_dbs(parent, child);
+    EXPECT_EQ(refused([] { NYX_DB::purge_db_group("g"); }),
+              "Cannot get top db for parent. Single top db is defined for user design db only.");
+    EXPECT_EQ(child->get_db_group_name(), "g");
+    parent->close();
+    child->close();
+}
+
+TEST_F(DbGroups, PurgeStopsWhereADatabaseCanNotBeSaved) {
+    std::vector<NYX_DB *> dbs;
+    {
+        TEMP_DIR dir;
+        for (const char *name : {"x.nyx", "y.nyx"})
+            dbs.push_back(NYX_DB::create((dir / name).c_str(), s_size_MiB, NYX_DB_TYPE::USER, name, "g"));
+    }
+    EXPECT_THROW(NYX_DB::purge_db_group("g"), NYX_FILE_IO_EXCEPTION);
+    EXPECT_EQ(to_vector(NYX_DB::iter_open_dbs()).size(), 2u);
+    EXPECT_NE(NYX_DB_LINKER::get().find_group("g"), nullptr);
+    for (NYX_DB *const db : dbs)
+        db->disable_commit_on_close();
+}
+
+TEST_F(DbGroups, EntryThatComesTwiceIsTold) {
+    CAPTURING_SINK sink;
+    ENTRIES entries{{"x", "a.nyx", MODE::READ_ONLY}, {"x", "b.nyx", MODE::READ_ONLY}};
+    NYX_DB::create_group("g", entries, "/d");
+    EXPECT_EQ(sink.texts(NYX_REPORT::SEVERITY::INFO),
+              TEXTS{"DB x was already mapped to /d/a.nyx. Now mapping to /d/b.nyx"});
 }
 
 } // namespace

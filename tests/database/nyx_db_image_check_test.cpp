@@ -8,12 +8,10 @@
 #include "netlist/nyx_net_bus_table.h"
 #include "netlist/nyx_net_table.h"
 #include "netlist/nyx_port_table.h"
+#include "traits/nyx_byte4_trait_table.h"
+#include "traits/nyx_byte8_trait_table.h"
 
-#include "nyx/nyx_bus.h"
-#include "nyx/nyx_interface.h"
-#include "nyx/nyx_module.h"
-#include "nyx/nyx_net.h"
-#include "nyx/nyx_port.h"
+#include "nyx/nyx.h"
 
 #include <functional>
 #include <utility>
@@ -277,6 +275,121 @@ TEST_F(ImageCheck, VerifyLooksAtTheBlocksFirst) {
     EXPECT_EQ(m_db->verify().size(), 1u);
     size ^= 1;
     EXPECT_EQ(m_db->verify(), TEXTS());
+}
+
+TEST(Verify, BusWhoseMembersLieElsewhereIsToldAndNotFollowed) {
+    SCOPED_DB db("a");
+    NYX_NET_BUS::allocate(NYX_MODULE::allocate(db, "m", 0), "b", 3, 0);
+    NYX_NET_BUS_IMPL *const bus = root_of(db)->table<NYX_NET_BUS>().get(NYX_NET_BUS_ID(0));
+    bus->m_left_index = 1 << 30;
+    EXPECT_FALSE(db->verify().empty());
+    bus->m_left_index = 3;
+}
+
+TEST(Verify, ApplicationValueThatLiesElsewhereIsTold) {
+    SCOPED_DB db("a");
+    NYX_NET::create_app_trait(db, "notes", NYX_APP_DATA(), "", "", "");
+    auto &traits = root_of(db)->table<NYX_BYTE8_TRAIT>();
+    NYX_BYTE8_TRAIT_IMPL *row = nullptr;
+    for (unsigned i = 0; i < traits.iter_limit(); ++i)
+        if (auto *const at = traits.get(NYX_BYTE8_TRAIT_ID(i));
+            at->m_storage_name_id != NYX_NAME_ID::INVALID && at->m_value_type == NYX_TRAIT_VALUE_TYPE::APP_TRAIT_VALUE)
+            row = at;
+    ASSERT_NE(row, nullptr);
+    long long &value = row->m_trait_lookup_ptr->m_default_value;
+    const long long sound = std::exchange(value, 1ll << 40);
+    EXPECT_FALSE(db->verify().empty());
+    value = sound;
+}
+
+// Rows of traits as a file may have them: opened, they are refused, whatever is asked for then.
+TEST(TraitRows, OfAnotherTypeAreRefused) {
+    TEMP_DIR dir;
+    const std::string path = dir / "a.nyx";
+    for (const unsigned char type : {0, 1, 2, 3, 6, 9, 255}) {
+        NYX_DB *const db = NYX_DB::create(path.c_str(), s_size_MiB, NYX_DB_TYPE::USER);
+        NYX_BYTE8_TRAIT *const trait = NYX_NET::create_time_trait(db, "t", 123456789012345, "", "", "");
+        trait->get_impl()->m_value_type = NYX_TRAIT_VALUE_TYPE(type);
+        EXPECT_FALSE(db->verify().empty()) << unsigned(type);
+        db->close();
+        EXPECT_THROW(NYX_DB::open(path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY), NYX_DATABASE_CORRUPTED_EXCEPTION)
+            << unsigned(type);
+    }
+}
+
+TEST(TraitRows, ForNoTypeOfObjectsAreRefused) {
+    TEMP_DIR dir;
+    const std::string path = dir / "a.nyx";
+    NYX_DB *const db = NYX_DB::create(path.c_str(), s_size_MiB, NYX_DB_TYPE::USER);
+    NYX_BYTE4_TRAIT *const trait = NYX_NET::create_int_trait(db, "t", 0, "", "", "");
+    trait->get_impl()->m_trait_lookup_ptr->m_object_type = NYX_TRAIT_OBJ_TYPE::ALL_SPARSE;
+    db->close();
+    EXPECT_THROW(NYX_DB::open(path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY), NYX_DATABASE_CORRUPTED_EXCEPTION);
+}
+
+TEST(TraitRows, WhoseNameIsNoneOfATraitAreRefused) {
+    TEMP_DIR dir;
+    const std::string path = dir / "a.nyx";
+    for (const char *const name : {"tPORT_SPARSE", "t"}) {
+        NYX_DB *const db = NYX_DB::create(path.c_str(), s_size_MiB, NYX_DB_TYPE::USER);
+        NYX_BYTE4_TRAIT *const trait = NYX_NET::create_int_trait(db, "t", 0, "", "", "");
+        trait->get_impl()->m_storage_name_id = root_of(db)->names().get_id(name);
+        db->close();
+        EXPECT_THROW(NYX_DB::open(path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY), NYX_DATABASE_CORRUPTED_EXCEPTION);
+    }
+}
+
+TEST(Verify, ValueOfATraitThatCanNotBeIsTold) {
+    SCOPED_DB db("a");
+    NYX_NET *const net = NYX_NET::allocate(NYX_MODULE::allocate(db, "m", 0), "n");
+    NYX_BYTE4_TRAIT *const text = NYX_NET::create_string_trait(db, "text", "", "", "", "");
+    NYX_BYTE8_TRAIT *const notes = NYX_NET::create_app_trait(db, "notes", NYX_APP_DATA(), "", "", "");
+    net->set_value(static_cast<NYX_STRING_TRAIT *>(text), "x");
+    const unsigned char data[] = {1, 2, 3};
+    net->set_value(static_cast<NYX_APP_TRAIT *>(notes), NYX_APP_DATA(3, data));
+    EXPECT_EQ(db->verify(), TEXTS());
+    constexpr auto kind = NYX_TRAIT_OBJ_TYPE::NET_SPARSE;
+    auto &texts = text->get_impl()->m_trait_lookup_ptr->map(kind);
+    auto &blocks = notes->get_impl()->m_trait_lookup_ptr->map(kind);
+    const auto expect_fault = [&](const std::string &expected) { EXPECT_EQ(db->verify(), TEXTS{expected}); };
+
+    const int sound_text = std::exchange(texts.begin()->second, 1 << 30);
+    expect_fault("a trait: there is no name 1073741824");
+    texts.begin()->second = text->get_impl()->m_trait_lookup_ptr->m_default_value;
+    expect_fault("a trait keeps its default for object 0");
+    texts.begin()->second = sound_text;
+
+    const long long distance = blocks.begin()->second;
+    for (const long long wrong : {distance + 8, distance + 1, -distance, 1ll << 40, 0ll}) {
+        blocks.begin()->second = wrong;
+        EXPECT_EQ(db->verify().size(), 1u) << wrong;
+    }
+    blocks.begin()->second = distance;
+    auto &size = *reinterpret_cast<std::uint32_t *>(reinterpret_cast<char *>(notes->get_impl()) + distance);
+    size = 100000;
+    EXPECT_EQ(db->verify().size(), 1u);
+    size = 3;
+
+    texts.emplace(NYX_ANY_ID(5), sound_text);
+    expect_fault("a trait has a value of object 5 of 1");
+    texts.erase(NYX_ANY_ID(5));
+    EXPECT_EQ(db->verify(), TEXTS());
+}
+
+TEST(Verify, ArrayThatIsSomethingElseAsWellIsTold) {
+    SCOPED_DB db("a");
+    NYX_MODULE *const module = NYX_MODULE::allocate(db, "m", 0);
+    NYX_NET_BUS::allocate(module, "b", 3, 0);
+    NYX_NET_BUS::allocate(module, "c", 3, 0);
+    auto &table = root_of(db)->table<NYX_NET_BUS>();
+    NYX_NET_BUS_IMPL *const bus = table.get(NYX_NET_BUS_ID(0));
+    const auto sound = bus->m_members_ptr;
+    bus->m_members_ptr = table.get(NYX_NET_BUS_ID(1))->m_members_ptr;
+    const TEXTS faults = db->verify();
+    ASSERT_EQ(faults.size(), 1u);
+    EXPECT_EQ(faults[0].find("the array of a bus"), 0u) << faults[0];
+    bus->m_members_ptr = sound;
+    EXPECT_EQ(db->verify(), TEXTS());
 }
 
 TEST_F(ImageCheck, VerifyLooksAtTheArraysOfBuses) {

@@ -2,12 +2,13 @@
 #include "database_test_support.h"
 #include "netlist/nyx_inst_header_table.h"
 #include "netlist/nyx_module_table.h"
-#include "nyx/nyx_inst_header.h"
+#include "nyx/nyx.h"
 #include "support/temp_dir.h"
 
 #include <algorithm>
 #include <functional>
 #include <set>
+#include <thread>
 
 namespace {
 
@@ -241,7 +242,8 @@ TEST_F(SubDbs, MissingFileIsRefused) {
 TEST_F(SubDbs, MissingModuleIsRefused) {
     make("leaf");
     make("top", [](NYX_DB *db) { add_header(db, "leaf", "other", 2); });
-    EXPECT_EQ(open_error("top"), "Module other missing in sub-db leaf");
+    EXPECT_EQ(raised<NYX_RUNTIME_ERROR>([&] { open("top"); }),
+              RAISED("Module other missing in sub-db leaf", "NYX_DB_PERSISTENT::open_sub_dbs"));
     EXPECT_EQ(find("top")->close(), 0);
     EXPECT_EQ(find("leaf"), nullptr);
 }
@@ -249,8 +251,9 @@ TEST_F(SubDbs, MissingModuleIsRefused) {
 TEST_F(SubDbs, OtherNumberOfPortsIsRefused) {
     make("leaf");
     make("top", [](NYX_DB *db) { add_header(db, "leaf", "m", 3); });
-    EXPECT_EQ(open_error("top"),
-              "Mismatch between number of ports of inst header for db leaf (3) and module in the sub-db m (2)");
+    EXPECT_EQ(raised<NYX_RUNTIME_ERROR>([&] { open("top"); }),
+              RAISED("Mismatch between number of ports of inst header for db leaf (3) and module in the sub-db m (2)",
+                     "NYX_DB_PERSISTENT::open_sub_dbs"));
     EXPECT_EQ(find("top")->close(), 0);
 }
 
@@ -379,6 +382,136 @@ TEST_F(SubDbs, CloneGivesBackItsSubDatabases) {
     NYX_DB::clone_db((m_dir / "origin.nyx").c_str(), (m_dir / "copy.nyx").c_str());
     EXPECT_EQ(uses("leaf"), 1);
     EXPECT_EQ(leaf->close(), 0);
+}
+
+TEST_F(SubDbs, LinkThatIsFoundLaterIsAUseToo) {
+    make_with_header("middle", {"SubDbs_late"});
+    open_error("middle");
+    NYX_DB *const middle = find("middle");
+    make("SubDbs_late");
+    NYX_DB *const late = open("SubDbs_late");
+    make_with_header("top", {"middle"});
+    EXPECT_EQ(open("top")->close(), 0);
+    EXPECT_EQ(middle->close(), 0);
+    EXPECT_EQ(find("SubDbs_late"), late);
+    EXPECT_EQ(late->close(), 0);
+}
+
+TEST_F(SubDbs, FreeHeadersAreSkipped) {
+    make("leaf");
+    make("top", [](NYX_DB *db) {
+        add_header(db, "SubDbs_unknown", "m", 2);
+        add_header(db, "leaf", "m", 2);
+        NYX_INST_HEADER_TABLE &table = root_of(db)->table<NYX_INST_HEADER>();
+        NYX_INST_HEADER_IMPL *const first = table.get(NYX_INST_HEADER_ID(0));
+        root_of(db)->unregister_inst_header({"", false, first->m_db_name_id, first->m_module_name_id});
+        table.deallocate(first);
+    });
+    NYX_DB *const top = open("top");
+    EXPECT_EQ(to_vector(NYX_DB::iter_sub_dbs(top, true)), DBS{find("leaf")});
+    EXPECT_EQ(top->close(), 0);
+}
+
+TEST_F(SubDbs, DatabaseWithoutHeadersIsNotVisited) {
+    make("leaf");
+    NYX_DB *const db = open("leaf");
+    std::set<const NYX_DB_PERSISTENT *> visited;
+    root_of(db)->open_sub_dbs(nullptr, visited);
+    EXPECT_TRUE(visited.empty());
+    EXPECT_EQ(db->close(), 0);
+}
+
+// Leaves come and go while designs on other threads refer to them.
+TEST_F(SubDbs, ThreadsOpenDesignsOnOneLibrary) {
+    make("leaf");
+    make_with_header("p", {"leaf"});
+    make_with_header("q", {"leaf"});
+    const auto work = [](const char *name) {
+        for (int i = 0; i < 400; ++i)
+            open(name)->close();
+    };
+    std::thread first(work, "p");
+    std::thread second(work, "q");
+    first.join();
+    second.join();
+    EXPECT_EQ(find("leaf"), nullptr);
+    EXPECT_EQ(uses("leaf"), 0);
+}
+
+// Opens another design when it is told of a database.
+class OPENS_MORE final : public NYX_OBSERVER<NYX_DB> {
+public:
+    OPENS_MORE() : NYX_OBSERVER(3) { set_enabled(true); }
+    ~OPENS_MORE() override { set_enabled(false); }
+    void opened(NYX_DB *db) override {
+        if (db->get_name() == "middle")
+            m_other = NYX_DB::open_by_name("other", MODE::READ_ONLY, "");
+    }
+    NYX_DB *m_other = nullptr;
+};
+
+TEST_F(SubDbs, WhatAnObserverOpensIsNoPartOfTheDesign) {
+    make("leaf");
+    make_with_header("middle", {"leaf"});
+    make_with_header("other", {"leaf"});
+    make_with_header("top", {"middle", "other"});
+    NYX_DB *top = nullptr;
+    NYX_DB *other = nullptr;
+    {
+        OPENS_MORE observer;
+        top = open("top");
+        other = observer.m_other;
+    }
+    ASSERT_NE(other, nullptr);
+    EXPECT_EQ(to_vector(NYX_DB::iter_sub_dbs(top, true)), (DBS{find("middle"), other}));
+    EXPECT_EQ(top->close(), 0);
+    EXPECT_EQ(other->close(), 0);
+}
+
+TEST_F(SubDbsInGroup, TraitSaysWhereAHeaderLeads) {
+    make_design("part");
+    make_design("top", [](NYX_DB *db) {
+        add_header(db, "part", "m", 2);
+        NYX_INST_HEADER *const header = root_of(db)->table<NYX_INST_HEADER>().get(NYX_INST_HEADER_ID(0));
+        header->set_value(NYX_INST_HEADER::find_bool_trait(db, "is_user_group"), true);
+    });
+    NYX_DB *const top = open_in_group("top");
+    EXPECT_EQ(to_vector(NYX_DB::iter_sub_dbs(top, true)), DBS{find("part", "g")});
+    EXPECT_EQ(find("part"), nullptr);
+    EXPECT_NE(root_of(top)->table<NYX_INST_HEADER>().get(NYX_INST_HEADER_ID(0))->get_module(), nullptr);
+    EXPECT_EQ(top->close(), 0);
+}
+
+TEST(UserGroupTrait, HeaderWhoseValueWasSetByItsNameLeavesNoKey) {
+    SCOPED_DB lib("lib", NYX_DB_TYPE::COMPONENT);
+    SCOPED_DB top("top");
+    NYX_MODULE *const a = NYX_MODULE::allocate(lib, "a", 0);
+    NYX_MODULE *const b = NYX_MODULE::allocate(lib, "b", 0);
+    NYX_MODULE *const design = NYX_MODULE::allocate(top, "t", 0);
+    NYX_INSTANCE *const first = NYX_INSTANCE::allocate(design, "u", a);
+    NYX_INST_HEADER *const header = first->get_inst_header();
+    header->set_value(NYX_INST_HEADER::find_bool_trait(top, "is_user_group"), true);
+    first->deallocate();
+    ASSERT_EQ(NYX_INSTANCE::allocate(design, "v", b)->get_inst_header(), header) << "the row is used again";
+    NYX_INSTANCE *const second = NYX_INSTANCE::allocate(design, "w", a);
+    EXPECT_EQ(second->get_inst_header()->get_module_name(), "a");
+    NYX_DB_LINKER::get().forget_header(second->get_inst_header());
+    EXPECT_EQ(second->get_module(), a);
+}
+
+TEST(UserGroupTrait, HeaderIsFiledAsItsSetterSaysWhateverTheTraitSaid) {
+    SCOPED_DB lib("lib", NYX_DB_TYPE::COMPONENT);
+    SCOPED_DB top("top");
+    NYX_INSTANCE *const instance =
+        NYX_INSTANCE::allocate(NYX_MODULE::allocate(top, "t", 0), "u", NYX_MODULE::allocate(lib, "a", 0));
+    NYX_INST_HEADER *const header = instance->get_inst_header();
+    header->set_value(NYX_INST_HEADER::find_bool_trait(top, "is_user_group"), true);
+    header->set_is_user_group(false);
+    EXPECT_FALSE(header->get_is_user_group());
+    const NYX_INST_HEADER_ID id(0);
+    EXPECT_FALSE(root_of(top)->get_inst_header_key(id).m_is_user_group);
+    header->set_is_user_group(true);
+    EXPECT_TRUE(root_of(top)->get_inst_header_key(id).m_is_user_group);
 }
 
 } // namespace

@@ -150,9 +150,18 @@ TEST(RewriteFault, EachCallThatFailsLeavesAWholeFile) {
     for (std::size_t at = 0;; ++at) {
         write_file(path, old);
         FAILING_FILE_SYSTEM failing(at);
-        thrown([&] { NYX_MANAGED_SERIALISED_FILE::rewrite(path, options); });
-        if (!failing.has_failed())
+        const std::string result = thrown([&] { NYX_MANAGED_SERIALISED_FILE::rewrite(path, options); });
+        if (!failing.has_failed()) {
+            EXPECT_EQ(result, "nothing");
+            EXPECT_EQ(header_of(path).default_size, s_size + 4096);
             break;
+        }
+        // The new file is there if nothing was raised, the old one otherwise, unless what failed comes behind the
+        // rename.
+        const bool is_new = header_of(path).default_size == s_size + 4096;
+        const auto end = failing.calls().begin() + static_cast<std::ptrdiff_t>(at);
+        const bool in_place = std::find(failing.calls().begin(), end, "rename") != end;
+        EXPECT_EQ(is_new, result == "nothing" || in_place) << result << ' ' << failing.calls()[at] << ' ' << at;
         EXPECT_EQ(names_in(dir.path()), std::vector<std::string>{"a.nyx"});
         const NYX_DB_FILE_STATS header = header_of(path);
         EXPECT_TRUE(header.default_size == s_size || header.default_size == s_size + 4096);
@@ -160,39 +169,62 @@ TEST(RewriteFault, EachCallThatFailsLeavesAWholeFile) {
     }
 }
 
-// A process is killed again and again in the middle of its saves.
+TEST(SaveFault, FiveNamesAreTried) {
+    TEMP_DIR dir;
+    const auto file = make_file();
+    FAILING_FILE_SYSTEM failing(0, true);
+    EXPECT_EQ(thrown([&] { file->commit_impl(dir / "a.nyx"); }), "file io 1");
+    EXPECT_EQ(failing.calls(), std::vector<std::string>(5, "open"));
+}
+
+// A process is killed again and again in the middle of its saves, after it has told of some of them.
 TEST(SaveFault, KilledProcessLeavesAWholeFile) {
-    constexpr int s_num_kills = 40;
+    constexpr int s_num_kills = 50;
+    constexpr int s_num_told = 20;
     TEMP_DIR dir;
     const std::string path = dir / "a.nyx";
     std::mt19937 generator(7);
     int saves = 0;
     for (int i = 0; i < s_num_kills; ++i) {
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
         const pid_t child = fork();
         if (child == 0) {
             try {
                 const auto file = make_file();
                 int *const number = file->get_segment_manager()->find<int>("number").first;
                 NYX_FILE_OPTIONS options;
-                options.durable = i % 4 == 0;
-                for (;; ++*number)
+                options.durable = i % 10 == 0;
+                for (;; ++*number) {
                     file->commit_impl(path, i % 2 ? NYX_COMPRESSION::ZSTD : NYX_COMPRESSION::NONE, 3, 4096, options);
+                    if (write(ends[1], "", 1) != 1)
+                        break;
+                }
             } catch (...) {
-                _exit(1);
             }
+            _exit(1);
         }
-        usleep(5000 + generator() % 40000);
+        ::close(ends[1]);
+        int told = 0;
+        for (char byte; told < s_num_told && read(ends[0], &byte, 1) == 1;)
+            ++told;
+        usleep(generator() % 2000);
         ASSERT_EQ(kill(child, SIGKILL), 0);
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
         ASSERT_TRUE(WIFSIGNALED(status)) << "it ended by itself";
-        if (!std::filesystem::exists(path))
-            continue;
+        ::close(ends[0]);
         const auto file = open_file(path);
         EXPECT_EQ(nyx_get_algorithm(file->get_segment_manager())->find_fault(), "");
+        // What was told of is there.
+        EXPECT_GE(number_in(*file) - 42 + 1, told);
         saves += number_in(*file) - 42 + 1;
     }
-    EXPECT_GT(saves, s_num_kills) << "the kills came too early to mean anything";
+    EXPECT_GE(saves, s_num_kills * s_num_told);
+    // What the killed ones left lies beside the file, and nobody adds to it.
+    const std::vector<std::string> before = names_in(dir.path());
+    make_file()->commit_impl(path);
+    EXPECT_EQ(names_in(dir.path()), before);
 }
 
 } // namespace

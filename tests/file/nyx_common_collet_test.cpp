@@ -1,11 +1,16 @@
 #include "codec_test_support.h"
+#include "file/nyx_file_stream.h"
 #include "nyx_common/nyx_common_collet_decoders.h"
 #include "nyx_common/nyx_common_collet_encoders.h"
 
 #include <gtest/gtest.h>
+#include <zstd.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -270,6 +275,45 @@ TEST(ZstdEncoder, ChecksumShowsEveryFlippedBitOfABlock) {
         const REASON reason = ZSTD::DECODER(s_chunk, SOURCE_STREAM(damaged)).decode(out).reason;
         EXPECT_TRUE(reason != REASON::none || out == in) << bit;
     }
+}
+
+TEST(ZstdEncoder, WithoutChecksumEachBlockIsThatOfThePlainCall) {
+    const std::string in = text_of(2500);
+    for (const int level : {1, 3, 19}) {
+        std::vector<std::string> writes;
+        NYX::ZSTD_ENCODER<SINK_STREAM> encoder(1000, SINK_STREAM(writes), level);
+        ASSERT_TRUE(encoder.encode(in, true));
+        ZSTD_CCtx *const context = ZSTD_createCCtx();
+        std::vector<std::string> expected;
+        for (std::size_t at = 0; at < in.size(); at += 1000) {
+            std::string block(ZSTD_compressBound(1000), '\0');
+            block.resize(ZSTD_compressCCtx(context, block.data(), block.size(), in.data() + at,
+                                           std::min<std::size_t>(1000, in.size() - at), level));
+            expected.push_back(size_word(static_cast<std::uint32_t>(block.size())) + block);
+        }
+        ZSTD_freeCCtx(context);
+        EXPECT_EQ(writes, expected) << level;
+    }
+}
+
+TEST(FileStreamDeathTest, MovedFromReferenceEndsTheRun) {
+    std::ostringstream os;
+    OSTREAM_REF out(os, "a");
+    const OSTREAM_REF out_2 = std::move(out);
+    EXPECT_DEATH(out.write("x", 1), "m_os != nullptr.*OSTREAM_REF has been invalidated");
+    std::istringstream is("x");
+    ISTREAM_REF in(is, "a");
+    const ISTREAM_REF in_2 = std::move(in);
+    char c;
+    EXPECT_DEATH(in.read(&c, 1), "m_is != nullptr.*ISTREAM_REF has been invalidated");
+}
+TEST(FileStream, ShortReadTellsTheWholeSizeAndFillsWithZeros) {
+    std::istringstream is("ab");
+    ISTREAM_REF in(is, "a");
+    char data[4] = {'?', '?', '?', '?'};
+    EXPECT_EQ(in.read(data, 4), 4u);
+    EXPECT_EQ(std::string(data, 4), std::string("ab\0\0", 4));
+    EXPECT_TRUE(is.fail());
 }
 
 } // namespace

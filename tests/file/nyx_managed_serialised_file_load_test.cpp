@@ -316,4 +316,16 @@ TEST_F(LoadedFileDeathTest, ObjectWithoutASegmentEndsTheRun) {
     EXPECT_DEATH(file.commit_impl(m_path), "m_data != nullptr.*database is uninitialised");
 }
 
+TEST_F(LoadedFileDeathTest, SecondLoadIsRefusedAndDropsTheSegment) {
+    NYX_MANAGED_SERIALISED_FILE file(false);
+    ASSERT_TRUE(file.load(m_path));
+    EXPECT_EQ(thrown([&] { file.load(m_path); }), "corrupted");
+    EXPECT_DEATH(file.get_segment_manager(), "seg_man != nullptr");
+}
+
+TEST(SerialisedFileDeathTest, CopyOfAnObjectWithoutASegmentEndsTheRun) {
+    const NYX_MANAGED_SERIALISED_FILE file(false);
+    EXPECT_DEATH(NYX_MANAGED_SERIALISED_FILE(file, 0), "seg_man != nullptr");
+}
+
 } // namespace

@@ -1,6 +1,9 @@
+#include "file/nyx_file_system.h"
 #include "file_test_support.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <limits>
@@ -307,6 +310,51 @@ TEST_F(SerialisedFile, CopyOfAProtectedDatabaseCanBeWritten) {
     EXPECT_FALSE(copy.is_read_only());
     ASSERT_NE(copy.get_segment_manager()->allocate(30000), nullptr);
     EXPECT_EQ(nyx_get_algorithm(copy.get_segment_manager())->find_fault(), "");
+}
+
+TEST_F(SerialisedFile, ForkedProcessesTakeDifferentTemporaryNames) {
+    const std::string path = m_dir / "missing/a.nyx";
+    const auto name = [&] {
+        try {
+            make_file()->commit_impl(path);
+        } catch (const NYX_FILE_IO_EXCEPTION &exception) {
+            return std::string(exception.path());
+        }
+        return std::string();
+    };
+    name();
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        const std::string mine = name();
+        _exit(write(ends[1], mine.data(), mine.size()) < 0);
+    }
+    const std::string mine = name();
+    std::string other(mine.size(), '\0');
+    ASSERT_EQ(read(ends[0], other.data(), other.size()), static_cast<ssize_t>(mine.size()));
+    waitpid(child, nullptr, 0);
+    EXPECT_NE(mine, other);
+}
+
+TEST_F(SerialisedFile, TemporaryFileIsNeverWiderThanTheReplacedOne) {
+    struct SPY final : NYX_FILE_SYSTEM {
+        SPY() : previous(exchange(*this)) {}
+        ~SPY() override { exchange(previous); }
+        int open(const char *path, int flags, mode_t mode) override {
+            if (flags & O_CREAT)
+                created = mode;
+            return NYX_FILE_SYSTEM::open(path, flags, mode);
+        }
+        mode_t created = 0;
+        NYX_FILE_SYSTEM &previous;
+    };
+    const auto file = make_file();
+    file->commit_impl(m_path);
+    ASSERT_EQ(chmod(m_path.c_str(), 0600), 0);
+    const SPY spy;
+    file->commit_impl(m_path);
+    EXPECT_EQ(spy.created & 0077, 0u);
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // What becomes of traits and properties when objects go, move or are copied.
 #include "traits/trait_test_support.h"
 
+#include "memory/segment_image.h"
+#include "pattern/object_types.h"
 #include "support/recording_listener.h"
 
 namespace {
@@ -8,8 +10,6 @@ namespace {
 template <class T>
 class Attributes : public testing::Test {
 protected:
-    using ROWS = testing::Types<T>;
-
     SCOPED_DB m_db{"attributes"};
 };
 
@@ -160,6 +160,58 @@ TEST(CopyToDbVisitor, DeclaresWhatTheOtherDatabaseLacks) {
     EXPECT_EQ(to->get_value(NYX_MODULE::find_app_trait(other_db, "inner_i")), bytes("value"));
     EXPECT_EQ(to->get_value(nyx_builtin_traits(to).m_module_entity_name_trait), "entity");
     EXPECT_FALSE(NYX_MODULE::trait_exists(other_db, "unused"));
+}
+
+TEST(AttributesOfARoot, ClearingGoesPastTheRowOfATraitThatCouldNotBeDeclared) {
+    // A row that is free again begins with the number of the next free one.
+    for (unsigned traits = 0; traits < 32; ++traits) {
+        ROOT root(std::size_t(1) << 20);
+        using TIMES = NYX_TRAIT_CORE<NYX_TIME_TRAIT>;
+        for (unsigned i = 0; i < traits; ++i)
+            TIMES::allocate(root.root, "t" + std::to_string(i), 0, "", "", "", NYX_TRAIT_OBJ_TYPE::NET_SPARSE);
+        const std::string too_much(std::size_t(2) << 20, 'x');
+        EXPECT_THROW(NYX_TRAIT_CORE<NYX_APP_TRAIT>::allocate(root.root, "a", bytes(too_much), "", "", "",
+                                                             NYX_TRAIT_OBJ_TYPE::NET_SPARSE),
+                     boost::interprocess::bad_alloc);
+        NYX_MODULE *const module = root.root->table<NYX_MODULE>().allocate();
+        NYX_MODULE *const other = root.root->table<NYX_MODULE>().allocate();
+        nyx_move_traits(module, other);
+        nyx_clear_traits(other);
+        EXPECT_EQ(root.segment.algorithm().find_fault(), "") << traits;
+    }
+}
+
+template <class BUS>
+class AttributesOfBuses : public testing::Test {};
+using BUS_TYPES = testing::Types<NYX_PORT_BUS, NYX_NET_BUS, NYX_INSTANCE_BUS>;
+TYPED_TEST_SUITE(AttributesOfBuses, BUS_TYPES);
+
+TYPED_TEST(AttributesOfBuses, GoWithTheBus) {
+    SCOPED_DB db("values");
+    NYX_MODULE *const module = NYX_MODULE::allocate(db, "m", 0);
+    auto *const trait = TypeParam::create_int_trait(db, "t", 0, "", "", "");
+    TypeParam *const old = TypeParam::allocate(module, "a", 1, 0);
+    old->set_value(trait, 5);
+    old->set_property("p", 1);
+    old->deallocate();
+    TypeParam *const bus = TypeParam::allocate(module, "b", 1, 0);
+    ASSERT_EQ(bus, old) << "its identifier is used again";
+    EXPECT_TRUE(bus->is_default_value(trait));
+    EXPECT_FALSE(bus->has_property("p"));
+}
+
+TEST(AttributesOfInterfaces, GoWithTheInterface) {
+    SCOPED_DB db("values");
+    NYX_MODULE *const module = NYX_MODULE::allocate(db, "m", 0);
+    auto *const trait = NYX_INTERFACE::create_int_trait(db, "t", 0, "", "", "");
+    NYX_INTERFACE *const old = NYX_INTERFACE::allocate(module, "j");
+    old->set_value(trait, 5);
+    old->set_property("p", 1);
+    old->deallocate();
+    NYX_INTERFACE *const other = NYX_INTERFACE::allocate(module, "j");
+    ASSERT_EQ(other, old) << "its identifier is used again";
+    EXPECT_TRUE(other->is_default_value(trait));
+    EXPECT_FALSE(other->has_property("p"));
 }
 
 } // namespace

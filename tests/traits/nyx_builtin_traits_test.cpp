@@ -1,5 +1,6 @@
 #include "traits/nyx_builtin_traits.h"
 
+#include "support/temp_dir.h"
 #include "traits/trait_test_support.h"
 
 namespace {
@@ -139,6 +140,58 @@ TEST(BuiltinTraitsDeathTest, MissingOnesEndTheRun) {
     NYX_BYTE4_TRAIT *const trait = NYX_BUILTIN_TRAITS::of(db).m_net_file_name_trait;
     nyx_row_of<NYX_BYTE4_TRAIT>(trait)->m_value_type = NYX_TRAIT_VALUE_TYPE::INT_TRAIT_VALUE;
     EXPECT_DEATH(NYX_BUILTIN_TRAITS{db}, "m_net_file_name_trait");
+}
+
+// Notes the handles that it is shown.
+class HANDLES final : public NYX_SPARSE_TRAIT_VISITOR {
+public:
+    void visit(NYX_APP_TRAIT *trait) override { m_traits.push_back(trait); }
+    void visit(NYX_TIME_TRAIT *trait) override { m_traits.push_back(trait); }
+    void visit(NYX_DOUBLE_TRAIT *trait) override { m_traits.push_back(trait); }
+    void visit(NYX_FLOAT_TRAIT *trait) override { m_traits.push_back(trait); }
+    void visit(NYX_STRING_TRAIT *trait) override { m_traits.push_back(trait); }
+    void visit(NYX_INT_TRAIT *trait) override { m_traits.push_back(trait); }
+    void visit(NYX_BOOL_TRAIT *trait) override { m_traits.push_back(trait); }
+    std::vector<const void *> m_traits;
+};
+
+TEST(BuiltinTraits, AreVisitedOnceEachInTheOrderOfTheirDeclaration) {
+    SCOPED_DB db("builtin");
+    HANDLES all;
+    root_of(db)->visit(NYX_TRAIT_OBJ_TYPE::ALL_SPARSE, &all, true);
+    const NYX_BUILTIN_TRAITS &t = NYX_BUILTIN_TRAITS::of(db);
+    EXPECT_EQ(all.m_traits,
+              (std::vector<const void *>{t.m_module_case_sensitivity_trait,   t.m_hier_module_case_sensitivity_trait,
+                                         t.m_module_is_encrypted_trait,       t.m_hier_module_is_encrypted_trait,
+                                         t.m_inst_header_is_user_group_trait, t.m_instance_has_init_value_trait,
+                                         t.m_instance_init_value_trait,       t.m_net_is_global_trait,
+                                         t.m_inst_port_is_inverted_trait,     t.m_module_entity_name_trait,
+                                         t.m_hier_module_entity_name_trait,   t.m_module_library_name_trait,
+                                         t.m_hier_module_library_name_trait,  t.m_net_file_name_trait,
+                                         t.m_net_file_lineno_trait,           t.m_port_file_name_trait,
+                                         t.m_port_file_lineno_trait,          t.m_port_interface_id_trait,
+                                         t.m_port_bus_interface_id_trait,     t.m_instance_bus_bus_dimensions_trait,
+                                         t.m_net_bus_bus_dimensions_trait,    t.m_port_bus_bus_dimensions_trait}));
+}
+
+TEST(BuiltinTraits, AreFoundInAFile) {
+    TEMP_DIR dir;
+    const std::string path = dir / "a.nyx";
+    NYX_DB::create(path.c_str(), s_size_MiB, NYX_DB_TYPE::USER)->close();
+    NYX_DB *const db = NYX_DB::open(path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY);
+    expect_all(NYX_BUILTIN_TRAITS::of(db));
+    db->close();
+}
+
+TEST(BuiltinTraits, FileThatLacksOneIsCorrupted) {
+    TEMP_DIR dir;
+    const std::string path = dir / "a.nyx";
+    NYX_DB *const db = NYX_DB::create(path.c_str(), s_size_MiB, NYX_DB_TYPE::USER);
+    NYX_BYTE4_TRAIT *const trait = NYX_BUILTIN_TRAITS::of(db).m_net_file_name_trait;
+    nyx_row_of<NYX_BYTE4_TRAIT>(trait)->m_value_type = NYX_TRAIT_VALUE_TYPE::INT_TRAIT_VALUE;
+    db->close();
+    EXPECT_THROW(NYX_DB::open(path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY), NYX_DATABASE_CORRUPTED_EXCEPTION);
+    EXPECT_TRUE(NYX_DB::iter_open_dbs().empty());
 }
 
 } // namespace

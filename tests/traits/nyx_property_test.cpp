@@ -1,6 +1,8 @@
 // The property members, once for every class of objects that has them, and what holds for values on nets.
 #include "traits/trait_test_support.h"
 
+#include "memory/segment_image.h"
+#include "pattern/object_types.h"
 #include "support/recording_listener.h"
 
 #include <map>
@@ -68,6 +70,9 @@ TYPED_TEST(PropertyFamily, AbsentOnesAreToldApart) {
     EXPECT_FALSE(object->has_property("p"));
     object->remove_property("p");
     object->remove_property("q");
+    EXPECT_EQ(out_of_range([&] { object->get_property("q"); }), "No such property 'q'");
+    EXPECT_TRUE(object->iter_properties().empty());
+    nyx_clear_traits(object);
     EXPECT_EQ(out_of_range([&] { object->get_property("q"); }), "Object has no properties");
 }
 
@@ -132,7 +137,7 @@ TEST_F(Properties, BlocksGoWithTheirValues) {
     EXPECT_EQ(m_net->get_property("p"), NYX_PROPERTY_VALUE(bytes("CC")));
     notices.clear();
     m_net->remove_property("p");
-    EXPECT_EQ(notices.notices(RECORDING_LISTENER::NOTICE::DEALLOCATED).size(), 3u) << "block, value and object";
+    EXPECT_EQ(notices.notices(RECORDING_LISTENER::NOTICE::DEALLOCATED).size(), 2u) << "block and value";
 }
 
 TEST_F(Properties, GoWithTheRowWithoutLeavingABlock) {
@@ -156,9 +161,6 @@ TEST_F(Properties, StayWhenTheDatabaseIsFull) {
             junk.push_back(block);
     EXPECT_THROW(m_net->set_property("p", bytes(std::string(100, 'x'))), boost::interprocess::bad_alloc);
     EXPECT_THROW(other->set_property("p", 1), boost::interprocess::bad_alloc);
-    // Room for the object's entry, and none for the value.
-    manager->deallocate(junk.back());
-    junk.pop_back();
     for (void *const block : junk)
         manager->deallocate(block);
     EXPECT_EQ(m_net->get_property("p"), NYX_PROPERTY_VALUE(bytes("old")));
@@ -174,6 +176,39 @@ TEST_F(PropertiesDeathTest, TheEndHasNoValueAndNoNext) {
     EXPECT_DEATH((void)*end, "m_name_id != NYX_NAME_ID::INVALID");
     EXPECT_DEATH(++end, "m_name_id != NYX_NAME_ID::INVALID");
     EXPECT_DEATH(NYX_NET_PROPERTY_ITER(static_cast<const NYX_NET *>(nullptr)), "parent != nullptr");
+}
+
+TEST(PropertiesOfAFullSegment, ThatFindNoRoomLeaveNothing) {
+    const unsigned failures = with_growing_room([](std::size_t left) {
+        ROOT root(std::size_t(1) << 20);
+        NYX_NET *const net = root.root->table<NYX_NET>().allocate();
+        root.root->names().get_id("p");
+        const BLOCK_LEDGER ledger(root.segment);
+        bool done = false;
+        {
+            const JUNK junk(root.segment, left);
+            try {
+                net->set_property("p", bytes("0123456789"));
+                done = true;
+            } catch (const boost::interprocess::bad_alloc &) {
+            }
+        }
+        EXPECT_EQ(net->has_property("p"), done);
+        EXPECT_EQ(root.root->table<NYX_NET>().m_properties.empty(), !done);
+        if (done)
+            ledger.expect_balanced();
+        return done;
+    });
+    EXPECT_GT(failures, 3u);
+}
+
+TEST(PropertiesOutlivedDeathTest, AValueThatIsRemovedIsNotRead) {
+    SCOPED_DB db("values");
+    NYX_NET *net = add_object<NYX_NET>(db);
+    net->set_property("p", 1);
+    const auto at = net->iter_properties().begin();
+    net->remove_property("p");
+    EXPECT_DEATH((void)*at, "The property has been removed");
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // The trait members, once for every class of objects that has them.
 #include "netlist/nyx_schema.h"
+#include "traits/nyx_trait_object_type.h"
 #include "traits/trait_test_support.h"
 
 namespace {
@@ -263,6 +264,67 @@ TYPED_TEST(TraitFamily, ListsValuesAndDeclarations) {
     TypeParam::output_all_sparse_traits(declarations, this->m_db, false);
     EXPECT_NE(declarations.str().find("t                              bool       False "), std::string::npos)
         << declarations.str();
+}
+
+TYPED_TEST(TraitFamily, FindsOrDeclaresByInternalNames) {
+    for_each_trait_type([&]<class TRAIT>() {
+        using V = VALUES<TRAIT>;
+        const std::string word = V::s_word;
+        const std::string member = "find_or_create_" + word + "_trait";
+        SCOPED_TRACE(word);
+        TRAIT *const trait = V::template find_or_create<TypeParam>(this->m_db, word, V::by_default(), word + "_i");
+        EXPECT_EQ(trait->get_internal_name(), word + "_i");
+        // Its plain name leads to nobody, and nobody else gets it.
+        EXPECT_EQ(raised<NYX_RUNTIME_ERROR>(
+                      [&] { V::template find_or_create<TypeParam>(this->m_db, word, V::by_default()); }),
+                  this->says(this->name() + " already has trait named " + word, "create_" + word + "_trait"));
+        // The default counts here too, under the name that was asked for.
+        EXPECT_EQ(raised<NYX_RUNTIME_ERROR>(
+                      [&] { V::template find_or_create<TypeParam>(this->m_db, "asked", V::other(), word + "_i"); }),
+                  this->says(this->name() + " already has trait named asked with a default value of " +
+                                 TRAIT::convert_value_to_str(V::by_default()) +
+                                 " that does not match the input default value of " +
+                                 TRAIT::convert_value_to_str(V::other()),
+                             member));
+    });
+}
+
+TYPED_TEST(TraitFamily, InternalNamesAreUniqueAcrossTypesOfValues) {
+    TypeParam::create_int_trait(this->m_db, "t", 0, "", "", "");
+    for_each_trait_type([&]<class TRAIT>() {
+        using V = VALUES<TRAIT>;
+        EXPECT_EQ(raised<NYX_RUNTIME_ERROR>([&] { V::template create<TypeParam>(this->m_db, "u", "t"); }),
+                  this->says(this->name() + " already has trait using internal name t",
+                             "create_" + std::string(V::s_word) + "_trait"));
+        EXPECT_FALSE(TypeParam::trait_exists(this->m_db, "u"));
+    });
+}
+
+TYPED_TEST(TraitFamily, NameWithANulLeadsToNobody) {
+    TypeParam::create_int_trait(this->m_db, "t", 0, "", "", "");
+    const std::string kind = nyx_get_trait_object_type_text(nyx_bearer_class<TypeParam>.kind);
+    const std::string name = "t" + kind + std::string(1, '\0') + "x";
+    EXPECT_EQ(TypeParam::find_int_trait(this->m_db, name), nullptr);
+    EXPECT_FALSE(TypeParam::trait_exists(this->m_db, name));
+    EXPECT_EQ(
+        raised<NYX_INVALID_ARGUMENT>([&] { TypeParam::find_or_create_int_trait(this->m_db, name, 0, "", "", ""); }),
+        this->says("Cannot create a trait with a NUL in its name", "create_int_trait"));
+}
+
+TYPED_TEST(TraitFamily, TraitWhoseNamesAreEqualIsReservedByItself) {
+    TypeParam::create_int_trait(this->m_db, "same", 0, "", "", "same");
+    EXPECT_EQ(TypeParam::find_int_trait(this->m_db, "same"), nullptr);
+    EXPECT_TRUE(TypeParam::trait_exists(this->m_db, "same"));
+    EXPECT_EQ(this->m_db->verify(), TEXTS());
+}
+
+TEST(TraitFamilyOfNets, DefaultsThatDifferInTheSignOfZeroDoNotMatch) {
+    SCOPED_DB db("family");
+    NYX_NET::create_double_trait(db, "t", 0.0, "", "", "");
+    EXPECT_EQ(raised<NYX_RUNTIME_ERROR>([&] { NYX_NET::find_or_create_double_trait(db, "t", -0.0, "", "", ""); }),
+              RAISED("NYX_NET already has trait named t with a default value of 0 that does not match the input "
+                     "default value of -0",
+                     "NYX_NET::find_or_create_double_trait"));
 }
 
 } // namespace

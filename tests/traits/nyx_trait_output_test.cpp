@@ -185,4 +185,33 @@ TEST(TraitWalkDeathTest, UnknownTypesOfValuesEndTheRun) {
     EXPECT_DEATH(nyx_dispatch_trait(byte8, names), "Unknown byte8 trait type");
 }
 
+TEST(TraitTable, AddressIsNotBentByTheStreamsWidth) {
+    SCOPED_DB db("table");
+    CAPTURING_SINK sink;
+    std::ostringstream plain, bent;
+    NYX_INST_HEADER::output_all_sparse_traits(plain, db, false);
+    bent.width(60);
+    NYX_INST_HEADER::output_all_sparse_traits(bent, db, false);
+    EXPECT_EQ(bent.str(), plain.str());
+}
+
+TEST(TraitTable, MissingTextsAreEmptyColumns) {
+    std::ostringstream missing, empty;
+    nyx_sparse_trait_output(missing, nullptr, nullptr, nullptr, nullptr, nullptr, false, nullptr);
+    nyx_sparse_trait_output(empty, "", "", nullptr, "", "", false, "");
+    EXPECT_EQ(missing.str(), empty.str());
+}
+
+TEST(TraitTable, OfDeclarationsNeedsADatabase) {
+    std::ostringstream stream;
+    EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { NYX_NET::output_all_sparse_traits(stream, nullptr, false); }),
+              RAISED("Input database cannot be NULL", "NYX_NET::output_all_sparse_traits"));
+    EXPECT_EQ(stream.str(), "");
+}
+
+TEST(TraitWalkDeathTest, NeedsAVisitor) {
+    SCOPED_DB db("walk");
+    EXPECT_DEATH(NYX_NET::visit_sparse_traits(db, nullptr, false), "visitor != nullptr");
+}
+
 } // namespace

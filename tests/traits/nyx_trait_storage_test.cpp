@@ -4,6 +4,8 @@
 #include "memory/segment_image.h"
 #include "pattern/object_types.h"
 #include "traits/nyx_trait_object_type.h"
+#include <set>
+#include <sstream>
 
 namespace {
 
@@ -231,6 +233,210 @@ TEST(TraitStorage, StatisticsAccountForAllThatTraitsAndPropertiesTake) {
         nyx_clear_traits(net);
     (void)db->get_internal_stats();
     EXPECT_EQ(sink.texts(NYX_REPORT::SEVERITY::WARNING), TEXTS());
+}
+
+TEST(TraitStorage, ADeletedObjectLeavesNoValueOfATraitOfAnotherKind) {
+    ROOT root;
+    auto *const trait = NYX_TRAIT_CORE<NYX_INT_TRAIT>::allocate(root.root, "t", 0, "", "", "", KIND::MODULE_SPARSE);
+    NYX_NET *const net = root.root->table<NYX_NET>().allocate();
+    net->set_value(trait, 1);
+    nyx_clear_traits(net);
+    EXPECT_TRUE(trait->is_empty());
+}
+
+TEST(TraitStorage, ValuesThatFindNoRoomLeaveTheMapAndNoBlock) {
+    // The seventeenth value needs a node and more buckets, one of bytes a block before.
+    for_each_trait_type_of<NYX_INT_TRAIT, NYX_APP_TRAIT>([]<class TRAIT>() {
+        SCOPED_TRACE(VALUES<TRAIT>::s_word);
+        const unsigned failures = with_growing_room([](std::size_t left) {
+            ROOT root(std::size_t(1) << 20);
+            auto *const trait = NYX_TRAIT_CORE<TRAIT>::allocate(root.root, "t", VALUES<TRAIT>::by_default(), "", "", "",
+                                                                KIND::NET_SPARSE);
+            std::vector<NYX_NET *> nets;
+            for (int i = 0; i < 17; ++i)
+                nets.push_back(root.root->table<NYX_NET>().allocate());
+            for (int i = 0; i < 16; ++i)
+                nets[i]->set_value(trait, VALUES<TRAIT>::other());
+            const BLOCK_LEDGER ledger(root.segment);
+            bool done = false;
+            {
+                const JUNK junk(root.segment, left);
+                try {
+                    nets[16]->set_value(trait, VALUES<TRAIT>::other());
+                    done = true;
+                } catch (const boost::interprocess::bad_alloc &) {
+                }
+            }
+            ledger.expect_balanced();
+            for (int i = 0; i < 16; ++i)
+                EXPECT_EQ(nets[i]->get_value(trait), VALUES<TRAIT>::other());
+            EXPECT_EQ(nets[16]->is_default_value(trait), !done);
+            return done;
+        });
+        EXPECT_GT(failures, 2u);
+    });
+}
+
+TEST(TraitStorage, NullObjectsAreRefusedByEveryTypeOfValues) {
+    ROOT root;
+    const NYX_BEARER none = nyx_bearer<NYX_NET>(nullptr);
+    for_each_trait_type([&]<class TRAIT>() {
+        using V = VALUES<TRAIT>;
+        using CORE = NYX_TRAIT_CORE<TRAIT>;
+        using WIDTH = typename CORE::WIDTH;
+        SCOPED_TRACE(V::s_word);
+        auto *const trait = CORE::allocate(root.root, V::s_word, V::by_default(), "", "", "", KIND::NET_SPARSE);
+        const std::string text = "Obj cannot be NULL";
+        const std::string type = NYX_TRAIT_TYPE<TRAIT>::s_name;
+        const bool converts = std::is_same_v<TRAIT, NYX_STRING_TRAIT> || std::is_same_v<TRAIT, NYX_APP_TRAIT>;
+        const std::string writer = converts ? type : NYX_TRAIT_WIDTH<WIDTH>::s_name;
+        EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { CORE::set_value(trait, none, V::other()); }),
+                  RAISED(text, writer + "::set_value"));
+        EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { CORE::is_default_value(trait, none); }),
+                  RAISED(text, type + "::is_default_value"));
+        EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { nyx_is_default_raw<WIDTH>(trait, none); }),
+                  RAISED(text, std::string(NYX_TRAIT_WIDTH<WIDTH>::s_name) + "::is_default_value"));
+        EXPECT_EQ(raised<NYX_INVALID_ARGUMENT>([&] { trait->output_to_str(static_cast<const NYX_NET *>(nullptr)); }),
+                  RAISED(text, type + "::output_to_str"));
+        EXPECT_EQ(CORE::get_value(trait, none), V::by_default());
+        EXPECT_EQ(CORE::to_str(nyx_bearer_class<NYX_NET>, trait, none), TRAIT::convert_value_to_str(V::by_default()));
+    });
+}
+
+TEST(TraitLookup, LeadsFromObjectToObject) {
+    ROOT root;
+    auto *const trait = NYX_TRAIT_CORE<NYX_BOOL_TRAIT>::allocate(root.root, "t", false, "", "", "", KIND::NET_SPARSE);
+    const auto &values = nyx_values_of<NYX_BYTE1_TRAIT>(trait);
+    EXPECT_EQ(values.net_lookup_begin(root.root), nullptr);
+    std::set<NYX_NET *> expected, found;
+    for (int i = 0; i < 40; ++i) {
+        NYX_NET *const net = root.root->table<NYX_NET>().allocate();
+        net->set_value(trait, true);
+        expected.insert(net);
+    }
+    for (NYX_NET *at = values.net_lookup_begin(root.root); at != nullptr;
+         at = values.net_lookup_increment(root.root, at))
+        EXPECT_TRUE(found.insert(at).second);
+    EXPECT_EQ(found, expected);
+    EXPECT_EQ(values.port_lookup_begin(root.root), nullptr);
+}
+
+TEST(TraitLookup, TellsItsSchema) {
+    std::vector<NYX_SCHEMA_MEMBER> members;
+    EXPECT_EQ(NYX_BYTE1_TRAIT_LOOKUP::get_schema_id(&members), 5u);
+    EXPECT_EQ(NYX_BYTE4_TRAIT_LOOKUP::get_schema_id(&members), 4u);
+    EXPECT_EQ(NYX_BYTE8_TRAIT_LOOKUP::get_schema_id(&members), 4u);
+    ASSERT_EQ(members.size(), 3u);
+    EXPECT_EQ(members[0].name, "NYX_BYTE1_TRAIT_LOOKUP");
+    EXPECT_EQ(members[2].name, "NYX_BYTE8_TRAIT_LOOKUP");
+}
+
+TEST(TraitLookup, MoveAssignmentCarriesMapsDefaultAndKind) {
+    NYX_SEGMENT segment(std::size_t(1) << 20);
+    NYX_BYTE8_TRAIT_LOOKUP from(segment.get_segment_manager()), to(segment.get_segment_manager());
+    from.m_default_value = 3;
+    from.m_object_type = KIND::DB_SPARSE;
+    for (unsigned kind = 0; kind < 17; ++kind)
+        from.set(KIND(kind), NYX_ANY_ID(kind), kind + 100);
+    to = std::move(from);
+    for (unsigned kind = 0; kind < 17; ++kind)
+        EXPECT_EQ(*to.find(KIND(kind), NYX_ANY_ID(kind)), kind + 100) << kind;
+    EXPECT_EQ(to.m_default_value, 3);
+    EXPECT_EQ(to.m_object_type, KIND::DB_SPARSE);
+}
+
+TEST(TraitStorage, ReadsOfAProtectedImageWriteNothing) {
+    ROOT root;
+    NYX_NET *const net = root.root->table<NYX_NET>().allocate();
+    for_each_trait_type([&]<class TRAIT>() {
+        using V = VALUES<TRAIT>;
+        net->set_value(NYX_TRAIT_CORE<TRAIT>::allocate(root.root, V::s_word, V::by_default(), "g", "d",
+                                                       std::string(V::s_word) + "_i", KIND::NET_SPARSE),
+                       V::other());
+    });
+    net->set_property("p", std::string("text"));
+    IMAGE_COPY copy(root.segment);
+    copy.set_writable(false);
+    NYX_DB_PERSISTENT *const there = copy.at(root.root);
+    NYX_NET *const same = copy.at(net);
+    for_each_trait_type([&]<class TRAIT>() {
+        using V = VALUES<TRAIT>;
+        SCOPED_TRACE(V::s_word);
+        TRAIT *const trait = NYX_TRAIT_CORE<TRAIT>::find_trait(there, std::string(V::s_word) + "_i", KIND::NET_SPARSE);
+        ASSERT_NE(trait, nullptr);
+        EXPECT_EQ(trait->get_name(), V::s_word);
+        EXPECT_EQ(trait->get_internal_name(), std::string(V::s_word) + "_i");
+        EXPECT_EQ(trait->get_group(), "g");
+        EXPECT_EQ(trait->get_description(), "d");
+        EXPECT_TRUE(trait->is_internal());
+        EXPECT_EQ(trait->get_object_type(), KIND::NET_SPARSE);
+        EXPECT_EQ(trait->get_default_value(), V::by_default());
+        EXPECT_EQ(same->get_value(trait), V::other());
+        EXPECT_EQ(same->convert_value_to_str(trait), TRAIT::convert_value_to_str(V::other()));
+        EXPECT_FALSE(same->is_default_value(trait));
+        EXPECT_FALSE(NYX_NET::trait_is_empty(trait));
+        EXPECT_EQ(*trait->iter_nets(true).begin(), same);
+        EXPECT_FALSE(trait->output_to_str(same).empty());
+        EXPECT_TRUE(there->trait_exists(V::s_word, KIND::NET_SPARSE));
+    });
+    std::ostringstream table;
+    NYX_SPARSE_TRAIT_OUTPUT_WITH_OBJ_VISITOR<NYX_NET> lines(table, same, true);
+    there->visit(KIND::NET_SPARSE, &lines, true);
+    EXPECT_FALSE(table.str().empty());
+    there->table<NYX_BYTE8_TRAIT>().get_stats();
+    EXPECT_EQ(same->get_property("p"), NYX_PROPERTY_VALUE(std::string("text")));
+    EXPECT_EQ(same->find_property("q"), std::nullopt);
+}
+
+TEST(TraitStorage, EmptyGroupsAndDescriptionsAreNamesLikeAnyOther) {
+    ROOT root;
+    const NYX_BYTE4_TRAIT *const trait =
+        NYX_TRAIT_CORE<NYX_INT_TRAIT>::allocate(root.root, "t", 0, "", "", "", KIND::NET_SPARSE);
+    EXPECT_EQ(nyx_row_of(trait)->m_group_id, root.root->names().find_id(""));
+    EXPECT_NE(nyx_row_of(trait)->m_group_id, NYX_NAME_ID::INVALID);
+    EXPECT_EQ(nyx_row_of(trait)->m_description_id, nyx_row_of(trait)->m_group_id);
+}
+
+TEST(TraitStorage, TextsThatWereNeverGivenAreEmpty) {
+    ROOT root;
+    NYX_BYTE4_TRAIT *const trait =
+        NYX_TRAIT_CORE<NYX_INT_TRAIT>::allocate(root.root, "t", 0, "g", "d", "", KIND::NET_SPARSE);
+    nyx_row_of(trait)->m_group_id = nyx_row_of(trait)->m_description_id = NYX_NAME_ID::INVALID;
+    EXPECT_EQ(trait->get_group(), "");
+    EXPECT_EQ(trait->get_description(), "");
+}
+
+TEST(TraitStorage, BytesOfObjectsOfAnotherTypeAreCountedAndFreed) {
+    ROOT root;
+    auto *const trait =
+        NYX_TRAIT_CORE<NYX_APP_TRAIT>::allocate(root.root, "t", bytes(""), "", "", "", KIND::MODULE_SPARSE);
+    NYX_NET *const net = root.root->table<NYX_NET>().allocate();
+    const auto in_blocks = [&root] {
+        long result = 0;
+        for (const NYX_FIELD_STATS &field : root.root->table<NYX_BYTE8_TRAIT>().get_stats().get_field_stats())
+            if (field.get_type() == "*trait_lookup/self")
+                result += field.get_bytes();
+        return result;
+    };
+    const long before = in_blocks();
+    const BLOCK_LEDGER ledger(root.segment);
+    net->set_value(trait, bytes("0123456789"));
+    EXPECT_EQ(in_blocks(), before + 14);
+    nyx_clear_traits(net);
+    EXPECT_EQ(in_blocks(), before);
+    ledger.expect_balanced();
+}
+
+TEST(TraitStorage, TextOfTheDefaultIsEnteredBeforeTheNames) {
+    ROOT root;
+    auto *const trait = NYX_TRAIT_CORE<NYX_STRING_TRAIT>::allocate(root.root, "t", "the default", "the group",
+                                                                   "the description", "the name", KIND::NET_SPARSE);
+    const NYX_NAME_ID default_id = root.root->names().find_id("the default");
+    const auto &row = *nyx_row_of<NYX_BYTE4_TRAIT>(trait);
+    EXPECT_LT(default_id.get(), row.m_internal_storage_name_id.get());
+    EXPECT_LT(row.m_internal_storage_name_id.get(), row.m_storage_name_id.get());
+    EXPECT_LT(row.m_storage_name_id.get(), row.m_group_id.get());
+    EXPECT_LT(row.m_group_id.get(), row.m_description_id.get());
 }
 
 } // namespace

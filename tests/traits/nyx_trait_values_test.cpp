@@ -202,4 +202,24 @@ TEST_F(TraitValues, TraitsThatFailHalfwayLeaveNothing) {
     }
 }
 
+TEST_F(TraitValues, BytesStandBehindTheirSize) {
+    auto *const trait = NYX_NET::create_app_trait(m_db, "t", NYX_APP_DATA(), "", "", "");
+    m_net->set_value(trait, bytes("0123456"));
+    const unsigned char *const data = m_net->get_value(trait).get_data();
+    unsigned size;
+    std::memcpy(&size, data - 4, sizeof(size));
+    EXPECT_EQ(size, 7u);
+    EXPECT_EQ(stored<long long>(
+                  &nyx_values_of<NYX_BYTE8_TRAIT>(trait).map(NYX_TRAIT_OBJ_TYPE::NET_SPARSE).begin()->second, 0),
+              data - 4 - reinterpret_cast<const unsigned char *>(trait));
+}
+
+TEST_F(TraitValues, EqualTextsAreStoredOnce) {
+    auto *const trait = NYX_NET::create_string_trait(m_db, "t", "", "", "", "");
+    m_net->set_value(trait, "text");
+    const std::size_t names = root_of(m_db)->names().get_size();
+    add_object<NYX_NET>(m_db)->set_value(trait, "text");
+    EXPECT_EQ(root_of(m_db)->names().get_size(), names);
+}
+
 } // namespace

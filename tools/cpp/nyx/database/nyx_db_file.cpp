@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <limits>
 #include <system_error>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -63,6 +64,18 @@ public:
 
     std::set<const NYX_DB_PERSISTENT *> &get() { return *s_current; }
 
+    // While it lives, an opening begins a set of its own: what an observer opens is no part of the design.
+    class SUSPENDED {
+    public:
+        SUSPENDED() : m_current(std::exchange(s_current, nullptr)) {}
+        ~SUSPENDED() { s_current = m_current; }
+        SUSPENDED(const SUSPENDED &) = delete;
+        SUSPENDED &operator=(const SUSPENDED &) = delete;
+
+    private:
+        std::set<const NYX_DB_PERSISTENT *> *const m_current;
+    };
+
 private:
     static thread_local std::set<const NYX_DB_PERSISTENT *> *s_current;
     std::set<const NYX_DB_PERSISTENT *> m_set;
@@ -81,7 +94,7 @@ NYX_DB *NYX_DB::create(const char *db_file_path, unsigned long long size_MiB, NY
     NYX_CHECK_MSG(type >= NYX_DB_TYPE::DEVICE && type <= NYX_DB_TYPE::DEFINITION, "Unknown DB_TYPE");
     const NYX_REPORT::NYX_REPORT_PROFILE profile(function);
     const std::string stripped = strip_db_extension(nyx_text(db_file_path));
-    const std::string name = db_name != nullptr ? db_name : fs::path(stripped).filename().string();
+    const std::string name = db_name != nullptr ? db_name : std::string(nyx_filename_of(stripped));
     const std::string group = nyx_text(group_name);
     const std::string path = to_normal_path(stripped + s_nyx_db_extension);
     NYX_DB *db;
@@ -116,7 +129,7 @@ NYX_DB *NYX_DB::open(const char *db_file_path, ACCESS_MODE mode, const char *db_
     // A link in front of a "..": the normal form leads elsewhere.
     NYX_CHECK_AS(is_there, "boost_fs::exists(full_path)",
                  "Path normalization of '%s' resulted in non-existing path '%s'", path.c_str(), full_path.c_str());
-    const std::string name = db_name != nullptr ? db_name : fs::path(full_path).stem().string();
+    const std::string name = db_name != nullptr ? db_name : nyx_db_name_of_file(full_path);
     const auto [db, is_new] = register_opened(full_path, mode, name, nyx_text(group_name), size_factor);
     if (is_new)
         complete_opened(db);
@@ -170,7 +183,10 @@ NYX_DB::OPENED NYX_DB::register_opened(const std::string &path, ACCESS_MODE mode
 }
 
 void NYX_DB::complete_opened(NYX_DB *db) {
-    nyx_notify<NYX_DB>(&NYX_OBSERVER<NYX_DB>::opened, db);
+    {
+        const VISITED::SUSPENDED suspended;
+        nyx_notify<NYX_DB>(&NYX_OBSERVER<NYX_DB>::opened, db);
+    }
     VISITED visited;
     db->get_db_persistent()->open_sub_dbs(db->get_db_group(), visited.get());
 }
@@ -257,7 +273,7 @@ void NYX_DB::clone_db(const char *from, const char *to) {
     require_db_file_exists_and_is_writable(from_path);
     const std::string to_path = to_db_file_path(nyx_text(to));
     const std::string new_top = strip_db_extension(nyx_text(to));
-    const std::string name = fs::path(to_path).stem().string();
+    const std::string name = nyx_db_name_of_file(to_path);
     NYX_DB *db = nullptr;
     {
         // Nobody opens the target in between. What is open is told of before it is lost, and not after.

@@ -14,8 +14,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-void check_has_filename(const fs::path &path) {
-    NYX_CHECK_MSG(path.has_filename(), "'%s' is not a valid filename", path.c_str());
+constexpr std::size_t s_extension_size = std::string_view(s_nyx_db_extension).size();
+
+// Of the last part of a path. It is "." behind a slash at the end, and all of ".nyx" is an extension: "x/" and "x/.nyx"
+// are one file. The standard library has it otherwise.
+std::string_view extension_of(std::string_view path) {
+    const std::string_view name = nyx_filename_of(path);
+    const std::size_t dot = name == "." || name == ".." ? std::string_view::npos : name.rfind('.');
+    return dot != std::string_view::npos ? name.substr(dot) : std::string_view();
+}
+
+void check_has_filename(const std::string &path) {
+    NYX_CHECK_AS(!path.empty(), "path.has_filename()", "'%s' is not a valid filename", path.c_str());
 }
 
 } // namespace
@@ -23,6 +33,15 @@ void check_has_filename(const fs::path &path) {
 std::size_t nyx_bytes_of_MiB(unsigned long long size_MiB) {
     constexpr std::size_t max = std::numeric_limits<std::size_t>::max();
     return size_MiB <= (max >> 20) ? static_cast<std::size_t>(size_MiB) << 20 : max;
+}
+
+std::string_view nyx_filename_of(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string_view::npos)
+        return path;
+    if (slash + 1 != path.size())
+        return path.substr(slash + 1);
+    return path.find_first_not_of('/') == std::string_view::npos ? "/" : ".";
 }
 
 std::string to_normal_path(const std::string &path) {
@@ -35,11 +54,8 @@ std::string to_db_file_path_as_told(const std::string &name) {
         if (std::string known = NYX_DB::find_db_path_from_db_name(name, ""); !known.empty())
             text = std::move(known);
     }
-    fs::path path = text;
-    check_has_filename(path);
-    if (path.extension() != s_nyx_db_extension)
-        path += s_nyx_db_extension;
-    return path.string();
+    check_has_filename(text);
+    return extension_of(text) == s_nyx_db_extension ? text : text + s_nyx_db_extension;
 }
 
 std::string to_db_file_path(const std::string &name) {
@@ -47,11 +63,13 @@ std::string to_db_file_path(const std::string &name) {
 }
 
 std::string strip_db_extension(const std::string &path) {
-    fs::path result = path;
-    check_has_filename(result);
-    if (result.extension() == s_nyx_db_extension)
-        result.replace_extension();
-    return result.string();
+    check_has_filename(path);
+    return path.substr(0, path.size() - (extension_of(path) == s_nyx_db_extension ? s_extension_size : 0));
+}
+
+std::string nyx_db_name_of_file(const std::string &path) {
+    const std::string_view name = nyx_filename_of(path);
+    return std::string(name.substr(0, name.size() - (extension_of(path) == s_nyx_db_extension ? s_extension_size : 0)));
 }
 
 bool is_db_file_writable(const std::string &path) {

@@ -10,6 +10,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 /// What a new database is made of.
 struct NYX_DB::NEW_DB {
@@ -44,6 +45,11 @@ std::string to_normal_path(const std::string &path);
 
 /// `path` without the extension ".nyx", if it has that one. Ends the run as above.
 std::string strip_db_extension(const std::string &path);
+
+/// The last part of a path: "." behind a slash at the end, "/" for the root, empty for an empty path.
+std::string_view nyx_filename_of(std::string_view path);
+/// The name that a database has from its file, without directory and ".nyx".
+std::string nyx_db_name_of_file(const std::string &path);
 
 /// False only for a file that is there and that its owner may not write to.
 bool is_db_file_writable(const std::string &path);

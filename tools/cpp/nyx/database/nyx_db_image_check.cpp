@@ -8,11 +8,11 @@
 #include "constraints/nyx_sdc_clock_table.h"
 #include "constraints/nyx_source_file_table.h"
 #include "database/nyx_db_persistent.h"
+#include "database/nyx_image_reader.h"
 #include "hierarchy/nyx_hier_instance_table.h"
 #include "hierarchy/nyx_hier_module_table.h"
 #include "hierarchy/nyx_hier_port_table.h"
 #include "memory/nyx_app_block.h"
-#include "memory/nyx_image_reader.h"
 #include "names/nyx_name_mgr_impl.h"
 #include "netlist/nyx_inst_header_table.h"
 #include "netlist/nyx_inst_port_table.h"
@@ -61,8 +61,8 @@ class NYX_DB_IMAGE_CHECKER {
 public:
     /// With `faults` it looks at everything, goes on behind a fault, and tells all; without, it looks at what has to be
     /// right before anything is used, and throws the first.
-    NYX_DB_IMAGE_CHECKER(NYX_IMAGE_READER &reader, bool may_change, std::vector<std::string> *faults)
-        : m_reader(reader)
+    NYX_DB_IMAGE_CHECKER(NYX_SEGMENT_MANAGER *manager, bool may_change, std::vector<std::string> *faults)
+        : m_reader(manager)
         , m_may_change(may_change)
         , m_faults(faults) {}
 
@@ -367,7 +367,7 @@ private:
     void check_interface_lists(const NYX_INTERFACE_TABLE &table);
     void check_name_id(NYX_NAME_ID id, const char *what);
 
-    NYX_IMAGE_READER &m_reader;
+    NYX_IMAGE_READER m_reader;
     const bool m_may_change;
     std::vector<std::string> *const m_faults;
     std::uintptr_t m_root = 0;
@@ -689,8 +689,7 @@ void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {
 NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type, bool may_change,
                                        std::string *fault) {
     try {
-        NYX_IMAGE_READER reader(manager);
-        return NYX_DB_IMAGE_CHECKER(reader, may_change, nullptr).check(type);
+        return NYX_DB_IMAGE_CHECKER(manager, may_change, nullptr).check(type);
     } catch (const NYX_IMAGE_FAULT &found) {
         if (fault != nullptr)
             *fault = found.text;
@@ -698,10 +697,14 @@ NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE
     }
 }
 
-std::vector<std::string> nyx_find_image_faults(NYX_IMAGE_READER &reader, NYX_DB_TYPE type) {
+std::vector<std::string> nyx_find_image_faults(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type) {
     std::vector<std::string> faults;
+    if (std::string fault = nyx_get_algorithm(manager)->find_fault(); !fault.empty()) {
+        faults.push_back(std::move(fault));
+        return faults;
+    }
     try {
-        NYX_DB_IMAGE_CHECKER(reader, true, &faults).check(type);
+        NYX_DB_IMAGE_CHECKER(manager, true, &faults).check(type);
     } catch (const NYX_IMAGE_FAULT &fault) {
         faults.push_back(fault.text);
     }

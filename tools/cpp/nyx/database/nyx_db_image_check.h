@@ -13,12 +13,12 @@
 #include <vector>
 
 class NYX_DB_PERSISTENT;
-class NYX_IMAGE_READER;
 
-/// Every fault that is found in a segment whose blocks are sound: of all that nyx_find_sound_root() looks at, of the
-/// hashes of all maps, of the properties of rows and of the values of traits. What it has found to be in use is claimed
-/// of `reader`. Writes nothing and always ends. O(blocks + pages + names + values).
-std::vector<std::string> nyx_find_image_faults(NYX_IMAGE_READER &reader, NYX_DB_TYPE type);
+/// Every fault that is found in a segment whose range is readable: of its blocks and their tree, and if these are
+/// sound, of all that nyx_find_sound_root() looks at, of the hashes of all maps, of the properties of rows, of the
+/// values of traits, and of the arrays that rows lead to. Writes nothing and always ends. O(blocks + pages + names +
+/// values).
+std::vector<std::string> nyx_find_image_faults(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type);
 
 /// The root of the database in a segment whose blocks are sound. Null if it isn't a database of that type. `fault`, if
 /// given, tells what is wrong in words. The map from texts to names is looked at only if the database `may_change`, for

@@ -30,7 +30,8 @@ NYX_MANAGED_SERIALISED_FILE::NYX_MANAGED_SERIALISED_FILE(OPEN_READ_ONLY, const s
 }
 
 NYX_MANAGED_SERIALISED_FILE::NYX_MANAGED_SERIALISED_FILE(const NYX_MANAGED_SERIALISED_FILE &other, std::size_t extra)
-    : m_segment(std::make_unique<NYX_SEGMENT>(*other.m_segment, extra))
+    : m_segment((NYX_CHECK_AS(other.m_segment != nullptr, "seg_man != nullptr"),
+                 std::make_unique<NYX_SEGMENT>(*other.m_segment, extra)))
     , m_type(other.m_type)
     , m_tag(other.m_tag) {}
 

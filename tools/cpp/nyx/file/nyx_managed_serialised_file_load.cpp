@@ -28,7 +28,7 @@ std::uint64_t bytes_left(std::istream &is, const std::string &path) {
     return static_cast<std::uint64_t>(end - here);
 }
 
-// Compares the header with the file, before a range is reserved for what it says. A save that was interrupted has left
+// Compares the header with the file, before anybody calculates with what it says. A save that was interrupted has left
 // all ones in place of the sizes, which the reservation refuses.
 void check_sizes(std::istream &is, const std::string &path, const NYX_DB_FILE_STATS &header) {
     constexpr std::uint64_t unknown = ~std::uint64_t(0);
@@ -92,6 +92,7 @@ bool NYX_MANAGED_SERIALISED_FILE::load(const std::string &path, const NYX_FILE_O
                  "type == NYX_DB_TYPE::DEVICE",
                  "Unknown DB_TYPE");
 
+    check_sizes(is, path, header);
     std::size_t size = header.data_size;
     if (!m_read_only) {
         size = options.size_rule ? options.size_rule(header.data_size, header.default_size) : header.default_size;
@@ -100,7 +101,6 @@ bool NYX_MANAGED_SERIALISED_FILE::load(const std::string &path, const NYX_FILE_O
         // What no unit of allocation fits in is left out.
         size = std::max<std::size_t>(size - size % segment_algorithm::Alignment, header.data_size);
     }
-    check_sizes(is, path, header);
     // Never so: an object is loaded once. A segment that is there would be mixed up with the file's.
     if (m_segment != nullptr) {
         m_segment.reset();

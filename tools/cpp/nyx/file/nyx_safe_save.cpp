@@ -5,7 +5,7 @@
 #include "nyx_report/nyx_report_exception.h"
 
 #include <cerrno>
-#include <cstdint>
+#include <cstdio>
 #include <fcntl.h>
 #include <random>
 #include <sys/stat.h>
@@ -20,13 +20,10 @@ std::error_code last_error() {
 }
 
 std::string temporary_name(const std::string &path) {
-    // A generator of its own for each thread, seeded by the system: names of two processes must not be the same ones.
-    thread_local std::mt19937 generator{std::random_device()()};
-    constexpr char digits[] = "0123456789abcdef";
-    std::string name = path + "-";
-    for (int i = 0; i < 8; ++i)
-        name += digits[generator() % 16];
-    return name + ".tmp";
+    // From the system each time: a generator would give the same names to all processes that were forked behind it.
+    char digits[9];
+    std::snprintf(digits, sizeof(digits), "%08x", std::random_device()());
+    return path + "-" + digits + ".tmp";
 }
 
 // The temporary file: deleted with the object unless it took its place.
@@ -38,9 +35,11 @@ public:
         std::error_code error;
         for (int i = 0; i < s_num_tries; ++i) {
             m_name = temporary_name(target);
-            // Only if the name is free: another process may look for one at this moment.
-            if (m_buffer.open(m_name, O_WRONLY | O_CREAT | O_EXCL, 0666)) {
-                // A file system without permissions refuses this; the content is what matters.
+            // Only if the name is free: another process may look for one at this moment. Nobody may open it who may
+            // not open the file that it replaces.
+            if (m_buffer.open(m_name, O_WRONLY | O_CREAT | O_EXCL, replaces ? old.st_mode & 0777 : 0666)) {
+                // What the mask of the process took away. A file system without permissions refuses it; the content is
+                // what matters.
                 if (replaces)
                     NYX_FILE_SYSTEM::get().fchmod(m_buffer.fd(), old.st_mode & 07777);
                 return;

@@ -208,16 +208,19 @@ void NYX_INST_HEADER::set_is_user_group(bool value) {
     if (get_value(trait) == value)
         return;
     const INST_HEADER_KEY old_key = get_key();
+    if (old_key.m_is_user_group == value) {
+        set_value(trait, value); // only the trait said otherwise
+        NYX_DB_LINKER::get().forget_header(this);
+        return;
+    }
     const INST_HEADER_KEY key = enter_key(value, get_impl()->m_module_name_id, "NYX_INST_HEADER::set_is_user_group");
     try {
         set_value(trait, value);
     } catch (...) {
-        if (key != old_key)
-            leave_key(key);
+        leave_key(key);
         throw;
     }
-    if (key != old_key)
-        leave_key(old_key);
+    leave_key(old_key);
     NYX_DB_LINKER::get().forget_header(this);
 }
 
@@ -228,14 +231,10 @@ INST_HEADER_KEY NYX_INST_HEADER::get_key() const {
 INST_HEADER_KEY NYX_INST_HEADER::enter_key(bool is_group_link, NYX_NAME_ID module_name_id, const char *function) {
     NYX_DB_PERSISTENT *const persistent = nyx_get_persistent(this);
     const INST_HEADER_KEY key = make_key(is_group_link, get_impl()->m_db_name_id, module_name_id);
-    const NYX_INST_HEADER_ID id = NYX_INST_HEADER_TABLE::get_id(get_impl());
-    const NYX_INST_HEADER_ID found = persistent->find_inst_header(key);
-    if (found == id)
-        return key;
-    if (found != NYX_INST_HEADER_ID::INVALID)
+    if (persistent->find_inst_header(key) != NYX_INST_HEADER_ID::INVALID)
         NYX_RAISE_RUNTIME_ERROR(function, "There is an inst header for module " + name_of(this, module_name_id) +
                                               " in db " + get_db_name() + " already");
-    persistent->register_inst_header(key, id);
+    persistent->register_inst_header(key, NYX_INST_HEADER_TABLE::get_id(get_impl()));
     return key;
 }
 
@@ -248,8 +247,7 @@ void NYX_INST_HEADER::leave_key(const INST_HEADER_KEY &key) {
 }
 
 void NYX_INST_HEADER::take_key(const INST_HEADER_KEY &key) {
-    if (const INST_HEADER_KEY old_key = get_key(); old_key != key)
-        leave_key(old_key);
+    leave_key(get_key());
     get_impl()->m_module_name_id = key.m_module_name_id;
     NYX_DB_LINKER::get().forget_header(this);
 }

@@ -2,7 +2,6 @@
 
 #include "database/nyx_db_persistent.h"
 #include "hierarchy/nyx_hier_instance_table.h"
-#include "memory/nyx_image_reader.h"
 #include "netlist/nyx_bus_kind.h"
 #include "netlist/nyx_chain.h"
 #include "netlist/nyx_inst_header_table.h"
@@ -78,9 +77,8 @@ private:
 
 class CHECKER {
 public:
-    CHECKER(const NYX_DB_PERSISTENT &persistent, NYX_IMAGE_READER &blocks, std::size_t max_faults)
+    CHECKER(const NYX_DB_PERSISTENT &persistent, std::size_t max_faults)
         : m_names(persistent.names())
-        , m_blocks(blocks)
         , m_persistent(persistent)
         , m_max_faults(max_faults)
         , m_rows(ROWS<NYX_MODULE>(persistent), ROWS<NYX_PORT>(persistent), ROWS<NYX_NET>(persistent),
@@ -298,23 +296,10 @@ private:
     template <class T>
     void check_interface_members(const NYX_MODULE_IMPL *module, const std::string &what, const char *kind,
                                  NYX_INTERFACE_ID id, const NYX_INTERFACE_IMPL *interface, INTERFACE_OF &all) {
-        using LINK = NYX_OFFSET_PTR<T>;
-        const void *const list =
-            &nyx_members_ptr(const_cast<NYX_INTERFACE_IMPL *>(interface), static_cast<const T *>(nullptr));
-        // A vector: allocator, start, size, capacity.
-        const auto *const vector = claim_array<NYX_INTERFACE_MEMBERS<T>>(list, 1, what);
-        if (vector == nullptr)
+        const NYX_INTERFACE_MEMBERS<T> *const members = nyx_interface_members<T>(interface);
+        if (members == nullptr)
             return;
-        const char *const words = reinterpret_cast<const char *>(vector);
-        const std::int64_t size = NYX_IMAGE_READER::word(words + 16);
-        const std::int64_t capacity = NYX_IMAGE_READER::word(words + 24);
-        if (!m_blocks.leads_to_manager(words) || size < 0 || size > capacity) {
-            fault(what, ": its list of ", size, " members in room for ", capacity, " is none");
-            return;
-        }
-        const LINK *const members = claim_array<LINK>(words + 8, capacity, what);
-        for (const LINK *at = members, *const end = members + size; members != nullptr && at != end; ++at) {
-            const LINK &member = *at;
+        for (const NYX_OFFSET_PTR<T> &member : *members) {
             const auto member_id = rows<T>().find_id(member.get());
             if (!member_id)
                 fault(what, ": a ", kind, " in its list does not exist");
@@ -439,19 +424,6 @@ private:
                                    });
     }
 
-    // The elements of an array that a row leads to, null if there is none or it is no block that holds so many.
-    template <class ELEMENT>
-    const ELEMENT *claim_array(const void *link, std::int64_t size, const std::string &owner) {
-        const std::uintptr_t address = NYX_IMAGE_READER::target(link);
-        if (address == 0)
-            return nullptr;
-        if (m_blocks.usable(address) / sizeof(ELEMENT) < static_cast<std::uint64_t>(size)) {
-            fault(owner, ": its array of ", size, " elements lies in no block of its own");
-            return nullptr;
-        }
-        return reinterpret_cast<const ELEMENT *>(m_blocks.claim(address, sizeof(ELEMENT), "an array"));
-    }
-
     template <class BUS>
     void check_buses(NYX_MODULE_IMPL *module, const std::string &module_label, const char *kind, const char *list) {
         check_chain<BUS>(module, module_label, list, nullptr, [&](auto id, auto *bus) {
@@ -459,11 +431,10 @@ private:
             check_name(bus->m_name_id, what);
             const long long size = bus->get_size();
             std::vector<unsigned> members;
-            using ID = std::remove_cvref_t<decltype(bus->m_members_ptr[0])>;
-            for (const ID *member = claim_array<ID>(&bus->m_members_ptr, size, what), *end = member + size;
-                 member != nullptr && member != end; ++member) {
-                if (*member != ID::INVALID)
-                    members.push_back(member->get());
+            for (long long position = 0; bus->m_members_ptr != nullptr && position < size; ++position) {
+                const auto member = bus->m_members_ptr[position];
+                if (member != decltype(member)::INVALID)
+                    members.push_back(member.get());
             }
             if constexpr (std::is_same_v<BUS, NYX_PORT_BUS>)
                 m_module_of_port_bus[bus] = module;
@@ -545,7 +516,6 @@ private:
     }
 
     const NYX_NAME_MANAGER &m_names;
-    NYX_IMAGE_READER &m_blocks;
     const NYX_DB_PERSISTENT &m_persistent;
     std::size_t m_max_faults;
     std::vector<std::string> m_faults;
@@ -604,11 +574,5 @@ std::vector<std::string> nyx_check_base_modules(const NYX_DB_PERSISTENT &persist
 }
 
 std::vector<std::string> nyx_check_netlist(const NYX_DB_PERSISTENT &persistent, std::size_t max_faults) {
-    NYX_IMAGE_READER blocks(persistent.get_segment_manager());
-    return nyx_check_netlist(persistent, blocks, max_faults);
-}
-
-std::vector<std::string> nyx_check_netlist(const NYX_DB_PERSISTENT &persistent, NYX_IMAGE_READER &blocks,
-                                           std::size_t max_faults) {
-    return CHECKER(persistent, blocks, max_faults).run();
+    return CHECKER(persistent, max_faults).run();
 }

@@ -9,19 +9,13 @@
 #include <vector>
 
 class NYX_DB_PERSISTENT;
-class NYX_IMAGE_READER;
 
 /// Walks every list, back link, count, run and map of the netlist and tells each fault in words: what is wrong, and
 /// where. Empty for a sound netlist; at most `max_faults` texts. Follows no identifier and no pointer that it has not
 /// found to be a row of the right table, so it also ends, and without harm, on rows that hold anything at all; the
-/// tables themselves must be sound. Writes nothing. O(rows and connections), and a bit a row.
-/// Arrays that rows lead to are read where they are blocks of their own that are long enough.
+/// tables themselves, and the arrays that rows of buses and interfaces point to, must be sound. Writes nothing. O(rows
+/// and connections), and a bit a row.
 std::vector<std::string> nyx_check_netlist(const NYX_DB_PERSISTENT &persistent, std::size_t max_faults = 1000);
-
-/// The same with `blocks`, of which all that is in use otherwise has been claimed, so that an array that is something
-/// else as well is noticed, too.
-std::vector<std::string> nyx_check_netlist(const NYX_DB_PERSISTENT &persistent, NYX_IMAGE_READER &blocks,
-                                           std::size_t max_faults = 1000);
 
 /// For an open database whose netlist is sound: looks for inst ports whose port, in the module of another database, was
 /// deleted while this one was closed. Modules of databases that are not open are passed over. As above otherwise;

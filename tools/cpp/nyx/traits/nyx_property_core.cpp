@@ -63,15 +63,17 @@ std::optional<NYX_PROPERTY_VALUE> NYX_OBJECT_PROPERTIES::find(const std::string 
 }
 
 NYX_PROPERTY_VALUE NYX_OBJECT_PROPERTIES::get(const std::string &name, const char *class_name) const {
-    if (m_root->names().find_id(name.c_str()) == NYX_NAME_ID::INVALID)
+    const NYX_NAME_ID name_id = m_root->names().find_id(name.c_str());
+    if (name_id == NYX_NAME_ID::INVALID)
         NYX_RAISE_INVALID_ARGUMENT((std::string(class_name) + "::get_property").c_str(),
                                    "Unknown property name '" + name + "'");
-    if (find_all() == nullptr)
+    const NYX_ROW_PROPERTIES *const all = find_all();
+    if (all == nullptr)
         throw std::out_of_range("Object has no properties");
-    const NYX_STORED_PROPERTY *const stored = find_stored(name);
-    if (stored == nullptr)
+    const auto found = all->find(name_id);
+    if (found == all->end())
         throw std::out_of_range("No such property '" + name + "'");
-    return to_public(*stored);
+    return to_public(found->second);
 }
 
 void NYX_OBJECT_PROPERTIES::set(const std::string &name, const NYX_PROPERTY_VALUE &value) {
@@ -165,6 +167,8 @@ std::pair<const std::string, NYX_PROPERTY_VALUE> NYX_OBJECT_PROPERTIES::at(NYX_N
     std::string name;
     m_root->names().find_name(name_id, name);
     const NYX_ROW_PROPERTIES *const all = find_all();
-    NYX_CHECK_MSG(all != nullptr && all->count(name_id) != 0, "The property has been removed");
-    return {std::move(name), to_public(all->find(name_id)->second)};
+    const auto found = all != nullptr ? all->find(name_id) : NYX_ROW_PROPERTIES::const_iterator();
+    NYX_CHECK_AS(all != nullptr && found != all->end(), "all != nullptr && found != all->end()",
+                 "The property has been removed");
+    return {std::move(name), to_public(found->second)};
 }

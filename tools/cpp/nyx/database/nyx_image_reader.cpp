@@ -1,4 +1,4 @@
-#include "memory/nyx_image_reader.h"
+#include "database/nyx_image_reader.h"
 
 #include <cstdarg>
 #include <cstdio>
