@@ -28,7 +28,7 @@ class Workloads(CommandTest):
     def expect_files(self, figures, workload):
         for name in ("save", "save.lz4", "save.raw", "load.read_only.open", "load.modify.open", "load.lz4.open",
                      "load.raw.open", "load.read_only.walk"):
-            self.assertGreater(figures[f"{workload}.{name}"], 0)
+            self.assertGreaterEqual(figures[f"{workload}.{name}"], 0)  # milliseconds, none for so little
             self.assertGreater(figures[f"{workload}.{name}.resident"], 0)
         self.assertLess(figures[f"{workload}.file"], figures[f"{workload}.file.lz4"])
         self.assertLess(figures[f"{workload}.file.lz4"], figures[f"{workload}.file.raw"])
