@@ -22,8 +22,10 @@ long FIGURES::get_resident_bytes() {
     return pages * 4096;
 }
 
-void FIGURES::add_from_fresh_process(const std::string &prefix, const std::vector<std::string> &words) {
-    std::string command = "'" + std::filesystem::read_symlink("/proc/self/exe").string() + "'";
+void FIGURES::add_from_fresh_process(const std::string &prefix, const std::string &program,
+                                     const std::vector<std::string> &words) {
+    std::string command =
+        "'" + (std::filesystem::read_symlink("/proc/self/exe").parent_path() / program).string() + "'";
     for (const std::string &word : words)
         command += " '" + word + "'";
     std::FILE *const child = popen(command.c_str(), "r");

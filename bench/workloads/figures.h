@@ -19,17 +19,19 @@ public:
         m_figures.push_back({name, value, unit});
     }
 
-    /// The CPU seconds of `work`, and what it does to the memory that is resident.
+    /// The CPU seconds of `work`, and as NAME.resident the memory that the process has behind it.
     template <class WORK>
     void time(const std::string &name, WORK &&work) {
         const double start = get_cpu_seconds();
         work();
         add(name, get_cpu_seconds() - start, "s");
+        add(name + ".resident", double(get_resident_bytes()), "bytes");
     }
 
-    /// Runs this program anew with these words, and adds what it prints under `prefix`. Throws std::runtime_error if it
-    /// fails.
-    void add_from_fresh_process(const std::string &prefix, const std::vector<std::string> &words);
+    /// Runs a program beside this one with these words, and adds what it prints under `prefix`. Throws
+    /// std::runtime_error if it fails.
+    void add_from_fresh_process(const std::string &prefix, const std::string &program,
+                                const std::vector<std::string> &words);
 
     const std::vector<FIGURE> &get() const { return m_figures; }
     /// As lines NAME VALUE UNIT, or as one JSON object by name.

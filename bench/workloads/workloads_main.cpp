@@ -8,6 +8,7 @@
 #include "deep.h"
 #include "figures.h"
 #include "flat.h"
+#include "netlist.h"
 
 #include "io/nyx_netlist_counts.h"
 #include "io/nyx_text_output.h"
@@ -16,8 +17,8 @@
 #include "nyx/nyx.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -41,8 +42,14 @@ void save_and_load(FIGURES &figures, NYX_DB *db, const std::string &path) {
     const TEMPORARY file(path);
     figures.time("save", [&] { db->commit(file.path); });
     figures.add("file", double(std::filesystem::file_size(file.path)), "bytes");
-    figures.add_from_fresh_process("load.read_only.", {"load", file.path, "read_only"});
-    figures.add_from_fresh_process("load.modify.", {"load", file.path, "modify"});
+    const TEMPORARY lz4(path + ".lz4.nyx");
+    const TEMPORARY raw(path + ".raw.nyx");
+    figures.add_from_fresh_process("", "nyx_workload_save", {file.path, lz4.path, raw.path});
+    const std::string self = "nyx_workloads";
+    figures.add_from_fresh_process("load.read_only.", self, {"load", file.path, "read_only"});
+    figures.add_from_fresh_process("load.modify.", self, {"load", file.path, "modify"});
+    figures.add_from_fresh_process("load.lz4.", self, {"load", lz4.path, "read_only"});
+    figures.add_from_fresh_process("load.raw.", self, {"load", raw.path, "read_only"});
 }
 
 int load(const std::string &path, bool modify) {
@@ -54,7 +61,7 @@ int load(const std::string &path, bool modify) {
     });
     figures.add("resident", double(FIGURES::get_resident_bytes() - before), "bytes");
     std::uint64_t inputs = 0;
-    figures.time("walk", [&] { inputs = walk_flat(db->get_top_module()); });
+    figures.time("walk", [&] { inputs = walk_netlist(db); });
     figures.add("inputs", double(inputs), "pins");
     db->disable_commit_on_close();
     db->close();
@@ -90,7 +97,7 @@ void run_deep(FIGURES &figures, unsigned levels, unsigned width) {
     NYX_MODULE *top = nullptr;
     figures.time("deep.build", [&] { top = build_deep(db, levels, width); });
     std::uint64_t visits = 0;
-    figures.time("deep.walk", [&] { visits = walk_paths(top); });
+    figures.time("deep.unfold", [&] { visits = walk_paths(top); });
     figures.add("deep.paths", double(visits), "paths");
     db->close();
 }
@@ -117,7 +124,23 @@ void run_netlist(FIGURES &figures, const std::string &folder, const std::string 
     figures.add("netlist.memory",
                 double(FIGURES::get_resident_bytes() - read) / double(std::max<std::uint64_t>(1, cells)), "bytes/cell");
     netlist.reset();
-    figures.time("netlist.count", [&] { nyx_count_netlist(db); });
+    std::uint64_t inputs = 0;
+    figures.time("netlist.walk", [&] { inputs = walk_netlist(db); });
+    figures.add("netlist.inputs", double(inputs), "pins");
+    double seconds = 0;
+    const std::uint64_t found = find_in_netlist(db, 1'000'000, seconds);
+    figures.add("netlist.find", seconds, "s");
+    figures.add("netlist.found", double(found), "instances");
+    edit_netlist(db, 100'000, seconds);
+    figures.add("netlist.edit", seconds, "s");
+    std::vector<NYX_MODULE_COUNTS> counts;
+    figures.time("netlist.count", [&] { counts = nyx_count_netlist(db); });
+    const auto top = std::find_if(counts.begin(), counts.end(), [](const auto &module) { return module.is_top; });
+    if (constexpr std::uint64_t most = 100'000'000; top != counts.end() && top->paths < most) {
+        std::uint64_t visits = 0;
+        figures.time("netlist.unfold", [&] { visits = walk_paths(db->get_top_module()); });
+        figures.add("netlist.paths", double(visits), "paths");
+    }
     const TEMPORARY text(folder + "/nyx_workload_netlist.json");
     figures.time("netlist.export", [&] {
         NYX_TEXT_OUTPUT output(text.path);
@@ -131,8 +154,17 @@ void run_netlist(FIGURES &figures, const std::string &folder, const std::string 
     db->close();
 }
 
-unsigned get_number(const std::vector<std::string> &words, std::size_t index, unsigned otherwise) {
-    return index < words.size() ? unsigned(std::atoi(words[index].c_str())) : otherwise;
+unsigned get_number(const std::vector<std::string> &words, std::size_t index, unsigned otherwise, unsigned least,
+                    unsigned most) {
+    if (index >= words.size())
+        return otherwise;
+    const std::string &word = words[index];
+    unsigned number = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
+    if (error != std::errc() || end != word.data() + word.size() || number < least || number > most)
+        throw std::runtime_error("\"" + word + "\" is no whole number from " + std::to_string(least) + " to " +
+                                 std::to_string(most));
+    return number;
 }
 
 int run(std::vector<std::string> words) {
@@ -154,9 +186,9 @@ int run(std::vector<std::string> words) {
         return load(words[1], words[2] == "modify");
     FIGURES figures;
     if (workload.empty() || workload == "flat")
-        run_flat(figures, folder, get_number(words, 1, 1'000'000));
+        run_flat(figures, folder, get_number(words, 1, 1'000'000, 65, 1'000'000'000));
     if (workload.empty() || workload == "deep")
-        run_deep(figures, get_number(words, 1, 6), get_number(words, 2, 10));
+        run_deep(figures, get_number(words, 1, 6, 1, 1000), get_number(words, 2, 10, 1, 1'000'000));
     if (workload == "netlist" && words.size() == 2)
         run_netlist(figures, folder, words[1]);
     if (figures.get().empty())

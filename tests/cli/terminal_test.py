@@ -35,6 +35,26 @@ class Terminal(CommandTest):
             time.sleep(0.1)
         self.fail("no end: " + screen)
 
+    def test_a_long_import_shows_its_progress_and_clears_it(self):
+        cells = ",".join(f'"u{i}":{{"type":"g{i % 7}","parameters":{{"INIT":"{i:032b}"}},"connections":{{"A":[{i + 2}],"B":[{i + 3}]}}}}'
+                         for i in range(300000))
+        self.write("large.json", '{"modules":{"m":{"cells":{' + cells + "}}}}")
+        self.tmux("send-keys", f"clear; {cli_support.NYX} import large.json -o large.nyx; echo END=$?", "Enter")
+        seen = set()
+        for _ in range(6000):
+            screen = self.tmux("capture-pane", "-p")
+            seen.update(line for line in screen.splitlines() if "|" in line)
+            if any(text.startswith("END=") for text in screen.splitlines()):
+                break
+            time.sleep(0.02)
+        bars = [line for line in seen if "left" in line]
+        self.assertTrue(bars, screen)
+        for line in bars:
+            self.assertRegex(line, r"^(Reading|Building) +\|.{24}\| +\d+% .*/s, \d+ (s|min) left$")
+        self.assertRegex(screen, r"(?m)^nyx: large\.nyx: 1 module, 300,000 cells, top m, .*\nEND=0$")
+        self.assertNotIn("|", screen.replace(cli_support.NYX, ""))
+        self.assertNotIn("left", self.type(f"{cli_support.NYX} import -q large.json -o large.nyx"))
+
     def test_a_session(self):
         nyx = cli_support.NYX
         self.assertIn("END=0", self.type(f"{nyx} import {self.soc()} -o soc.nyx"))

@@ -38,6 +38,25 @@ TEST_F(JsonPieces, MembersComeWholeAndNoMoreThanAskedFor) {
     EXPECT_EQ(pieces.peek(), '}');
 }
 
+TEST_F(JsonPieces, TheBytesAroundMembersAreThoseOfTheFileHoweverLargeTheyAre) {
+    const auto make_member = [](const char *name, std::size_t size) {
+        return "\"" + std::string(name) + "\": \"" + std::string(size, 'x') + "\"";
+    };
+    const std::string first = make_member("a", 1'500'000);
+    const std::string second = make_member("b", 5'000'000);
+    NYX_JSON_PIECES &pieces = open("{" + first + "," + second + "}");
+    pieces.take('{', "an object");
+    std::string_view members = pieces.take_members(1);
+    EXPECT_TRUE(members == first);
+    EXPECT_EQ(members.data()[-1], '{');
+    EXPECT_EQ(members.data()[members.size()], ',');
+    EXPECT_TRUE(pieces.take_if(','));
+    members = pieces.take_members(1);
+    EXPECT_TRUE(members == second);
+    EXPECT_EQ(members.data()[-1], ',');
+    EXPECT_EQ(members.data()[members.size()], '}');
+}
+
 TEST_F(JsonPieces, AnEmptyObjectHasNoMembers) {
     NYX_JSON_PIECES &pieces = open("{ }");
     pieces.take('{', "an object");

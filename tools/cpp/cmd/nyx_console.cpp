@@ -54,6 +54,16 @@ void write_error_line(std::string_view kind, const char *code, std::string_view 
 
 namespace {
 
+/// As much as leaves room for the text beside it: a line that wraps can't be taken back.
+unsigned get_bar_width() {
+    constexpr unsigned most = 24;
+    constexpr unsigned others = 54;
+    winsize size{};
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+        return most;
+    return std::clamp<unsigned>(size.ws_col, others + 1, others + most) - others;
+}
+
 std::string tell_seconds(double seconds) {
     char text[40];
     std::snprintf(text, sizeof(text), seconds < 99.5 ? "%.0f s" : "%.0f min", seconds < 99.5 ? seconds : seconds / 60);
@@ -188,12 +198,13 @@ void NYX_PROGRESS_BAR::update(std::uint64_t done, std::uint64_t total) {
     const std::string speed = is_bytes ? nyx_human_bytes(std::uint64_t(rate)) + "/s"
                                        : nyx_group_digits(std::uint64_t(rate)) + " " + m_unit + "/s";
     std::string line = m_label + " ";
+    line.resize(std::max<std::size_t>(line.size(), 9), ' '); // the bars of several lines of work stand in one place
     if (total > 0) {
         const double share = std::min(1.0, double(done) / double(total));
         const double left = rate > 0 ? double(total - std::min(done, total)) / rate : 0.0;
         char percent[16];
         std::snprintf(percent, sizeof(percent), "| %3.0f%% ", share * 100);
-        line += "|" + nyx_share_bar(share, 24) + percent + speed + ", " + tell_seconds(left) + " left";
+        line += "|" + nyx_share_bar(share, get_bar_width()) + percent + speed + ", " + tell_seconds(left) + " left";
     } else
         line += (is_bytes ? nyx_human_bytes(done) : nyx_group_digits(done)) + ", " + speed;
     show(line);

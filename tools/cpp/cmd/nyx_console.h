@@ -46,7 +46,7 @@ private:
 };
 
 /// A bar on standard error with the rate and the time left, from the second that something takes on; nothing where that
-/// is no terminal. It goes with the object.
+/// is no terminal. It goes with the object, or before.
 class NYX_PROGRESS_BAR {
 public:
     /// Never shown if not `wanted`.
@@ -58,6 +58,8 @@ public:
     /// A new line of work; the clock starts anew. Work that tells no progress has no unit; its label stands alone if a
     /// bar was shown before.
     void start(std::string label, const char *unit);
+    /// Takes the bar away, before anything else is printed.
+    void finish() { erase(); }
     /// `total` is 0 if unknown. Cheap enough to be called a million times a second.
     void update(std::uint64_t done, std::uint64_t total);
 

@@ -43,6 +43,7 @@ public:
                                                       ? nyx_write_verilog(design.get(), output, tell)
                                                       : nyx_write_yosys_json(design.get(), output, tell);
         output.finish();
+        bar.finish();
         for (const std::string &warning : warnings)
             console.warn(warning);
         return 0;

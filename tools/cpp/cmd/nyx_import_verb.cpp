@@ -182,6 +182,7 @@ int IMPORT_VERB::run(NYX_CONSOLE &console) {
             size *= 4;
         }
     }
+    bar.finish();
     for (const std::string &warning : warnings)
         console.warn(warning);
 

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstring>
 
 namespace {
@@ -34,7 +33,9 @@ std::uint64_t count_lines(const char *begin, const char *end) {
         std::uint64_t word;
         std::memcpy(&word, begin, 8);
         word ^= breaks;
-        lines += unsigned(8 - std::popcount((((word & low) + low) | word) & ~low));
+        // The upper bit of each byte that is no break; the product adds the eight bits up in its highest byte.
+        const std::uint64_t others = ((((word & low) + low) | word) & ~low) >> 7;
+        lines += 8 - (others * 0x0101010101010101 >> 56);
     }
     return lines + std::uint64_t(std::count(begin, end, '\n'));
 }
@@ -54,11 +55,13 @@ NYX_JSON_PIECES::NYX_JSON_PIECES(NYX_TEXT_INPUT &input, std::size_t padding)
 bool NYX_JSON_PIECES::refill() {
     if (m_at_end)
         return false;
-    if (m_next > 0) {
-        m_dropped_lines += count_lines(m_buffer.get(), m_buffer.get() + m_next);
-        std::memmove(m_buffer.get(), m_buffer.get() + m_next, m_end - m_next);
-        m_end -= m_next;
-        m_next = 0;
+    if (m_next > 1) {
+        // One byte stays in front: who gets what comes next may write there.
+        const std::size_t dropped = m_next - 1;
+        m_dropped_lines += count_lines(m_buffer.get(), m_buffer.get() + dropped);
+        std::memmove(m_buffer.get(), m_buffer.get() + dropped, m_end - dropped);
+        m_end -= dropped;
+        m_next = 1;
     }
     if (m_end > m_capacity / 2) {
         auto larger = std::make_unique<char[]>(m_capacity * 2 + m_padding);
