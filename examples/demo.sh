@@ -6,9 +6,10 @@
 # NYX is the built command, SOURCE the project's folder. Works in a new folder that it removes at the end.
 set -eu
 
-nyx=$1
-soc=$2/examples/soc/soc.json.zst
-compare=$2/tests/io/canonical_netlist.py
+nyx=$(realpath "$1")
+source=$(realpath "$2")
+soc=$source/examples/soc/soc.json.zst
+compare=$source/tests/io/canonical_netlist.py
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"

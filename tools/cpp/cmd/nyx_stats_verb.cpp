@@ -53,7 +53,10 @@ public:
                 JSON entry;
                 entry["table"] = table.stats->get_type();
                 entry["bytes"] = table.bytes;
-                entry["rows"] = table.stats->get_num_allocated();
+                if (const int num_rows = table.stats->get_num_allocated(); num_rows >= 0)
+                    entry["rows"] = num_rows;
+                else
+                    entry["rows"] = nullptr;
                 entry["columns"] = JSON::array();
                 for (const NYX_FIELD_STATS &field : get_fields(*table.stats))
                     entry["columns"].push_back(
