@@ -48,26 +48,70 @@ std::string payload_of(const std::string &path) {
     return payload;
 }
 
+// Something of everything in a netlist, with values and gaps, so that a change lands in each of its tables. It is
+// sound: what verify() finds is due to a change.
+void fill(NYX_DB *db) {
+    const unsigned char bytes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    auto *const notes = NYX_NET::create_app_trait(db, "notes", NYX_APP_DATA(), "", "", "");
+    auto *const text = NYX_MODULE::create_string_trait(db, "text", "default", "", "", "text_i");
+    NYX_MODULE *const leaf = NYX_MODULE::allocate(db, "leaf", 1);
+    NYX_PORT::allocate(leaf, "a", 0);
+    for (int i = 0; i < 6; ++i) {
+        const std::string number = std::to_string(i);
+        NYX_MODULE *const module = NYX_MODULE::allocate(db, "m" + number, 3);
+        module->set_value(text, "text " + number);
+        NYX_PORT *const port = NYX_PORT::allocate(module, "a", 0);
+        NYX_PORT_BUS *const bus = NYX_PORT_BUS::allocate(module, "b", 1, 0);
+        bus->set_port(0, NYX_PORT::allocate(module, "b0", 1));
+        NYX_INTERFACE *const interface = NYX_INTERFACE::allocate(module, "i");
+        interface->add_port(port);
+        interface->add_port_bus(bus);
+        NYX_NET_BUS::allocate(module, "nb", 3, 0);
+        std::vector<NYX_NET *> nets;
+        for (int net = 0; net < 20; ++net) {
+            nets.push_back(NYX_NET::allocate(module, "net[" + std::to_string(net) + "]"));
+            nets.back()->set_property("weight", net);
+            nets.back()->set_property("text", std::string("text"));
+            nets.back()->set_property("bytes", NYX_APP_DATA(sizeof(bytes), bytes));
+            nets.back()->set_value(notes, NYX_APP_DATA(sizeof(bytes), bytes));
+        }
+        for (std::size_t net = 0; net < nets.size(); net += 3)
+            nets[net]->deallocate();
+        NYX_INSTANCE::allocate(module, "u", leaf);
+    }
+}
+
+// Reads what the netlist of a sound database says of itself, by the members that everybody has.
+void walk(NYX_DB *db) {
+    std::ostringstream out;
+    NYX_NET::output_all_sparse_traits(out, db, true);
+    for (NYX_MODULE *const module : db->iter_modules()) {
+        out << module->get_name();
+        module->output_sparse_traits(out, true, true);
+        for (NYX_PORT *const port : module->iter_ports())
+            if (port->get_parent() != nullptr)
+                out << port->get_name();
+        for (NYX_NET *const net : module->iter_nets()) {
+            out << net->get_name();
+            net->output_sparse_traits(out, true, true);
+            for (const auto &[name, value] : net->iter_properties())
+                out << name << value.which();
+        }
+        for (NYX_INSTANCE *const instance : module->iter_instances())
+            out << instance->get_name();
+        for (NYX_PORT_BUS *const bus : module->iter_port_buses())
+            out << bus->get_name();
+        for (NYX_NET_BUS *const bus : module->iter_net_buses())
+            out << bus->get_name();
+        for (NYX_INTERFACE *const interface : module->iter_interfaces())
+            out << interface->get_name();
+    }
+}
+
 void add_base(NYX_DB_TYPE type, bool filled) {
     NYX_DB *const db = NYX_DB::create_non_persistent(16, type, "", "");
-    NYX_DB_PERSISTENT *const root = NYX_DB_IMPL::of(*db).m_persistent;
-    if (filled) {
-        NYX_MODULE_TABLE &modules = root->table<NYX_MODULE>();
-        auto &nets = root->table<NYX_NET>();
-        std::vector<NYX_NET_IMPL *> rows;
-        for (int i = 0; i < 20; ++i) {
-            NYX_MODULE_IMPL *const module = modules.allocate();
-            const NYX_NAME_ID name = root->names().get_id(("module_" + std::to_string(i)).c_str());
-            *modules.m_name_id.get(modules.get_id(module)) = name;
-            root->register_module(name, modules.get_id(module));
-        }
-        for (int i = 0; i < 300; ++i) {
-            rows.push_back(nets.allocate());
-            rows.back()->m_name_id = root->names().get_id(("net[" + std::to_string(i) + "]").c_str());
-        }
-        for (std::size_t i = 0; i < rows.size(); i += 3)
-            nets.deallocate(rows[i]);
-    }
+    if (filled)
+        fill(db);
     NYX_FILE_OPTIONS options;
     options.durable = false;
     NYX_DB_IMPL::of(*db).m_file->commit_impl(s_path, NYX_COMPRESSION::NONE, 0, 1, options);
@@ -163,6 +207,7 @@ void open(const BASE &base, const std::string &image, NYX_DB::ACCESS_MODE mode) 
     db->disable_commit_on_close();
     if (db->verify().empty()) {
         db->get_internal_stats();
+        walk(db);
         if (mode == NYX_DB::ACCESS_MODE::MODIFY) {
             NYX_DB_PERSISTENT *const root = NYX_DB_IMPL::of(*db).m_persistent;
             root->names().get_id("a new name");
