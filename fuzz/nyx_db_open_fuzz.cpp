@@ -94,7 +94,12 @@ void fill(NYX_DB *db) {
     }
     for (NYX_NET *const net : nets)
         net->set_value(weight, 7);
+    top->set_value(NYX_MODULE::create_string_trait(db, "text", "default", "", "", "text_i"), "words");
     top->set_src_location("top.v", 12);
+    for (unsigned i = 0; i < 30; ++i)
+        nets.push_back(NYX_NET::allocate(top, "loose" + std::to_string(i)));
+    for (std::size_t i = 8; i < nets.size(); i += 3)
+        nets[i]->deallocate();
 }
 
 void add_base(NYX_DB_TYPE type, bool filled) {
