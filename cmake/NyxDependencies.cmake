@@ -22,11 +22,4 @@ endif()
 if(NYX_DEVELOPER)
   find_package(GTest REQUIRED)
   find_package(benchmark REQUIRED)
-  # A repeated build of an unchanged source costs nothing where the cache is installed.
-  find_program(NYX_CCACHE ccache)
-  if(NYX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    # Precompiled headers are no reason for it to look away.
-    set(CMAKE_CXX_COMPILER_LAUNCHER
-      ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${NYX_CCACHE})
-  endif()
 endif()
