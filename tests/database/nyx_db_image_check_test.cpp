@@ -47,7 +47,7 @@ protected:
     }
     std::string open(const std::string &bytes) {
         write_file(m_path, bytes);
-        return thrown([&] { NYX_DB::open(m_path.c_str(), NYX_DB::ACCESS_MODE::READ_ONLY)->close(); });
+        return thrown([&] { NYX_DB::open(m_path.c_str(), m_mode)->close(); });
     }
     // The file with another word at the place of `at` is refused.
     template <class T>
@@ -68,6 +68,7 @@ protected:
 
     TEMP_DIR m_dir;
     const std::string m_path = m_dir / "a.nyx";
+    NYX_DB::ACCESS_MODE m_mode = NYX_DB::ACCESS_MODE::READ_ONLY;
     NYX_DB *m_db = nullptr;
     std::string m_bytes;
 };
@@ -182,7 +183,10 @@ TEST_F(ImageCheck, NamesAreTextsInBlocksOfTheirOwn) {
         expect_link_refused(vector, "the allocator");
         expect_link_refused(vector + 8, "the strings");
         expect_refused<std::uint64_t>(vector + 16, ~0ull, "their number");
+        // The nodes of the map have no owner before it is looked at, and one of them may pass for a text.
+        m_mode = NYX_DB::ACCESS_MODE::MODIFY;
         expect_link_refused(&strings->front(), "the first string");
+        m_mode = NYX_DB::ACCESS_MODE::READ_ONLY;
     }
     expect_refused(&names.id_reverse_lookup[1],
                    word_at<std::int64_t>(m_bytes, in_file(&names.id_reverse_lookup[0])) - 8,
