@@ -74,7 +74,9 @@ void fill(NYX_DB *db) {
     auto *const note = NYX_INSTANCE::create_string_trait(db, "note", "", "g", "d", "");
     auto *const blob = NYX_INSTANCE::create_app_trait(db, "blob", NYX_APP_DATA(), "g", "d", "");
     auto *const flag = NYX_INST_PORT::create_bool_trait(db, "flag", false, "g", "d", "");
-    for (unsigned i = 0; i < 100; ++i) {
+    // A library of definitions has none.
+    const unsigned num_instances = db->is_definition() ? 0 : 100;
+    for (unsigned i = 0; i < num_instances; ++i) {
         NYX_INSTANCE *const instance = NYX_INSTANCE::allocate(top, "u" + std::to_string(i), cell);
         if (i < 4)
             instance_bus->set_instance(static_cast<int>(i), instance);
