@@ -3,6 +3,7 @@
 #include "database_test_support.h"
 #include "file/file_test_support.h"
 #include "names/nyx_name_mgr_impl.h"
+#include "netlist/nyx_instance_table.h"
 #include "netlist/nyx_interface_table.h"
 #include "netlist/nyx_module_table.h"
 #include "netlist/nyx_net_bus_table.h"
@@ -14,6 +15,7 @@
 #include "nyx/nyx.h"
 
 #include <functional>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -110,6 +112,13 @@ TEST_F(ImageCheck, EveryLinkOfTheRootIsCompared) {
     const auto *const words = reinterpret_cast<const std::int64_t *>(root_of(m_db));
     for (int i = 0; i < 18; ++i)
         expect_link_refused(words + i, ("link " + std::to_string(i)).c_str());
+}
+
+TEST_F(ImageCheck, ListsWithoutRoomHaveNoPlace) {
+    const auto &instances = root_of(m_db)->table<NYX_INSTANCE>();
+    ASSERT_EQ(instances.m_primary.get_num_pages(), 0u);
+    const char *const pages = reinterpret_cast<const char *>(&instances.m_primary) + 8;
+    expect_refused<std::int64_t>(pages + 8, 4096, "the pages of an empty column");
 }
 
 TEST_F(ImageCheck, TablesAndColumnsBelongTogether) {
@@ -238,7 +247,8 @@ TEST_F(ImageCheck, NodesOfNamesAreFollowedOnlyInTheImage) {
         db->close();
     };
     expect_told(16, std::int64_t(-16), "the next node, as itself");
-    for (const std::int64_t far : {std::int64_t(1) << 40, std::int64_t(-1) << 40, std::int64_t(1) << 62})
+    for (const std::int64_t far : {std::int64_t(1) << 40, std::int64_t(-1) << 40, std::int64_t(1) << 62,
+                                   std::numeric_limits<std::int64_t>::min()})
         expect_told(16, far, "the next node");
     expect_told(24, ~std::uint64_t(0), "the bucket of a node");
     expect_told(8, std::uint32_t(100000), "the identifier of a node");

@@ -136,8 +136,12 @@ private:
             READER::fail("%s has another allocator", what);
         if (size > capacity || capacity > m_reader.size() / element_bytes)
             READER::fail("%s has %llu elements in room for %llu", what, ull(size), ull(capacity));
-        if (capacity == 0)
+        if (capacity == 0) {
+            // A vector that grows asks for more behind what it has.
+            if (READER::target(at + 8) != 0)
+                READER::fail("%s has no room, but a place", what);
             return {nullptr, 0};
+        }
         return {m_reader.claim(READER::target(at + 8), capacity * element_bytes, what), size};
     }
 

@@ -55,10 +55,10 @@ inline std::uint64_t load_word(const char *at) {
     return word;
 }
 
-// The target of the link at `at`; null if there is none.
+// The target of the link at `at`; null if there is none. In numbers, for an unsound link leads anywhere.
 inline const char *follow_link(const char *at) {
     const std::uint64_t distance = load_word(at);
-    return distance == 1 ? nullptr : at + static_cast<std::int64_t>(distance);
+    return distance == 1 ? nullptr : reinterpret_cast<const char *>(reinterpret_cast<std::uintptr_t>(at) + distance);
 }
 
 } // namespace NYX::detail
@@ -71,7 +71,9 @@ struct NYX_LINKS_WITHIN {
     const char *begin;
     const char *end;
     bool contains(const char *at, std::size_t bytes) const {
-        return at >= begin && at <= end && static_cast<std::size_t>(end - at) >= bytes;
+        const auto size = static_cast<std::uintptr_t>(end - begin);
+        const std::uintptr_t offset = reinterpret_cast<std::uintptr_t>(at) - reinterpret_cast<std::uintptr_t>(begin);
+        return offset <= size && size - offset >= bytes;
     }
 };
 
