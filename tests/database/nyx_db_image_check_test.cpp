@@ -282,6 +282,19 @@ TEST_F(ImageCheck, VerifyComputesHashes) {
     --*text;
 }
 
+TEST_F(ImageCheck, VerifyKnowsTrueFromFalse) {
+    NYX_NET *const net = NYX_NET::allocate(*m_db->iter_modules().begin(), "flagged");
+    net->set_property("flag", true);
+    auto &stored = root_of(m_db)->table<NYX_NET>().m_properties.begin()->second.begin()->second;
+    // The number of the type, then the value.
+    char *const value = reinterpret_cast<char *>(&stored) + 8;
+    ASSERT_EQ(*value, 1);
+    *value = 73;
+    EXPECT_EQ(m_db->verify(), TEXTS{"NYX_NET_TABLE has a property that is neither true nor false"});
+    *value = 1;
+    EXPECT_EQ(m_db->verify(), TEXTS());
+}
+
 TEST_F(ImageCheck, VerifyLooksAtTheBlocksFirst) {
     void *const block = NYX_DB_IMPL::of(*m_db).m_file->get_segment_manager()->allocate(100);
     auto &size = reinterpret_cast<std::uint64_t *>(block)[-1];

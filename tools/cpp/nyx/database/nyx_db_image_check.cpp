@@ -459,6 +459,8 @@ void NYX_DB_IMAGE_CHECKER::check_properties(const TABLE &table) {
                 const std::uint32_t type = half_word(value + 8);
                 if (type > 7)
                     READER::fail("%s has a property of type %u", what, type);
+                if (type == 0 && static_cast<unsigned char>(value[16]) > 1)
+                    READER::fail("%s has a property that is neither true nor false", what);
                 if (type == 4)
                     check_name_id(NYX_NAME_ID(half_word(value + 16)), what);
                 if (type == 7 && READER::target(value + 16) != 0)
