@@ -412,7 +412,8 @@ class Files(CommandTest):
         self.expect(["clone", "small.nyx", "other.nyx"], 0, "", "nyx: other.nyx: a copy of small.nyx\n")
         self.assertEqual(self.nyx("tree", "other.nyx", "--depth", "0"), "other\n")
         self.expect(["clone", "small.nyx", "other.nyx"], 2, "", "nyx: other.nyx: is there already; --force replaces it\n")
-        self.nyx("clone", "small.nyx", "other.nyx", "--force")
+        self.assertEqual(json.loads(self.nyx("clone", "small.nyx", "other.nyx", "--force", "--json")),
+                         {"file": "other.nyx", "copy_of": "small.nyx"})
 
     def test_a_clone_that_fails_leaves_its_target(self):
         self.nyx("clone", "small.nyx", "half_old")
@@ -468,7 +469,7 @@ class Files(CommandTest):
         self.nyx("rm", "small.nyx")
         self.assertFalse((self.folder / "small.nyx").exists())
         self.assertTrue((self.folder / "small.json").exists())
-        self.nyx("rm", "--force", "small.nyx")
+        self.assertEqual(json.loads(self.nyx("rm", "--force", "small.nyx", "--json")), {"removed": []})
 
 
 class Usage(CommandTest):

@@ -282,6 +282,18 @@ TEST_F(ImageCheck, VerifyComputesHashes) {
     --*text;
 }
 
+TEST_F(ImageCheck, VerifyLooksAtTheCellsOfFreeRows) {
+    auto &nets = root_of(m_db)->table<NYX_NET>();
+    NYX_NET_IMPL *const net = nets.allocate();
+    const NYX_NET_ID id = nets.get_id(net);
+    nets.deallocate(net);
+    *nets.m_head_port.get(id) = NYX_PORT_ID(7);
+    EXPECT_EQ(m_db->verify(),
+              TEXTS{"NYX_NET_TABLE: row " + std::to_string(id.get()) + " is free, but has something in head_port"});
+    *nets.m_head_port.get(id) = NYX_PORT_ID::INVALID;
+    EXPECT_EQ(m_db->verify(), TEXTS());
+}
+
 TEST_F(ImageCheck, VerifyKnowsTrueFromFalse) {
     NYX_NET *const net = NYX_NET::allocate(*m_db->iter_modules().begin(), "flagged");
     net->set_property("flag", true);

@@ -34,7 +34,6 @@ public:
                 {"TO", "", "The copy", &m_to, true, {}, NYX_OPTION::COMPLETE::DATABASE},
                 {"-f,--force", "", "Replace what is there", &m_force}};
     }
-    bool has_json() const override { return false; }
     int run(NYX_CONSOLE &console) override {
         const std::string to = nyx_database_path(m_to);
         if (exists(to) && !m_force)
@@ -59,7 +58,10 @@ public:
         if (staged.filename() != name + ".nyx") // behind a link
             fs::rename(staged.parent_path() / (name + ".nyx"), staged);
         files.finish();
-        console.note(to + ": a copy of " + m_from);
+        if (console.m_json)
+            console.print(nlohmann::ordered_json{{"file", to}, {"copy_of", nyx_database_path(m_from)}}.dump(2) + "\n");
+        else
+            console.note(to + ": a copy of " + m_from);
         return 0;
     }
 
@@ -146,8 +148,7 @@ public:
         return {{"FILE", "", "The databases", &m_files, true, {}, NYX_OPTION::COMPLETE::DATABASE},
                 {"-f,--force", "", "No error for a file that isn't there", &m_force}};
     }
-    bool has_json() const override { return false; }
-    int run(NYX_CONSOLE &) override {
+    int run(NYX_CONSOLE &console) override {
         // All are looked at before any is removed.
         std::vector<std::string> paths;
         for (const std::string &file : m_files) {
@@ -159,6 +160,8 @@ public:
         }
         for (const std::string &path : paths)
             NYX_DB::destroy(path.c_str());
+        if (console.m_json)
+            console.print(nlohmann::ordered_json{{"removed", paths}}.dump(2) + "\n");
         return 0;
     }
 

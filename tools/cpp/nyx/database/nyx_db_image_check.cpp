@@ -361,6 +361,8 @@ private:
     void check_column(const COLUMN &column, std::uintptr_t table, std::uint64_t rows, const char *what);
     template <class PAGE>
     void check_free_pages(const NYX_FREE_LIST_COLUMN<PAGE> &column, std::uint64_t num_allocated, const char *what);
+    template <class TABLE>
+    void check_free_cells(TABLE &table);
     template <class PAGE>
     void check_free_chunks(const NYX_CHUNK_COLUMN<PAGE> &column, std::uint64_t num_allocated, const char *what);
 
@@ -536,6 +538,29 @@ void NYX_DB_IMAGE_CHECKER::check_free_pages(const NYX_FREE_LIST_COLUMN<PAGE> &co
         READER::fail("%s: %zu pages have a free row", what, with_free_row.size());
 }
 
+// The cells of free rows, whose chains are sound: who takes such a row relies on it that all of it is in its initial
+// state.
+template <class TABLE>
+void NYX_DB_IMAGE_CHECKER::check_free_cells(TABLE &table) {
+    using PAGE = typename std::decay_t<decltype(table.m_primary)>::page_type;
+    for (std::size_t i = 0; i < table.m_primary.get_num_pages(); ++i) {
+        const char *const page = reinterpret_cast<const char *>(table.m_primary.get_page(i));
+        std::uint16_t slot = static_cast<std::uint16_t>(half_word(page + 12));
+        while (slot < PAGE::s_capacity) {
+            const typename TABLE::id_type id(static_cast<unsigned>(i * PAGE::s_capacity + slot));
+            TABLE::for_each_column([&](const char *name, auto column) {
+                const auto *const cell = (table.*column).get(id);
+                using CELL = std::remove_cvref_t<decltype(*cell)>;
+                static const CELL s_initial{};
+                if (std::memcmp(static_cast<const void *>(cell), static_cast<const void *>(&s_initial), sizeof(CELL)) !=
+                    0)
+                    READER::fail("%s: row %u is free, but has something in %s", TABLE::s_name, id.get(), name);
+            });
+            std::memcpy(&slot, page + PAGE::s_head_size + slot * sizeof(typename PAGE::row_type), sizeof(slot));
+        }
+    }
+}
+
 template <class PAGE>
 void NYX_DB_IMAGE_CHECKER::check_free_chunks(const NYX_CHUNK_COLUMN<PAGE> &column, std::uint64_t num_allocated,
                                              const char *what) {
@@ -611,9 +636,12 @@ void NYX_DB_IMAGE_CHECKER::check_table(const void *link) {
         check_free_chunks(table.m_primary, num_allocated, what);
     TABLE::for_each_column(
         [&](const char *, auto column) { check_column(table.*column, address, table.m_primary.get_num_rows(), what); });
+    if (m_faults == nullptr)
+        return;
+    if constexpr (std::decay_t<decltype(table.m_primary)>::page_type::s_has_free_list)
+        check_free_cells(const_cast<TABLE &>(table));
     if constexpr (TABLE::s_has_properties)
-        if (m_faults != nullptr)
-            check_properties(table);
+        check_properties(table);
 }
 
 void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {
