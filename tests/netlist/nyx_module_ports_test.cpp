@@ -382,7 +382,7 @@ TEST_F(ModulePorts, SurviveManyChangesWithAllThatHangsOnThem) {
     NYX_INSTANCE *const u = NYX_INSTANCE::allocate(user, "u", leaf);
     NYX_INSTANCE *const v = NYX_INSTANCE::allocate(user, "v", leaf);
     int next = 0;
-    for (int step = 0; step < 400; ++step) {
+    for (int step = 0; step < 2000; ++step) {
         const unsigned num_ports = leaf->get_num_ports();
         const unsigned index = num_ports != 0 ? random() % num_ports : 0;
         NYX_PORT *const port = num_ports != 0 ? leaf->get_port_by_index(index) : nullptr;
@@ -428,7 +428,8 @@ TEST_F(ModulePorts, SurviveManyChangesWithAllThatHangsOnThem) {
             ASSERT_EQ(nyx_check_netlist(*root_of(db)), STRINGS());
         }
     }
-    EXPECT_GT(next, 30);
+    // Some are beyond the bus, too.
+    EXPECT_GT(next, 100);
 }
 
 TEST_F(ModulePorts, MovesOfInstPortsAreToldWhenAllInstancesHaveFollowed) {
