@@ -155,8 +155,8 @@ class Import(CommandTest):
         self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ["a.nyx", "bad.json", "good.json"])
 
     def test_a_netlist_that_does_not_fit_says_so(self):
-        self.expect(["import", self.soc(), "-o", "a.nyx", "--size", "4"], 2, "",
-                    "nyx: a.nyx: the netlist does not fit in 4 MiB; give it more with --size\n")
+        self.expect(["import", self.soc(), "-o", "a.nyx", "--size", "2"], 2, "",
+                    "nyx: a.nyx: the netlist does not fit in 2 MiB; give it more with --size\n")
         self.assertEqual(list(self.folder.iterdir()), [])
 
     def test_sizes_that_no_database_has_are_refused(self):

@@ -9,6 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <map>
+#include <set>
+#include <string>
 
 namespace {
 
@@ -87,7 +90,40 @@ TEST_F(YosysImport, ANetTakesThePortsNameThenAVisibleOneThenAHiddenOne) {
     EXPECT_EQ((*v)[1], m_module->find_net("v[1]"));
     const NYX_NETLIST_TRAITS traits = NYX_NETLIST_TRAITS::find(m_db);
     EXPECT_EQ(v->get_value(traits.m_net_bus_bits), ".p -1");
-    EXPECT_TRUE(m_module->find_net("$only")->get_value(traits.m_net_hidden));
+}
+
+TEST_F(YosysImport, OnlyNamesThatDoNotTellWhetherAToolMadeThemUpAreMarked) {
+    import_module(R"("cells": {"$c": {"hide_name": 0, "type": "T", "connections": {}},
+                     "d": {"hide_name": 1, "type": "T", "connections": {}},
+                     "$e": {"hide_name": 1, "type": "T", "connections": {}}},
+        "netnames": {"$a": {"hide_name": 1, "bits": [2]}, "b": {"hide_name": 0, "bits": [3]},
+                     "$n": {"hide_name": 0, "bits": [4]}, "m": {"hide_name": 1, "bits": [5]},
+                     "$v": {"hide_name": 0, "bits": [6, 7]}, "w": {"hide_name": 1, "bits": [8, 9]}})");
+    const NYX_NETLIST_TRAITS traits = NYX_NETLIST_TRAITS::find(m_db);
+    std::set<std::string> marked;
+    for (const NYX_NET *const net : traits.m_net_hidden_unlike->iter_nets(true))
+        marked.insert(net->get_name());
+    for (const NYX_NET_BUS *const bus : traits.m_net_bus_hidden_unlike->iter_net_buses(true))
+        marked.insert(bus->get_name());
+    for (const NYX_INSTANCE *const instance : traits.m_instance_hidden_unlike->iter_instances(true))
+        marked.insert(instance->get_name());
+    EXPECT_EQ(marked, (std::set<std::string>{"$c", "d", "$n", "m", "$v", "w"}));
+
+    const auto netlist = read_netlist(export_text());
+    std::map<std::string, bool> hidden;
+    for (const auto &name : netlist->modules[0].names)
+        hidden.emplace(netlist->strings.get(name.name), name.hidden);
+    for (const auto &cell : netlist->modules[0].cells)
+        hidden.emplace(netlist->strings.get(cell.name), cell.hidden);
+    EXPECT_EQ(hidden, (std::map<std::string, bool>{{"$a", true},
+                                                   {"b", false},
+                                                   {"$n", false},
+                                                   {"m", true},
+                                                   {"$v", false},
+                                                   {"w", true},
+                                                   {"$c", false},
+                                                   {"d", true},
+                                                   {"$e", true}}));
 }
 
 TEST_F(YosysImport, ConstantsAreNetsOfTheModule) {

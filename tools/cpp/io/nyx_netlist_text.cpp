@@ -228,9 +228,10 @@ NYX_NETLIST_TRAITS make_traits(const CREATE_BOOL &make_bool, const CREATE_STRING
     traits.m_module_implied = make_bool(module, "netlist.implied", "Stands for a cell type that was not defined");
     traits.m_module_unmarked_top = make_bool(module, "netlist.unmarked_top", "The top that the netlist did not mark");
     traits.m_module_memories = make_app(module, "netlist.memories", "Memories of the module, in Yosys' form");
-    traits.m_net_hidden = make_bool(net, "netlist.hidden", "A tool made the name up");
-    traits.m_net_bus_hidden = make_bool(net_bus, "netlist.hidden", "A tool made the name up");
-    traits.m_instance_hidden = make_bool(instance, "netlist.hidden", "A tool made the name up");
+    const char *const unlike = "A tool made the name up, without a $, or did not, with one";
+    traits.m_net_hidden_unlike = make_bool(net, "netlist.hidden_unlike", unlike);
+    traits.m_net_bus_hidden_unlike = make_bool(net_bus, "netlist.hidden_unlike", unlike);
+    traits.m_instance_hidden_unlike = make_bool(instance, "netlist.hidden_unlike", unlike);
     traits.m_port_signed = make_bool(port, "netlist.signed", "Holds signed numbers");
     traits.m_port_bus_signed = make_bool(port_bus, "netlist.signed", "Holds signed numbers");
     traits.m_net_signed = make_bool(net, "netlist.signed", "Holds signed numbers");

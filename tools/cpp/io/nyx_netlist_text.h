@@ -54,6 +54,11 @@ struct NYX_BIT_RUN {
     static NYX_BIT_RUN from_token(std::string_view token);
 };
 
+/// Whether the name, as it is in the netlist, looks like one that a tool made up.
+inline bool nyx_is_hidden_name(std::string_view name) {
+    return !name.empty() && name.front() == '$';
+}
+
 /// Traits by which a database keeps what a netlist file tells beyond the netlist: all have the group "netlist". find()
 /// leaves those null that the database doesn't have; get() gives the default for null.
 struct NYX_NETLIST_TRAITS {
@@ -67,10 +72,11 @@ struct NYX_NETLIST_TRAITS {
     NYX_BOOL_TRAIT *m_module_unmarked_top = nullptr;
     /// What the section "memories" of the module held.
     NYX_APP_TRAIT *m_module_memories = nullptr;
-    /// The name is one that a tool made up.
-    NYX_BOOL_TRAIT *m_net_hidden = nullptr;
-    NYX_BOOL_TRAIT *m_net_bus_hidden = nullptr;
-    NYX_BOOL_TRAIT *m_instance_hidden = nullptr;
+    /// The file said otherwise than nyx_is_hidden_name() whether a tool made the name up. So few names have a value,
+    /// and nearly all names of a large netlist are made up.
+    NYX_BOOL_TRAIT *m_net_hidden_unlike = nullptr;
+    NYX_BOOL_TRAIT *m_net_bus_hidden_unlike = nullptr;
+    NYX_BOOL_TRAIT *m_instance_hidden_unlike = nullptr;
     /// Numbers in the vector are signed.
     NYX_BOOL_TRAIT *m_port_signed = nullptr;
     NYX_BOOL_TRAIT *m_port_bus_signed = nullptr;
@@ -105,6 +111,17 @@ struct NYX_NETLIST_TRAITS {
     NYX_STRING_TRAIT *get_source(const NYX_INSTANCE *) const { return m_instance_source; }
     NYX_STRING_TRAIT *get_source(const NYX_NET *) const { return m_net_source; }
     NYX_STRING_TRAIT *get_source(const NYX_NET_BUS *) const { return m_net_bus_source; }
+
+    /// Whether a tool made up the name of the object, `name` in the netlist.
+    template <class T>
+    static bool is_hidden(const T *object, std::string_view name, const NYX_BOOL_TRAIT *hidden_unlike) {
+        return nyx_is_hidden_name(name) != get(object, hidden_unlike);
+    }
+    template <class T>
+    static void set_hidden(T *object, std::string_view name, NYX_BOOL_TRAIT *hidden_unlike, bool hidden) {
+        if (hidden != nyx_is_hidden_name(name))
+            object->set_value(hidden_unlike, true);
+    }
 
     template <class T>
     static bool get(const T *object, const NYX_BOOL_TRAIT *trait) {

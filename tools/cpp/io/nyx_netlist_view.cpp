@@ -98,7 +98,7 @@ void NYX_NETLIST_VIEW::make_names() {
         name.name = nyx_decode_name(net->get_name());
         name.bits.push_back(bit);
         name.is_scalar = true;
-        name.hidden = NYX_NETLIST_TRAITS::get(net, m_traits.m_net_hidden);
+        name.hidden = NYX_NETLIST_TRAITS::is_hidden(net, name.name, m_traits.m_net_hidden_unlike);
         name.is_signed = NYX_NETLIST_TRAITS::get(net, m_traits.m_net_signed);
         name.net = net;
         m_names.push_back(std::move(name));
@@ -110,7 +110,7 @@ void NYX_NETLIST_VIEW::make_names() {
 void NYX_NETLIST_VIEW::make_bus(NYX_NET_BUS *bus) {
     NYX_VIEW_NAME name;
     set_range(bus, m_traits.m_net_bus_upto, name);
-    name.hidden = NYX_NETLIST_TRAITS::get(bus, m_traits.m_net_bus_hidden);
+    name.hidden = NYX_NETLIST_TRAITS::is_hidden(bus, name.name, m_traits.m_net_bus_hidden_unlike);
     name.is_signed = NYX_NETLIST_TRAITS::get(bus, m_traits.m_net_bus_signed);
     name.is_scalar = NYX_NETLIST_TRAITS::get(bus, m_traits.m_net_bus_scalar);
     name.net_bus = bus;

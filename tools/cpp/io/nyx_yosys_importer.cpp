@@ -324,8 +324,7 @@ void IMPORTER::make_names() {
         NYX_NET *const net = NYX_NET::allocate(m_module, get_name(name.name));
         m_nets[get_slot(first)] = net;
         set_values(net, name.attributes, true);
-        if (name.hidden)
-            net->set_value(m_trait->m_net_hidden, true);
+        NYX_NETLIST_TRAITS::set_hidden(net, get(name.name), m_trait->m_net_hidden_unlike, name.hidden);
         if (name.is_signed)
             net->set_value(m_trait->m_net_signed, true);
     }
@@ -350,8 +349,7 @@ void IMPORTER::make_vector(const NYX_YOSYS_NAME &name, std::uint32_t number) {
         ++num_own;
     }
     set_values(bus, name.attributes, true);
-    if (name.hidden)
-        bus->set_value(m_trait->m_net_bus_hidden, true);
+    NYX_NETLIST_TRAITS::set_hidden(bus, get(name.name), m_trait->m_net_bus_hidden_unlike, name.hidden);
     if (name.is_signed)
         bus->set_value(m_trait->m_net_bus_signed, true);
     if (name.upto && last == 0)
@@ -482,8 +480,7 @@ void IMPORTER::make_cells() {
             instance->set_value(m_trait->m_instance_no_directions, true);
         if (!use.directions.empty())
             instance->set_value(m_trait->m_instance_directions, nyx_encode_name(use.directions));
-        if (cell.hidden)
-            instance->set_value(m_trait->m_instance_hidden, true);
+        NYX_NETLIST_TRAITS::set_hidden(instance, get(cell.name), m_trait->m_instance_hidden_unlike, cell.hidden);
         set_values(instance, cell.parameters, false);
         set_values(instance, cell.attributes, true);
         if (m_progress && ++m_cells_done % 256 == 0)

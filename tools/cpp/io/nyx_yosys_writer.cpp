@@ -121,9 +121,10 @@ void WRITER::write_ports(const NYX_NETLIST_VIEW &view) {
 void WRITER::write_cell(NYX_INSTANCE *instance, NYX_NETLIST_VIEW &view) {
     const NYX_NETLIST_TRAITS &traits = view.get_traits();
     m_viewer.look_at(instance, view, m_cell);
-    write_string(nyx_decode_name(instance->get_name()));
-    m_out << ": {\n          \"hide_name\": "
-          << (NYX_NETLIST_TRAITS::get(instance, traits.m_instance_hidden) ? "1" : "0") << ",\n          \"type\": ";
+    const std::string name = nyx_decode_name(instance->get_name());
+    const bool hidden = NYX_NETLIST_TRAITS::is_hidden(instance, name, traits.m_instance_hidden_unlike);
+    write_string(name);
+    m_out << ": {\n          \"hide_name\": " << (hidden ? "1" : "0") << ",\n          \"type\": ";
     write_string(m_cell.base->type);
     m_out << ",\n";
     write_values("parameters", nyx_view_values(instance, false, traits), "          ");
