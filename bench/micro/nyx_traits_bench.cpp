@@ -21,18 +21,24 @@
 namespace {
 
 constexpr unsigned s_count = 1'000'000;
+constexpr unsigned s_any = 101;
 
-// The nets in an order in which no walk would come, and the database that they are in.
+// A million nets, and which of them get values.
 struct NETS {
     NETS() : db(NYX_DB::create_non_persistent(2048, NYX_DB_TYPE::USER, "", "")) {
         NYX_NET_TABLE &table = NYX_DB_IMPL::of(*db).m_persistent->table<NYX_NET>();
-        for (unsigned i = 0; i < s_count; ++i)
+        std::vector<unsigned> rows;
+        for (unsigned i = 0; i < s_count; ++i) {
             list.push_back(table.allocate());
-        for (unsigned i = 0; i < s_count; ++i)
-            order.push_back(i);
-        std::shuffle(order.begin(), order.end(), std::mt19937(5));
-        for (const unsigned i : order)
-            shuffled.push_back(list[i]);
+            rows.push_back(i);
+        }
+        std::shuffle(rows.begin(), rows.end(), std::mt19937(5));
+        for (const unsigned percent : {1U, 10U, 100U}) {
+            std::vector<unsigned> chosen(rows.begin(), rows.begin() + s_count / 100 * percent);
+            std::sort(chosen.begin(), chosen.end());
+            add(walk[percent], std::move(chosen));
+        }
+        add(any_order, std::move(rows));
     }
     static NETS &get() {
         static NETS s_nets;
@@ -42,11 +48,21 @@ struct NETS {
         return nyx_get_algorithm(NYX_DB_IMPL::of(*db).m_persistent->get_segment_manager())->get_allocated();
     }
 
+    // Nets with the keys that the map has for them, so that neither side pays for how the other one's are found.
+    struct CHOICE {
+        std::vector<unsigned> rows;
+        std::vector<NYX_NET *> nets;
+    };
+    void add(CHOICE &choice, std::vector<unsigned> rows) const {
+        for (const unsigned row : rows)
+            choice.nets.push_back(list[row]);
+        choice.rows = std::move(rows);
+    }
+
     NYX_DB *db;
     std::vector<NYX_NET *> list;
-    std::vector<unsigned> order;
-    // In that order: neither side is to pay for how the other one's keys are found.
-    std::vector<NYX_NET *> shuffled;
+    std::map<unsigned, CHOICE> walk; // one of a hundred, of ten, all, as a walk comes to them
+    CHOICE any_order;                // all, as no walk does
 };
 
 std::size_t heap_bytes() {
@@ -96,17 +112,36 @@ struct OF<NYX_STRING_TRAIT> {
     }
 };
 
+// The values are set, and all objects are asked, in the order of a walk or, with ANY, in no order.
+template <unsigned PERCENT>
+const NETS::CHOICE &chosen() {
+    return PERCENT == s_any ? NETS::get().any_order : NETS::get().walk[PERCENT];
+}
+
+template <class TRAIT, unsigned PERCENT>
+void fill(TRAIT *trait) {
+    const auto &nets = chosen<PERCENT>().nets;
+    for (unsigned k = 0; k < nets.size(); ++k)
+        nets[k]->set_value(trait, OF<TRAIT>::value(k));
+}
+
+template <class TRAIT, unsigned PERCENT>
+void fill(std::unordered_map<std::uint32_t, typename OF<TRAIT>::TYPE> &map) {
+    const auto &rows = chosen<PERCENT>().rows;
+    for (unsigned k = 0; k < rows.size(); ++k)
+        map.insert_or_assign(rows[k], OF<TRAIT>::value(k));
+}
+
 template <class TRAIT, unsigned PERCENT>
 void set_ours(benchmark::State &state) {
-    NETS &nets = NETS::get();
+    const NETS &nets = NETS::get();
     TRAIT *const trait = OF<TRAIT>::find(nets.db);
     for (auto _ : state) {
         state.PauseTiming();
         trait->reset_all_objects_having_this_trait();
         const std::size_t before = nets.used();
         state.ResumeTiming();
-        for (unsigned k = 0; k < s_count / 100 * PERCENT; ++k)
-            nets.shuffled[k]->set_value(trait, OF<TRAIT>::value(k));
+        fill<TRAIT, PERCENT>(trait);
         state.PauseTiming();
         state.counters["bytes"] = double(nets.used() - before);
         state.ResumeTiming();
@@ -115,14 +150,12 @@ void set_ours(benchmark::State &state) {
 
 template <class TRAIT, unsigned PERCENT>
 void set_map(benchmark::State &state) {
-    NETS &nets = NETS::get();
     for (auto _ : state) {
         state.PauseTiming();
         const std::size_t before = heap_bytes();
         auto map = std::make_unique<std::unordered_map<std::uint32_t, typename OF<TRAIT>::TYPE>>();
         state.ResumeTiming();
-        for (unsigned k = 0; k < s_count / 100 * PERCENT; ++k)
-            map->insert_or_assign(nets.order[k], OF<TRAIT>::value(k));
+        fill<TRAIT, PERCENT>(*map);
         state.PauseTiming();
         state.counters["bytes"] = double(heap_bytes() - before);
         map.reset();
@@ -135,10 +168,9 @@ void get_ours(benchmark::State &state) {
     NETS &nets = NETS::get();
     TRAIT *const trait = OF<TRAIT>::find(nets.db);
     trait->reset_all_objects_having_this_trait();
-    for (unsigned k = 0; k < s_count / 100 * PERCENT; ++k)
-        nets.shuffled[k]->set_value(trait, OF<TRAIT>::value(k));
+    fill<TRAIT, PERCENT>(trait);
     for (auto _ : state)
-        for (const NYX_NET *const net : nets.shuffled)
+        for (const NYX_NET *const net : PERCENT == s_any ? nets.any_order.nets : nets.list)
             benchmark::DoNotOptimize(net->get_value(trait));
 }
 
@@ -147,15 +179,14 @@ void get_map(benchmark::State &state) {
     NETS &nets = NETS::get();
     using TYPE = typename OF<TRAIT>::TYPE;
     std::unordered_map<std::uint32_t, TYPE> map;
-    for (unsigned k = 0; k < s_count / 100 * PERCENT; ++k)
-        map.insert_or_assign(nets.order[k], OF<TRAIT>::value(k));
+    fill<TRAIT, PERCENT>(map);
     // By value, as a trait gives it.
     const auto get = [&map](std::uint32_t i) -> TYPE {
         const auto found = map.find(i);
         return found != map.end() ? found->second : TYPE();
     };
     for (auto _ : state)
-        for (const unsigned i : nets.order)
+        for (const unsigned i : PERCENT == s_any ? nets.any_order.rows : nets.walk[100].rows)
             benchmark::DoNotOptimize(get(i));
 }
 
@@ -166,12 +197,13 @@ void set_property_ours(benchmark::State &state) {
         state.PauseTiming();
         const std::size_t before = nets.used();
         state.ResumeTiming();
-        for (unsigned k = 0; k < s_count / 10; ++k)
-            nets.shuffled[k]->set_property("weight", static_cast<int>(k));
+        const auto &chosen_nets = nets.walk[10].nets;
+        for (unsigned k = 0; k < chosen_nets.size(); ++k)
+            chosen_nets[k]->set_property("weight", static_cast<int>(k));
         state.PauseTiming();
         state.counters["bytes"] = double(nets.used() - before);
-        for (unsigned k = 0; k < s_count / 10; ++k)
-            nets.shuffled[k]->remove_property("weight");
+        for (NYX_NET *const net : chosen_nets)
+            net->remove_property("weight");
         state.ResumeTiming();
     }
 }
@@ -183,8 +215,9 @@ void set_property_map(benchmark::State &state) {
         const std::size_t before = heap_bytes();
         auto map = std::make_unique<std::unordered_map<std::uint32_t, std::map<std::string, NYX_PROPERTY_VALUE>>>();
         state.ResumeTiming();
-        for (unsigned k = 0; k < s_count / 10; ++k)
-            (*map)[nets.order[k]].insert_or_assign("weight", static_cast<int>(k));
+        const auto &rows = nets.walk[10].rows;
+        for (unsigned k = 0; k < rows.size(); ++k)
+            (*map)[rows[k]].insert_or_assign("weight", static_cast<int>(k));
         state.PauseTiming();
         state.counters["bytes"] = double(heap_bytes() - before);
         map.reset();
@@ -201,26 +234,27 @@ void clear_nothing(benchmark::State &state) {
 }
 BENCHMARK(clear_nothing);
 
-#define NYX_TRAITS_BENCH(word, trait, percent)                                                                         \
-    BENCHMARK((set_ours<trait, percent>))                                                                              \
-        ->Name("set_" #word "_" #percent "/nyx")                                                                       \
+// `filled` is 1, 10 or 100 of a hundred, or s_any.
+#define NYX_TRAITS_BENCH(word, trait, filled)                                                                          \
+    BENCHMARK((set_ours<trait, filled>))                                                                               \
+        ->Name("set_" #word "_" #filled "/nyx")                                                                        \
         ->Iterations(1)                                                                                                \
         ->Unit(benchmark::kMillisecond);                                                                               \
-    BENCHMARK((set_map<trait, percent>))                                                                               \
-        ->Name("set_" #word "_" #percent "/map")                                                                       \
+    BENCHMARK((set_map<trait, filled>))                                                                                \
+        ->Name("set_" #word "_" #filled "/map")                                                                        \
         ->Iterations(1)                                                                                                \
         ->Unit(benchmark::kMillisecond);                                                                               \
-    BENCHMARK((get_ours<trait, percent>))                                                                              \
-        ->Name("get_" #word "_" #percent "/nyx")                                                                       \
+    BENCHMARK((get_ours<trait, filled>))                                                                               \
+        ->Name("get_" #word "_" #filled "/nyx")                                                                        \
         ->Iterations(1)                                                                                                \
         ->Unit(benchmark::kMillisecond);                                                                               \
-    BENCHMARK((get_map<trait, percent>))                                                                               \
-        ->Name("get_" #word "_" #percent "/map")                                                                       \
+    BENCHMARK((get_map<trait, filled>))                                                                                \
+        ->Name("get_" #word "_" #filled "/map")                                                                        \
         ->Iterations(1)                                                                                                \
         ->Unit(benchmark::kMillisecond);                                                                               \
-    const NYX_BENCH::RATIO s_set_##word##_##percent("set_" #word "_" #percent, "map", 1.3);                            \
-    const NYX_BENCH::RATIO s_bytes_##word##_##percent("set_" #word "_" #percent, "map", 1.0, "bytes");                 \
-    const NYX_BENCH::RATIO s_get_##word##_##percent("get_" #word "_" #percent, "map", 1.3)
+    const NYX_BENCH::RATIO s_set_##word##_##filled("set_" #word "_" #filled, "map", 1.3);                              \
+    const NYX_BENCH::RATIO s_bytes_##word##_##filled("set_" #word "_" #filled, "map", 1.0, "bytes");                   \
+    const NYX_BENCH::RATIO s_get_##word##_##filled("get_" #word "_" #filled, "map", 1.3)
 #define NYX_TRAITS_BENCHES(word, trait)                                                                                \
     NYX_TRAITS_BENCH(word, trait, 1);                                                                                  \
     NYX_TRAITS_BENCH(word, trait, 10);                                                                                 \
@@ -230,6 +264,7 @@ NYX_TRAITS_BENCHES(bool, NYX_BOOL_TRAIT);
 NYX_TRAITS_BENCHES(int, NYX_INT_TRAIT);
 NYX_TRAITS_BENCHES(double, NYX_DOUBLE_TRAIT);
 NYX_TRAITS_BENCHES(string, NYX_STRING_TRAIT);
+NYX_TRAITS_BENCH(int, NYX_INT_TRAIT, s_any);
 
 BENCHMARK(set_property_ours)->Name("set_property/nyx")->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(set_property_map)->Name("set_property/map")->Iterations(1)->Unit(benchmark::kMillisecond);

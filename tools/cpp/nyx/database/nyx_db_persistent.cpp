@@ -174,8 +174,8 @@ T *NYX_DB_PERSISTENT::find_trait(const NAME_TO_ID<ID> &map, const std::string &n
     const NYX_NAME_ID name_id = m_names.find_id(nyx_get_storage_name(name, object_type).c_str());
     if (name_id == NYX_NAME_ID::INVALID)
         return nullptr;
-    const auto *const found =
-        nyx_find_stored(map, hash_value(name_id), [name_id](const auto &entry) { return entry.first == name_id; });
+    const auto *const found = nyx_find_stored(map, nyx_mix_hash(hash_value(name_id)),
+                                              [name_id](const auto &entry) { return entry.first == name_id; });
     if (found == nullptr || found->second == ID::INVALID)
         return nullptr;
     const ID trait_id = found->second;
@@ -191,7 +191,7 @@ bool NYX_DB_PERSISTENT::trait_exists(const std::string &name, NYX_TRAIT_OBJ_TYPE
         return false;
     const NYX_NAME_ID name_id = m_names.find_id(nyx_get_storage_name(name, object_type).c_str());
     const auto is_in = [name_id](const auto &map) {
-        return nyx_find_stored(map, hash_value(name_id),
+        return nyx_find_stored(map, nyx_mix_hash(hash_value(name_id)),
                                [name_id](const auto &entry) { return entry.first == name_id; }) != nullptr;
     };
     return name_id != NYX_NAME_ID::INVALID &&

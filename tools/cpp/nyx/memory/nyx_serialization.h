@@ -11,6 +11,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <type_traits>
 
@@ -18,6 +19,15 @@
 /// is one byte away. Costs a test at every read.
 template <class T>
 using NYX_OFFSET_PTR = boost::interprocess::offset_ptr<T, long long, unsigned long long, 0>;
+
+/// The target of a pointer that isn't null, without the test.
+template <class T>
+T *nyx_get_not_null(const NYX_OFFSET_PTR<T> &pointer) noexcept {
+    static_assert(sizeof(pointer) == sizeof(std::int64_t));
+    std::int64_t distance;
+    std::memcpy(&distance, &pointer, sizeof(distance));
+    return reinterpret_cast<T *>(reinterpret_cast<std::uintptr_t>(&pointer) + distance);
+}
 
 /// Not nullable: for what its holder can't live without, on paths where a test at every read would show. Stored as one
 /// signed 64-bit distance, where 0 was never assigned; neither null nor the pointer itself can be a target.

@@ -2,20 +2,22 @@
 #define NYX_STORED_MAP_H
 
 /// \file
-/// The hash maps of a segment, and a look-up in their stored form.
+/// The hash maps of a segment, and how to find and add elements in their stored form.
 ///
-/// The maps are Boost's, so that one mechanism fills, grows and relocates them; the price is a test for null, or two,
-/// at each of the pointers that a look-up follows, and a comparison with one element beyond the bucket where the key
-/// isn't there. nyx_find_stored reads the same bytes without either. The layout is the file's, and pinned:
+/// The maps are Boost's, so that one mechanism grows, empties and relocates them; the price is a test for null, or two,
+/// at each of the pointers that an operation follows, a hash that is computed again by each of them, and a comparison
+/// with one element beyond the bucket where the key isn't there. nyx_find_stored and nyx_insert_stored do without. The
+/// layout is the file's, and pinned:
 ///
-///     map      24  number of buckets, a power of two        bucket   0  link to the node before the first one in the
-///     bucket
-///              32  number of elements                       node     0  element
+///     map      24  number of buckets, a power of two        bucket   0  link to the node before its first one
+///              32  number of elements
+///              48  most elements before buckets are added   node     0  element
 ///              56  link to the buckets                               +  link to the next node
 ///                                                                    +  number of the bucket; bit 63 is not part of it
 ///
+/// One bucket more than there are links to a node without an element, which heads the list of all.
 /// A link is the distance from itself to its target, 1 is none. An element's bucket is its mixed hash modulo the number
-/// of buckets.
+/// of buckets. The maps that are keyed by rows have a hash that keeps rows which are neighbours together.
 
 #include "memory/nyx_segment.h"
 
@@ -27,6 +29,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -47,12 +50,46 @@ constexpr std::uint64_t nyx_mix_hash(std::uint64_t h) {
     return (h ^ (h >> 28)) * 0x80000001u;
 }
 
+/// The hash that is `mixed` once it has been mixed.
+constexpr std::uint64_t nyx_unmix_hash(std::uint64_t mixed) {
+    // Multiplying by the inverse undoes a product, and repeating a shift until nothing is left undoes its difference.
+    std::uint64_t h = mixed * 0x3fffffff80000001u;
+    h = (h ^ (h >> 28) ^ (h >> 56)) * 0xcf3cf3cf3cf3cf3du;
+    h = (h ^ (h >> 14) ^ (h >> 28) ^ (h >> 42) ^ (h >> 56)) * 0xd38ff08b1c03dd39u;
+    h = h ^ (h >> 24) ^ (h >> 48);
+    return (h + 1) * 0x7ffffbffffdfffffu;
+}
+static_assert(nyx_unmix_hash(nyx_mix_hash(0)) == 0 &&
+              nyx_mix_hash(nyx_unmix_hash(0xfedcba9876543210)) == 0xfedcba9876543210);
+
+/// The mixed hash of a row. A walk over objects in their order goes over the buckets in theirs: ids that agree in all
+/// but their low bits do so here, 2^n ids from 0 on fill 2^n buckets evenly, and the shifts keep ids at regular
+/// distances from meeting in a few buckets.
+constexpr std::uint64_t nyx_spread_row(std::uint32_t row) {
+    row ^= row >> 3;
+    row ^= row >> 8;
+    return row ^ (row >> 13);
+}
+
+/// Hash of the identifiers of rows.
+template <class ID>
+struct NYX_ROW_HASH {
+    std::size_t operator()(ID id) const noexcept { return nyx_unmix_hash(nyx_spread_row(id.get())); }
+};
+
 namespace NYX::detail {
 
 inline std::uint64_t load_word(const char *at) {
     std::uint64_t word;
     std::memcpy(&word, at, sizeof(word));
     return word;
+}
+
+inline void store_word(char *at, std::uint64_t word) {
+    std::memcpy(at, &word, sizeof(word));
+}
+inline void store_link(char *at, const char *target) {
+    store_word(at, static_cast<std::uint64_t>(target - at));
 }
 
 // The target of the link at `at`; null if there is none. In numbers, for an unsound link leads anywhere.
@@ -66,52 +103,106 @@ inline const char *follow_link(const char *at) {
 /// For maps whose links are known to be sound.
 struct NYX_SOUND_LINKS {};
 
-/// For maps whose nodes nobody has looked at: links may lead anywhere, and are followed between two addresses only.
+/// For maps whose nodes nobody has looked at: links may lead anywhere, and are followed to whole words between two
+/// addresses only. The first address is that of a word.
 struct NYX_LINKS_WITHIN {
     const char *begin;
     const char *end;
     bool contains(const char *at, std::size_t bytes) const {
         const auto size = static_cast<std::uintptr_t>(end - begin);
         const std::uintptr_t offset = reinterpret_cast<std::uintptr_t>(at) - reinterpret_cast<std::uintptr_t>(begin);
-        return offset <= size && size - offset >= bytes;
+        return offset <= size && size - offset >= bytes && offset % alignof(std::uint64_t) == 0;
     }
 };
 
-/// The element for which `matches(element)` holds among those whose hash, before mixing, is `hash`; null if there is
-/// none. The table of buckets must be sound, the nodes as LINKS says.
+/// The element for which `matches(element)` holds among those with that mixed hash; null if there is none. The table of
+/// buckets must be sound, the nodes as LINKS says. Inlined always: a probe is a few loads.
 template <class KEY, class VALUE, class HASH, class EQUAL, class MATCHES, class LINKS = NYX_SOUND_LINKS>
-const std::pair<const KEY, VALUE> *nyx_find_stored(const NYX_SEGMENT_UNORDERED_MAP<KEY, VALUE, HASH, EQUAL> &map,
-                                                   std::uint64_t hash, MATCHES &&matches, const LINKS &links = {}) {
+[[gnu::always_inline]] inline const std::pair<const KEY, VALUE> *
+nyx_find_stored(const NYX_SEGMENT_UNORDERED_MAP<KEY, VALUE, HASH, EQUAL> &map, std::uint64_t mixed_hash,
+                MATCHES &&matches, const LINKS &links = {}) {
     using ELEMENT = std::pair<const KEY, VALUE>;
-    using NYX::detail::follow_link;
     using NYX::detail::load_word;
     static_assert(sizeof(map) == 64 && alignof(ELEMENT) <= 8);
+    constexpr bool is_sound = std::is_same_v<LINKS, NYX_SOUND_LINKS>;
     constexpr std::size_t next_link = (sizeof(ELEMENT) + 7) / 8 * 8;
     const char *const stored = reinterpret_cast<const char *>(&map);
     std::uint64_t left = load_word(stored + 32);
     if (left == 0)
         return nullptr;
-    const std::uint64_t bucket = nyx_mix_hash(hash) & (load_word(stored + 24) - 1);
-    const auto follow = [&links](const char *link) {
-        const char *const node = follow_link(link);
-        if constexpr (std::is_same_v<LINKS, NYX_LINKS_WITHIN>)
-            return links.contains(node, next_link + 16) ? node : nullptr;
-        return node;
+    const std::uint64_t bucket = mixed_hash & (load_word(stored + 24) - 1);
+    // Goes on from a link to the node that it leads to.
+    const auto follow = [&links](const char *&at) {
+        const std::uint64_t distance = load_word(at);
+        at = reinterpret_cast<const char *>(reinterpret_cast<std::uintptr_t>(at) + distance);
+        if constexpr (is_sound)
+            return distance != 1;
+        else
+            return distance != 1 && links.contains(at, next_link + 16);
     };
-    const char *node = follow(follow_link(stored + 56) + bucket * 8);
-    if (node == nullptr)
+    // Where there are elements there are buckets. The bucket leads to the node in front of its first one.
+    const char *node = stored + 56 + load_word(stored + 56) + bucket * 8;
+    if (!follow(node))
         return nullptr;
-    node = follow(node + next_link);
-    // Unsound links may go round in circles.
-    for (; node != nullptr && left != 0; --left) {
-        if ((load_word(node + next_link + 8) & ~(std::uint64_t(1) << 63)) != bucket)
+    const auto is_in_bucket = [&] { return (load_word(node + next_link + 8) ^ bucket) << 1 == 0; };
+    node += next_link;
+    bool is_next = follow(node);
+    if (!is_sound && is_next && !is_in_bucket())
+        return nullptr;
+    while (is_next) {
+        if (matches(*reinterpret_cast<const ELEMENT *>(node)))
+            return reinterpret_cast<const ELEMENT *>(node);
+        // Unsound links may go round in circles.
+        if (!is_sound && --left == 0)
             return nullptr;
-        const ELEMENT *const element = reinterpret_cast<const ELEMENT *>(node);
-        if (matches(*element))
-            return element;
-        node = follow(node + next_link);
+        node += next_link;
+        is_next = follow(node) && is_in_bucket();
     }
     return nullptr;
+}
+
+/// Adds an element, whose key must not be in the map and has that mixed hash. boost::interprocess::bad_alloc, with
+/// nothing changed, when the segment is full. The map must be sound.
+template <class KEY, class VALUE, class HASH, class EQUAL>
+void nyx_insert_stored(NYX_SEGMENT_UNORDERED_MAP<KEY, VALUE, HASH, EQUAL> &map, std::uint64_t mixed_hash,
+                       const KEY &key, const VALUE &value) {
+    using ELEMENT = std::pair<const KEY, VALUE>;
+    using NYX::detail::follow_link;
+    using NYX::detail::load_word;
+    using NYX::detail::store_link;
+    using NYX::detail::store_word;
+    static_assert(sizeof(map) == 64 && alignof(ELEMENT) <= 8 && std::is_nothrow_copy_constructible_v<KEY> &&
+                  std::is_nothrow_copy_constructible_v<VALUE>);
+    constexpr std::size_t next_link = (sizeof(ELEMENT) + 7) / 8 * 8;
+    constexpr std::uint64_t null_link = 1;
+    char *const stored = reinterpret_cast<char *>(&map);
+    const std::uint64_t count = load_word(stored + 32);
+    char *const buckets = const_cast<char *>(follow_link(stored + 56));
+    if (buckets == nullptr || count == load_word(stored + 48)) {
+        map.emplace(key, value);
+        return;
+    }
+    const std::uint64_t num_buckets = load_word(stored + 24);
+    const std::uint64_t bucket = mixed_hash & (num_buckets - 1);
+    char *const node = NYX_SEGMENT_ALLOCATOR<char>(map.get_allocator()).allocate(next_link + 16).get();
+    ::new (node) ELEMENT(key, value);
+    store_word(node + next_link + 8, bucket);
+    char *const bucket_link = buckets + bucket * 8;
+    char *before = const_cast<char *>(follow_link(bucket_link));
+    if (before == nullptr) {
+        // The first of its bucket heads the list, and comes before the bucket whose first one did so.
+        before = const_cast<char *>(follow_link(buckets + num_buckets * 8));
+        store_link(bucket_link, before);
+        if (const char *const old_head = follow_link(before + next_link))
+            store_link(buckets + (load_word(old_head + next_link + 8) & ~(std::uint64_t(1) << 63)) * 8, node);
+    }
+    const char *const next = follow_link(before + next_link);
+    if (next != nullptr)
+        store_link(node + next_link, next);
+    else
+        store_word(node + next_link, null_link);
+    store_link(before + next_link, node);
+    store_word(stored + 32, count + 1);
 }
 
 /// Bytes that a map takes of the segment: its buckets, one more that heads the list, and a node an element.

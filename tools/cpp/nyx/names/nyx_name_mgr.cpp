@@ -47,17 +47,22 @@ bool is_string(const char *string, std::string_view text) {
 }
 
 // The map's nodes may be those of a file of which only the strings have been looked at.
-NYX_NAME_ID find_interned(const NYX_NAME_MANAGER_IMPL &impl, const NAMESPACE &names, std::string_view text) {
+NYX_NAME_ID find_interned(const NYX_NAME_MANAGER_IMPL &impl, const NAMESPACE &names, std::string_view text,
+                          std::uint64_t mixed_hash) {
     const char *const begin = reinterpret_cast<const char *>(impl.segment.get());
     const NYX_LINKS_WITHIN within{begin, begin + nyx_get_algorithm(impl.segment.get())->get_committed()};
     const auto *const found = nyx_find_stored(
-        names, NYX_NAME_HASH()(text),
+        names, mixed_hash,
         [&](const NAMESPACE::value_type &element) {
             const char *const string = element.first.get();
             return within.contains(string, text.size() + sizeof(std::uint64_t)) && is_string(string, text);
         },
         within);
     return found == nullptr ? NYX_NAME_ID::INVALID : found->second;
+}
+
+NYX_NAME_ID find_interned(const NYX_NAME_MANAGER_IMPL &impl, const NAMESPACE &names, std::string_view text) {
+    return find_interned(impl, names, text, nyx_mix_hash(NYX_NAME_HASH()(text)));
 }
 
 // A string with its NUL in a block of its own.
@@ -80,13 +85,14 @@ void free_strings(NYX_SEGMENT_MANAGER *manager, STRINGS &strings) {
 }
 
 // Adds a name that isn't there. Nothing of it is left when the segment is full.
-NYX_NAME_ID add_name(NYX_SEGMENT_MANAGER *manager, STRINGS &strings, NAMESPACE &names, std::string_view text) {
+NYX_NAME_ID add_name(NYX_SEGMENT_MANAGER *manager, STRINGS &strings, NAMESPACE &names, std::string_view text,
+                     std::uint64_t mixed_hash) {
     const std::size_t index = strings.size();
     const NYX_NAME_ID id(static_cast<unsigned>(index));
     const NYX_NAME_STRING_PTR string = store_string(manager, text);
     try {
         strings.push_back(string);
-        names.emplace(string, id);
+        nyx_insert_stored(names, mixed_hash, string, id);
     } catch (...) {
         strings.resize(index);
         free_string(manager, string);
@@ -188,15 +194,17 @@ NYX_NAME_ID NYX_NAME_MANAGER::get_id(const char *name) {
     std::string_view base;
     unsigned bit = 0;
     if (!nyx_split_bus_bit(text, base, bit)) {
-        const NYX_NAME_ID id = find_interned(impl, impl.id_namespace, text);
+        const std::uint64_t mixed_hash = nyx_mix_hash(NYX_NAME_HASH()(text));
+        const NYX_NAME_ID id = find_interned(impl, impl.id_namespace, text, mixed_hash);
         return id != NYX_NAME_ID::INVALID
                    ? id
-                   : add_name(impl.segment.get(), impl.id_reverse_lookup, impl.id_namespace, text);
+                   : add_name(impl.segment.get(), impl.id_reverse_lookup, impl.id_namespace, text, mixed_hash);
     }
-    NYX_NAME_ID id = find_interned(impl, impl.bus_id_namespace, base);
+    const std::uint64_t mixed_hash = nyx_mix_hash(NYX_NAME_HASH()(base));
+    NYX_NAME_ID id = find_interned(impl, impl.bus_id_namespace, base, mixed_hash);
     if (id == NYX_NAME_ID::INVALID) {
         check_bus_name_index(NYX_NAME_ID(static_cast<unsigned>(impl.bus_id_reverse_lookup.size())));
-        id = add_name(impl.segment.get(), impl.bus_id_reverse_lookup, impl.bus_id_namespace, base);
+        id = add_name(impl.segment.get(), impl.bus_id_reverse_lookup, impl.bus_id_namespace, base, mixed_hash);
     }
     return bus_bit_id(id, bit);
 }

@@ -26,7 +26,7 @@ using NYX_ROW_PROPERTIES =
 
 /// The values of a table's rows by row.
 template <class ID>
-using NYX_PROPERTY_MAP = NYX_SEGMENT_UNORDERED_MAP<ID, NYX_ROW_PROPERTIES>;
+using NYX_PROPERTY_MAP = NYX_SEGMENT_UNORDERED_MAP<ID, NYX_ROW_PROPERTIES, NYX_ROW_HASH<ID>>;
 
 template <class ID>
 NYX_PROPERTY_MAP<ID> nyx_make_property_map(NYX_SEGMENT_MANAGER *manager) {

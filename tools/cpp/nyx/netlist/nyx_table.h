@@ -48,7 +48,7 @@ using NYX_PRIMARY_RANGE_COLUMN = NYX_CHUNK_COLUMN<NYX_PAGE<ROW, ID, false>>;
 
 /// The root that a row of any table belongs to, from the row's address: its page links to the table, whose first member
 /// links to the root.
-inline NYX_DB_PERSISTENT *nyx_get_persistent(const void *row) {
+[[gnu::always_inline]] inline NYX_DB_PERSISTENT *nyx_get_persistent(const void *row) {
     using LINK = NYX_FAST_OFFSET_PTR<NYX_DB_PERSISTENT>;
     const auto page = reinterpret_cast<std::uintptr_t>(row) & ~std::uintptr_t(4095);
     const void *const table = reinterpret_cast<const NYX_FAST_OFFSET_PTR<void> *>(page)->get();

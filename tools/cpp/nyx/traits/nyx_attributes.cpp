@@ -49,7 +49,7 @@ void clear_value(ROW *row, MAP &values, NYX_ANY_ID id) {
 // Copies by the traits of the destination's database: reads of the source find the way to its own.
 class COPY final : public NYX_SPARSE_TRAIT_VISITOR {
 public:
-    COPY(const NYX_BEARER &from, const NYX_BEARER &to) : m_from(from), m_to(to) {}
+    COPY(NYX_BEARER from, NYX_BEARER to) : m_from(from), m_to(to) {}
     void visit(NYX_APP_TRAIT *trait) override { copy(trait); }
     void visit(NYX_TIME_TRAIT *trait) override { copy(trait); }
     void visit(NYX_DOUBLE_TRAIT *trait) override { copy(trait); }
@@ -66,23 +66,23 @@ private:
             CORE::set_value(trait, m_to, CORE::get_value(trait, m_from));
     }
 
-    const NYX_BEARER &m_from;
-    const NYX_BEARER &m_to;
+    NYX_BEARER m_from;
+    NYX_BEARER m_to;
 };
 
 } // namespace
 
-void nyx_clear_trait_values(const NYX_BEARER &object) {
+void nyx_clear_trait_values(NYX_BEARER object) {
     for_each_used_trait(object.root, object.kind,
                         [&object](auto *row, auto &values) { clear_value(row, values, object.id); });
 }
 
-void nyx_copy_trait_values(const NYX_BEARER &from, const NYX_BEARER &to) {
+void nyx_copy_trait_values(NYX_BEARER from, NYX_BEARER to) {
     COPY visitor(from, to);
     to.root->visit(to.kind, &visitor, true);
 }
 
-void nyx_move_trait_values(const NYX_BEARER &from, const NYX_BEARER &to) {
+void nyx_move_trait_values(NYX_BEARER from, NYX_BEARER to) {
     for_each_used_trait(to.root, to.kind, [&](auto *row, auto &values) {
         if (from.id == to.id)
             return;

@@ -15,14 +15,14 @@
 
 /// Takes the values of all traits from an object, those for objects of another type included. No hash probe for a trait
 /// that no object of this type has a value of.
-void nyx_clear_trait_values(const NYX_BEARER &object);
+void nyx_clear_trait_values(NYX_BEARER object);
 
 /// Gives `to` the values that `from` has, for the traits that `to` has, those of which `from` has the default left as
 /// they are. `from` may be in another database. The object types are equal.
-void nyx_copy_trait_values(const NYX_BEARER &from, const NYX_BEARER &to);
+void nyx_copy_trait_values(NYX_BEARER from, NYX_BEARER to);
 
 /// Moves the values of one row to another one of the same table, in place of those that it has. Allocates nothing.
-void nyx_move_trait_values(const NYX_BEARER &from, const NYX_BEARER &to);
+void nyx_move_trait_values(NYX_BEARER from, NYX_BEARER to);
 
 /// Takes all values of traits and all properties from an object, and gives their blocks back.
 template <class T>

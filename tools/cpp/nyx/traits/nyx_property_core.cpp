@@ -21,7 +21,7 @@ void free_block(NYX_SEGMENT_MANAGER &manager, const NYX_STORED_PROPERTY &value) 
 
 const NYX_ROW_PROPERTIES *NYX_OBJECT_PROPERTIES::find_all() const {
     const auto *const found =
-        nyx_find_stored(m_map, hash_value(m_id), [this](const auto &entry) { return entry.first == m_id; });
+        nyx_find_stored(m_map, nyx_spread_row(m_id.get()), [this](const auto &entry) { return entry.first == m_id; });
     return found != nullptr ? &found->second : nullptr;
 }
 

@@ -14,8 +14,13 @@
 
 namespace {
 
-[[noreturn]] void raise_null_object(const char *class_name, const char *function) {
+// Errors are raised out of line: the reads of values around them are to be short.
+[[noreturn, gnu::noinline]] void raise_null_object(const char *class_name, const char *function) {
     NYX_RAISE_INVALID_ARGUMENT((std::string(class_name) + "::" + function).c_str(), "Obj cannot be NULL");
+}
+
+[[noreturn, gnu::noinline]] void raise_null_trait(const NYX_BEARER_CLASS &objects, const char *function) {
+    NYX_RAISE_INVALID_ARGUMENT((std::string(objects.name) + "::" + function).c_str(), "Input trait cannot be NULL");
 }
 
 // A member of a class of objects, for the places of texts: "X::find_" with "int" gives "X::find_int_trait".
@@ -121,14 +126,14 @@ void nyx_check_db(const NYX_BEARER_CLASS &objects, const char *function, const N
 // ---- Values as they are stored
 
 template <class WIDTH>
-void nyx_set_raw(WIDTH *trait, const NYX_BEARER &object, typename NYX_TRAIT_WIDTH<WIDTH>::raw value) {
+void nyx_set_raw(WIDTH *trait, NYX_BEARER object, typename NYX_TRAIT_WIDTH<WIDTH>::raw value) {
     if (object.root == nullptr)
         raise_null_object(NYX_TRAIT_WIDTH<WIDTH>::s_name, "set_value");
     nyx_values_of(trait).set(object.kind, object.id, value);
 }
 
 template <class WIDTH>
-bool nyx_is_default_raw(const WIDTH *trait, const NYX_BEARER &object) {
+bool nyx_is_default_raw(const WIDTH *trait, NYX_BEARER object) {
     if (object.root == nullptr)
         raise_null_object(NYX_TRAIT_WIDTH<WIDTH>::s_name, "is_default_value");
     return nyx_values_of(trait).find(object.kind, object.id) == nullptr;
@@ -211,10 +216,23 @@ TRAIT *NYX_TRAIT_CORE<TRAIT>::get_trait(NYX_DB_PERSISTENT *root, WIDTH_ID id) {
 }
 
 template <class TRAIT>
-const TRAIT *NYX_TRAIT_CORE<TRAIT>::find_in_database_of(const NYX_BEARER &object, const TRAIT *trait) {
-    if (__builtin_expect(object.root == nyx_get_persistent(trait), 1))
-        return trait;
-    return NYX_DB_LINKER::get().find_corresponding_trait(trait, object.root);
+bool NYX_TRAIT_CORE<TRAIT>::is_own(NYX_BEARER object, const TRAIT *trait) {
+    return __builtin_expect(object.root == nyx_get_persistent(trait), 1);
+}
+
+template <class TRAIT>
+auto NYX_TRAIT_CORE<TRAIT>::get_elsewhere(const TRAIT *trait, NYX_BEARER object) -> VALUE {
+    const TRAIT *const found =
+        object.root == nullptr ? nullptr : NYX_DB_LINKER::get().find_corresponding_trait(trait, object.root);
+    return found != nullptr ? decode(found, nyx_get_raw<WIDTH>(found, object)) : get_default_value(trait);
+}
+
+template <class TRAIT>
+bool NYX_TRAIT_CORE<TRAIT>::is_default_elsewhere(const TRAIT *trait, NYX_BEARER object) {
+    if (object.root == nullptr)
+        raise_null_object(TYPE::s_name, "is_default_value");
+    const TRAIT *const found = NYX_DB_LINKER::get().find_corresponding_trait(trait, object.root);
+    return found == nullptr || nyx_is_default_raw<WIDTH>(found, object);
 }
 
 template <class TRAIT>
@@ -223,15 +241,12 @@ auto NYX_TRAIT_CORE<TRAIT>::get_default_value(const TRAIT *trait) -> VALUE {
 }
 
 template <class TRAIT>
-auto NYX_TRAIT_CORE<TRAIT>::get_value(const TRAIT *trait, const NYX_BEARER &object) -> VALUE {
-    if (object.root == nullptr)
-        return get_default_value(trait);
-    const TRAIT *const found = find_in_database_of(object, trait);
-    return found != nullptr ? decode(found, nyx_get_raw<WIDTH>(found, object)) : get_default_value(trait);
+auto NYX_TRAIT_CORE<TRAIT>::get_value(const TRAIT *trait, NYX_BEARER object) -> VALUE {
+    return is_own(object, trait) ? decode(trait, nyx_get_raw<WIDTH>(trait, object)) : get_elsewhere(trait, object);
 }
 
 template <class TRAIT>
-void NYX_TRAIT_CORE<TRAIT>::set_value(TRAIT *trait, const NYX_BEARER &object, PARAMETER value) {
+void NYX_TRAIT_CORE<TRAIT>::set_value(TRAIT *trait, NYX_BEARER object, PARAMETER value) {
     if constexpr (std::is_same_v<TRAIT, NYX_STRING_TRAIT> || std::is_same_v<TRAIT, NYX_APP_TRAIT>)
         if (object.root == nullptr)
             raise_null_object(TYPE::s_name, "set_value");
@@ -267,15 +282,12 @@ void NYX_TRAIT_CORE<TRAIT>::set_value(TRAIT *trait, const NYX_BEARER &object, PA
 }
 
 template <class TRAIT>
-bool NYX_TRAIT_CORE<TRAIT>::is_default_value(const TRAIT *trait, const NYX_BEARER &object) {
-    if (object.root == nullptr)
-        raise_null_object(TYPE::s_name, "is_default_value");
-    const TRAIT *const found = find_in_database_of(object, trait);
-    return found == nullptr || nyx_is_default_raw<WIDTH>(found, object);
+bool NYX_TRAIT_CORE<TRAIT>::is_default_value(const TRAIT *trait, NYX_BEARER object) {
+    return is_own(object, trait) ? nyx_is_default_raw<WIDTH>(trait, object) : is_default_elsewhere(trait, object);
 }
 
 template <class TRAIT>
-std::string NYX_TRAIT_CORE<TRAIT>::output_to_str(const TRAIT *trait, const NYX_BEARER &object) {
+std::string NYX_TRAIT_CORE<TRAIT>::output_to_str(const TRAIT *trait, NYX_BEARER object) {
     if (object.root == nullptr)
         raise_null_object(TYPE::s_name, "output_to_str");
     return nyx_format_trait_line(trait, TYPE::s_text, TRAIT::convert_value_to_str(get_value(trait, object)).c_str(),
@@ -292,7 +304,7 @@ std::string NYX_TRAIT_CORE<TRAIT>::output_to_str(const TRAIT *trait) {
 template <class TRAIT>
 void NYX_TRAIT_CORE<TRAIT>::check_trait(const NYX_BEARER_CLASS &objects, const char *function, const TRAIT *trait) {
     if (__builtin_expect(trait == nullptr, 0))
-        NYX_RAISE_INVALID_ARGUMENT((std::string(objects.name) + "::" + function).c_str(), "Input trait cannot be NULL");
+        raise_null_trait(objects, function);
 }
 
 bool nyx_trait_exists(const NYX_BEARER_CLASS &objects, const NYX_DB *db, const std::string &name) {
@@ -358,38 +370,35 @@ bool NYX_TRAIT_CORE<TRAIT>::is_empty(const NYX_BEARER_CLASS &objects, const TRAI
 }
 
 template <class TRAIT>
-auto NYX_TRAIT_CORE<TRAIT>::get(const NYX_BEARER_CLASS &objects, const TRAIT *trait, const NYX_BEARER &object)
-    -> VALUE {
+auto NYX_TRAIT_CORE<TRAIT>::get(const NYX_BEARER_CLASS &objects, const TRAIT *trait, NYX_BEARER object) -> VALUE {
     check_trait(objects, "get_value", trait);
     return get_value(trait, object);
 }
 
 template <class TRAIT>
-void NYX_TRAIT_CORE<TRAIT>::set(const NYX_BEARER_CLASS &objects, TRAIT *trait, const NYX_BEARER &object,
-                                PARAMETER value) {
+void NYX_TRAIT_CORE<TRAIT>::set(const NYX_BEARER_CLASS &objects, TRAIT *trait, NYX_BEARER object, PARAMETER value) {
     check_trait(objects, "set_value", trait);
     set_value(trait, object, value);
 }
 
 template <class TRAIT>
-bool NYX_TRAIT_CORE<TRAIT>::is_default(const NYX_BEARER_CLASS &objects, const TRAIT *trait, const NYX_BEARER &object) {
+bool NYX_TRAIT_CORE<TRAIT>::is_default(const NYX_BEARER_CLASS &objects, const TRAIT *trait, NYX_BEARER object) {
     check_trait(objects, "is_default_value", trait);
     return is_default_value(trait, object);
 }
 
 template <class TRAIT>
-std::string NYX_TRAIT_CORE<TRAIT>::to_str(const NYX_BEARER_CLASS &objects, const TRAIT *trait,
-                                          const NYX_BEARER &object) {
+std::string NYX_TRAIT_CORE<TRAIT>::to_str(const NYX_BEARER_CLASS &objects, const TRAIT *trait, NYX_BEARER object) {
     check_trait(objects, "convert_value_to_str", trait);
     return TRAIT::convert_value_to_str(get_value(trait, object));
 }
 
-template void nyx_set_raw(NYX_BYTE1_TRAIT *, const NYX_BEARER &, signed char);
-template void nyx_set_raw(NYX_BYTE4_TRAIT *, const NYX_BEARER &, int);
-template void nyx_set_raw(NYX_BYTE8_TRAIT *, const NYX_BEARER &, long long);
-template bool nyx_is_default_raw(const NYX_BYTE1_TRAIT *, const NYX_BEARER &);
-template bool nyx_is_default_raw(const NYX_BYTE4_TRAIT *, const NYX_BEARER &);
-template bool nyx_is_default_raw(const NYX_BYTE8_TRAIT *, const NYX_BEARER &);
+template void nyx_set_raw(NYX_BYTE1_TRAIT *, NYX_BEARER, signed char);
+template void nyx_set_raw(NYX_BYTE4_TRAIT *, NYX_BEARER, int);
+template void nyx_set_raw(NYX_BYTE8_TRAIT *, NYX_BEARER, long long);
+template bool nyx_is_default_raw(const NYX_BYTE1_TRAIT *, NYX_BEARER);
+template bool nyx_is_default_raw(const NYX_BYTE4_TRAIT *, NYX_BEARER);
+template bool nyx_is_default_raw(const NYX_BYTE8_TRAIT *, NYX_BEARER);
 template NYX_BYTE1_TRAIT *nyx_get_width_trait<NYX_BYTE1_TRAIT>(NYX_DB_PERSISTENT *, NYX_BYTE1_TRAIT_ID);
 template NYX_BYTE4_TRAIT *nyx_get_width_trait<NYX_BYTE4_TRAIT>(NYX_DB_PERSISTENT *, NYX_BYTE4_TRAIT_ID);
 template NYX_BYTE8_TRAIT *nyx_get_width_trait<NYX_BYTE8_TRAIT>(NYX_DB_PERSISTENT *, NYX_BYTE8_TRAIT_ID);

@@ -96,7 +96,7 @@ auto *nyx_row_of(const WIDTH *trait) {
 /// The values of a trait. They are not part of the row.
 template <class WIDTH>
 NYX_TRAIT_LOOKUP<typename NYX_TRAIT_WIDTH<WIDTH>::raw> &nyx_values_of(const WIDTH *trait) {
-    return *nyx_row_of(trait)->m_trait_lookup_ptr;
+    return *nyx_get_not_null(nyx_row_of(trait)->m_trait_lookup_ptr);
 }
 
 /// \name Values as they are stored
@@ -105,17 +105,17 @@ NYX_TRAIT_LOOKUP<typename NYX_TRAIT_WIDTH<WIDTH>::raw> &nyx_values_of(const WIDT
 
 /// The value of an object; the default for a null object.
 template <class WIDTH>
-typename NYX_TRAIT_WIDTH<WIDTH>::raw nyx_get_raw(const WIDTH *trait, const NYX_BEARER &object) {
+typename NYX_TRAIT_WIDTH<WIDTH>::raw nyx_get_raw(const WIDTH *trait, NYX_BEARER object) {
     const auto &values = nyx_values_of(trait);
     const auto *const found = object.root != nullptr ? values.find(object.kind, object.id) : nullptr;
     return found != nullptr ? *found : values.m_default_value;
 }
 /// Raises NYX_INVALID_ARGUMENT "Obj cannot be NULL".
 template <class WIDTH>
-void nyx_set_raw(WIDTH *trait, const NYX_BEARER &object, typename NYX_TRAIT_WIDTH<WIDTH>::raw value);
+void nyx_set_raw(WIDTH *trait, NYX_BEARER object, typename NYX_TRAIT_WIDTH<WIDTH>::raw value);
 /// Whether no value is stored. Raises NYX_INVALID_ARGUMENT "Obj cannot be NULL".
 template <class WIDTH>
-bool nyx_is_default_raw(const WIDTH *trait, const NYX_BEARER &object);
+bool nyx_is_default_raw(const WIDTH *trait, NYX_BEARER object);
 /// \}
 
 /// The row number `id` of a root's table. Null for INVALID; ends the run behind the last row, "trait_id <
@@ -144,11 +144,11 @@ struct NYX_TRAIT_CORE {
 
     static VALUE get_default_value(const TRAIT *trait);
     /// The default for a null object, and for one of a database that has no such trait.
-    static VALUE get_value(const TRAIT *trait, const NYX_BEARER &object);
-    static void set_value(TRAIT *trait, const NYX_BEARER &object, PARAMETER value);
-    static bool is_default_value(const TRAIT *trait, const NYX_BEARER &object);
+    static VALUE get_value(const TRAIT *trait, NYX_BEARER object);
+    static void set_value(TRAIT *trait, NYX_BEARER object, PARAMETER value);
+    static bool is_default_value(const TRAIT *trait, NYX_BEARER object);
     static std::string output_to_str(const TRAIT *trait);
-    static std::string output_to_str(const TRAIT *trait, const NYX_BEARER &object);
+    static std::string output_to_str(const TRAIT *trait, NYX_BEARER object);
     /// \}
 
     /// \name What the members of objects do
@@ -160,14 +160,18 @@ struct NYX_TRAIT_CORE {
                                  PARAMETER default_value, const std::string &group, const std::string &description,
                                  const std::string &internal_name);
     static bool is_empty(const NYX_BEARER_CLASS &objects, const TRAIT *trait);
-    static VALUE get(const NYX_BEARER_CLASS &objects, const TRAIT *trait, const NYX_BEARER &object);
-    static void set(const NYX_BEARER_CLASS &objects, TRAIT *trait, const NYX_BEARER &object, PARAMETER value);
-    static bool is_default(const NYX_BEARER_CLASS &objects, const TRAIT *trait, const NYX_BEARER &object);
-    static std::string to_str(const NYX_BEARER_CLASS &objects, const TRAIT *trait, const NYX_BEARER &object);
+    // In one piece, down to the map: a read is a few loads, and calls would take more of its time than they.
+    [[gnu::flatten]] static VALUE get(const NYX_BEARER_CLASS &objects, const TRAIT *trait, NYX_BEARER object);
+    static void set(const NYX_BEARER_CLASS &objects, TRAIT *trait, NYX_BEARER object, PARAMETER value);
+    [[gnu::flatten]] static bool is_default(const NYX_BEARER_CLASS &objects, const TRAIT *trait, NYX_BEARER object);
+    static std::string to_str(const NYX_BEARER_CLASS &objects, const TRAIT *trait, NYX_BEARER object);
     /// \}
 
 private:
-    static const TRAIT *find_in_database_of(const NYX_BEARER &object, const TRAIT *trait);
+    static bool is_own(NYX_BEARER object, const TRAIT *trait);
+    // For a null object, or one of another database.
+    [[gnu::noinline]] static VALUE get_elsewhere(const TRAIT *trait, NYX_BEARER object);
+    [[gnu::noinline]] static bool is_default_elsewhere(const TRAIT *trait, NYX_BEARER object);
     static void check_trait(const NYX_BEARER_CLASS &objects, const char *function, const TRAIT *trait);
 };
 

@@ -45,7 +45,6 @@ NYX_TRAIT_LOOKUP<RAW>::NYX_TRAIT_LOOKUP(NYX_SEGMENT_MANAGER *manager)
 
 template <class RAW>
 void NYX_TRAIT_LOOKUP<RAW>::set(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id, RAW value) {
-    // The plain look-up first: it is a fraction of the map's own, and most calls need no more.
     RAW *const stored = const_cast<RAW *>(find(kind, id));
     if (value == m_default_value) {
         if (stored != nullptr)
@@ -53,7 +52,7 @@ void NYX_TRAIT_LOOKUP<RAW>::set(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id, RAW valu
     } else if (stored != nullptr) {
         *stored = value;
     } else {
-        map(kind).emplace(id, value);
+        nyx_insert_stored(map(kind), nyx_spread_row(id.get()), id, value);
     }
 }
 

@@ -43,7 +43,7 @@ inline constexpr auto s_nyx_map_index = [] {
 template <class RAW>
 class NYX_TRAIT_LOOKUP {
 public:
-    using MAP = NYX_SEGMENT_UNORDERED_MAP<NYX_ANY_ID, RAW>;
+    using MAP = NYX_SEGMENT_UNORDERED_MAP<NYX_ANY_ID, RAW, NYX_ROW_HASH<NYX_ANY_ID>>;
     static constexpr unsigned s_num_kinds = unsigned(NYX_TRAIT_OBJ_TYPE::ALL_SPARSE);
 
     explicit NYX_TRAIT_LOOKUP(NYX_SEGMENT_MANAGER *manager);
@@ -55,7 +55,7 @@ public:
     /// The value of an object, null if it is the default. Writes nothing.
     const RAW *find(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id) const {
         const auto *const found =
-            nyx_find_stored(map(kind), hash_value(id), [id](const auto &entry) { return entry.first == id; });
+            nyx_find_stored(map(kind), nyx_spread_row(id.get()), [id](const auto &entry) { return entry.first == id; });
         return found != nullptr ? &found->second : nullptr;
     }
 
