@@ -201,11 +201,30 @@ TEST_F(ImageCheck, NamesAreTextsInBlocksOfTheirOwn) {
                    word_at<std::int64_t>(m_bytes, in_file(&names.id_reverse_lookup[0])) - 8,
                    "a string that has an owner");
     expect_link_refused(&names.segment, "the segment manager");
-    const char *const text = names.id_reverse_lookup[2].get();
+}
+
+// A text is ended by its block's last byte, or by the end block at last, so an open need not look for it in each.
+TEST_F(ImageCheck, TextWithoutAnEndIsReadOnlyAsFarAsTheImage) {
+    NYX_NAME_MANAGER &all = root_of(m_db)->names();
+    const NYX_NAME_ID id = all.find_id("net_499");
+    const char *const text = all.get_impl().id_reverse_lookup[id.get()].get();
+    const NYX_MANAGED_SERIALISED_FILE &file = *NYX_DB_IMPL::of(*m_db).m_file;
     std::string bytes = m_bytes;
-    const std::size_t usable = NYX_DB_IMPL::of(*m_db).m_file->get_segment_manager()->size(text);
+    const std::size_t usable = file.get_segment_manager()->size(text);
     bytes.replace(in_file(text), usable, usable, 'x');
-    EXPECT_EQ(open(bytes), "corrupted") << "a text without an end";
+    for (const auto mode : {NYX_DB::ACCESS_MODE::READ_ONLY, NYX_DB::ACCESS_MODE::MODIFY}) {
+        write_file(m_path, bytes);
+        NYX_DB *const db = NYX_DB::open(m_path.c_str(), mode);
+        std::string name;
+        ASSERT_TRUE(root_of(db)->names().find_name(id, name));
+        EXPECT_GE(name.size(), usable);
+        EXPECT_EQ(name.substr(0, usable), std::string(usable, 'x'));
+        EXPECT_EQ(root_of(db)->names().find_id("net_499"), NYX_NAME_ID::INVALID);
+        ASSERT_EQ(db->verify().size(), 1u);
+        EXPECT_NE(db->verify()[0].find("is no text"), std::string::npos) << db->verify()[0];
+        db->disable_commit_on_close();
+        db->close();
+    }
 }
 
 TEST_F(ImageCheck, MapsAreFollowedOnlyWhereTheyLead) {

@@ -158,8 +158,8 @@ NYX_DB::OPENED NYX_DB::register_opened(const std::string &path, ACCESS_MODE mode
     if (!record->m_file->load(path, options))
         throw NYX_FILE_IO_EXCEPTION(path, {ENOENT, std::generic_category()}, NYX_FILE_IO_EXCEPTION::READ);
     // Nothing that lies in the blocks is looked at before this.
-    record->m_persistent = nyx_find_sound_root(record->m_file->get_segment_manager(), record->m_file->get_type(),
-                                               mode == ACCESS_MODE::MODIFY);
+    record->m_persistent = nyx_find_sound_root(record->m_file->get_segment_manager(), record->m_file->take_blocks(),
+                                               record->m_file->get_type(), mode == ACCESS_MODE::MODIFY);
     if (record->m_persistent == nullptr)
         throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
     record->m_file_name = path;

@@ -20,11 +20,11 @@ class NYX_DB_PERSISTENT;
 /// values).
 std::vector<std::string> nyx_find_image_faults(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type);
 
-/// The root of the database in a segment whose blocks are sound. Null if it isn't a database of that type. `fault`, if
-/// given, tells what is wrong in words. The map from texts to names is looked at only if the database `may_change`, for
+/// The root of the database in a segment whose blocks are sound, and `blocks` where those are that are allocated. Null
+/// if it isn't a database of that type. The map from texts to names is looked at only if the database `may_change`, for
 /// that takes a third of the time to open a large design: look-ups of names expect anything there, and adding one does
 /// not. Writes nothing. O(blocks + pages + names).
-NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_DB_TYPE type, bool may_change,
-                                       std::string *fault = nullptr);
+NYX_DB_PERSISTENT *nyx_find_sound_root(NYX_SEGMENT_MANAGER *manager, NYX_BLOCK_MAP blocks, NYX_DB_TYPE type,
+                                       bool may_change);
 
 #endif

@@ -2,21 +2,29 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <utility>
+
+namespace {
+
+NYX_BLOCK_MAP find_allocated_blocks(const NYX_SEGMENT_MANAGER *manager) {
+    using ALGORITHM = NYX::MEM_ALGO::segment_algorithm;
+    NYX_BLOCK_MAP blocks;
+    nyx_get_algorithm(manager)->for_each_block([&blocks](const ALGORITHM::BLOCK &block) {
+        if (block.allocated)
+            blocks.add(block.offset + ALGORITHM::AllocatedCtrlBytes);
+    });
+    return blocks;
+}
+
+} // namespace
 
 NYX_IMAGE_READER::NYX_IMAGE_READER(NYX_SEGMENT_MANAGER *manager)
+    : NYX_IMAGE_READER(manager, find_allocated_blocks(manager)) {}
+
+NYX_IMAGE_READER::NYX_IMAGE_READER(NYX_SEGMENT_MANAGER *manager, NYX_BLOCK_MAP blocks)
     : m_base(reinterpret_cast<const char *>(manager))
-    , m_size(0) {
-    nyx_get_algorithm(manager)->for_each_block([this](const NYX::MEM_ALGO::segment_algorithm::BLOCK &block) {
-        if (!block.allocated)
-            return;
-        const std::size_t unit = block.offset / 8 + 2;
-        if (unit / 64 >= m_starts.size())
-            m_starts.resize(unit / 64 + 1);
-        m_starts[unit / 64] |= std::uint64_t(1) << unit % 64;
-        m_size = block.offset + block.units * 8;
-    });
-    m_starts.resize(m_size / 512 + 1);
-}
+    , m_size(nyx_get_algorithm(manager)->get_size())
+    , m_unclaimed(std::move(blocks)) {}
 
 void NYX_IMAGE_READER::fail(const char *format, ...) {
     char text[300];

@@ -23,9 +23,11 @@ public:
     /// `manager`'s blocks must be sound. O(blocks), and a bit for eight bytes up to the last allocated one: a free end
     /// costs nothing, however long it is.
     explicit NYX_IMAGE_READER(NYX_SEGMENT_MANAGER *manager);
+    /// The same with the map of the allocated blocks, which must be sound.
+    NYX_IMAGE_READER(NYX_SEGMENT_MANAGER *manager, NYX_BLOCK_MAP blocks);
 
     const char *base() const { return m_base; }
-    /// Bytes up to the end of the last allocated block. No link leads further.
+    /// Bytes of the segment. No link leads further.
     std::size_t size() const { return m_size; }
     std::size_t offset_of(const void *at) const {
         return static_cast<std::size_t>(reinterpret_cast<std::uintptr_t>(at) -
@@ -56,20 +58,17 @@ public:
     /// has claimed it.
     std::size_t usable(std::uintptr_t address) const {
         const std::uintptr_t offset = address - reinterpret_cast<std::uintptr_t>(m_base);
-        if (offset >= m_size || offset % 8 != 0)
-            return 0;
-        const std::size_t unit = offset / 8;
-        if ((m_starts[unit / 64] >> unit % 64 & 1) == 0)
-            return 0;
-        return units_of(address) * 8 - 8;
+        return m_unclaimed.has(offset) ? units_of(address) * 8 - 8 : 0;
     }
     /// Takes the block, which must hold `bytes` bytes, for its only owner. `what` is for the fault.
     const char *claim(std::uintptr_t address, std::size_t bytes, const char *what) {
-        if (usable(address) < bytes)
-            fail("%s at offset %lld is no block of %zu bytes", what,
-                 static_cast<long long>(address - reinterpret_cast<std::uintptr_t>(m_base)), bytes);
-        const std::size_t unit = (address - reinterpret_cast<std::uintptr_t>(m_base)) / 8;
-        m_starts[unit / 64] &= ~(std::uint64_t(1) << unit % 64);
+        // Any block holds that of the smallest one, whose head need not be read.
+        constexpr std::size_t smallest =
+            NYX::MEM_ALGO::segment_algorithm::BlockCtrlBytes - NYX::MEM_ALGO::segment_algorithm::PayloadPerAllocation;
+        const std::uintptr_t offset = address - reinterpret_cast<std::uintptr_t>(m_base);
+        if (!m_unclaimed.has(offset) || (bytes > smallest && usable(address) < bytes))
+            fail("%s at offset %lld is no block of %zu bytes", what, static_cast<long long>(offset), bytes);
+        m_unclaimed.remove(offset);
         return reinterpret_cast<const char *>(address);
     }
     /// Whether a link to the segment's manager leads there.
@@ -78,9 +77,7 @@ public:
     /// Calls `visit(block)` with each allocated block that nobody has claimed.
     template <class VISIT>
     void for_each_unclaimed(VISIT &&visit) const {
-        for (std::size_t i = 0; i < m_starts.size(); ++i)
-            for (std::uint64_t bits = m_starts[i]; bits != 0; bits &= bits - 1)
-                visit(m_base + (i * 64 + static_cast<std::size_t>(__builtin_ctzll(bits))) * 8);
+        m_unclaimed.for_each([&](std::size_t offset) { visit(m_base + offset); });
     }
 
 private:
@@ -90,7 +87,7 @@ private:
 
     const char *m_base;
     std::size_t m_size;
-    std::vector<std::uint64_t> m_starts; ///< a bit for each unit: the user's part of an unclaimed block starts there
+    NYX_BLOCK_MAP m_unclaimed;
 };
 
 /// A tree of Boost's containers: the head's three links at `head`, nodes of three links with the value behind them.

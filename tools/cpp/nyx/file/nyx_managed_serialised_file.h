@@ -59,6 +59,10 @@ public:
     /// Never null: an object without a segment ends the run with "seg_man != nullptr".
     NYX_SEGMENT_MANAGER *get_segment_manager() const;
 
+    /// Hands over where the allocated blocks are of the segment that has just been loaded, for whoever checks what is
+    /// in them.
+    NYX_BLOCK_MAP take_blocks() { return m_segment->take_blocks(); }
+
     /// Bytes that the segment spans.
     std::size_t get_size() const;
     /// Bytes of the reservation: what a save writes as the default size. Larger than get_size() by less than a block at

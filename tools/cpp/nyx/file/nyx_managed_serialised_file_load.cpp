@@ -14,6 +14,8 @@ namespace {
 
 using NYX::MEM_ALGO::segment_algorithm;
 
+constexpr std::size_t s_raw_piece = std::size_t(256) << 10;
+
 [[noreturn]] void raise_read(const std::string &path) {
     throw NYX_FILE_IO_EXCEPTION(path, std::io_errc::stream, NYX_FILE_IO_EXCEPTION::READ);
 }
@@ -52,21 +54,37 @@ void check_sizes(std::istream &is, const std::string &path, const NYX_DB_FILE_ST
     }
 }
 
-// Decodes all of `out`. The chunk of a small image is bounded by the image, whatever the header says, and so is the
-// memory that this takes.
+// Reads all of `image` by pieces, `read(piece)`, each of which is looked at while it is in the cache.
+template <class READ>
+void read_pieces(NYX_SEGMENT &segment, const std::string &path, gsl::span<char> image, std::size_t piece, READ &&read) {
+    for (std::size_t at = 0; at < image.size();) {
+        const std::size_t bytes = std::min(piece, image.size() - at);
+        read(image.subspan(at, bytes));
+        at += bytes;
+        if (!segment.check_image(at))
+            throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
+    }
+}
+
+// The chunk of a small image is bounded by the image, whatever the header says, and so is the memory that this takes.
 template <class DECODER>
-void decode(std::istream &is, const std::string &path, std::uint64_t chunk_size, gsl::span<char> out) {
+void decode(std::istream &is, const std::string &path, std::uint64_t chunk_size, NYX_SEGMENT &segment,
+            gsl::span<char> image) {
     using REASON = NYX::COLLET_DECODER_FAILURE::REASON;
-    DECODER decoder(static_cast<unsigned>(std::min<std::uint64_t>(chunk_size, out.size())), ISTREAM_REF(is, path));
-    const NYX::COLLET_DECODER_FAILURE opt = decoder.decode(out);
-    if (is.bad())
-        raise_read(path);
-    if (opt.reason != REASON::none)
-        NYX_CHECK_AS(opt.reason == REASON::corrupted, "opt.reason == NYX::COLLET_DECODER_FAILURE::REASON::corrupted",
-                     "eof should have been handled by ISTREAM_REF");
-    // Frames that end before the image does have been filled up with zeros.
-    if (opt.reason != REASON::none || is.fail())
-        throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
+    const auto chunk = static_cast<unsigned>(std::min<std::uint64_t>(chunk_size, image.size()));
+    DECODER decoder(chunk, ISTREAM_REF(is, path));
+    read_pieces(segment, path, image, chunk, [&](gsl::span<char> out) {
+        const NYX::COLLET_DECODER_FAILURE opt = decoder.decode(out);
+        if (is.bad())
+            raise_read(path);
+        if (opt.reason != REASON::none)
+            NYX_CHECK_AS(opt.reason == REASON::corrupted,
+                         "opt.reason == NYX::COLLET_DECODER_FAILURE::REASON::corrupted",
+                         "eof should have been handled by ISTREAM_REF");
+        // Frames that end before the image does have been filled up with zeros.
+        if (opt.reason != REASON::none || is.fail())
+            throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
+    });
 }
 
 } // namespace
@@ -118,21 +136,22 @@ void NYX_MANAGED_SERIALISED_FILE::read(std::istream &is, const std::string &path
     const gsl::span<char> image(segment->data(), header.data_size);
     switch (static_cast<NYX_COMPRESSION>(header.compression_algorithm)) {
     case NYX_COMPRESSION::NONE:
-        is.read(image.data(), static_cast<std::streamsize>(header.payload_size));
-        if (is.fail())
-            raise_read(path);
+        read_pieces(*segment, path, image, s_raw_piece, [&](gsl::span<char> out) {
+            is.read(out.data(), static_cast<std::streamsize>(out.size()));
+            if (is.fail())
+                raise_read(path);
+        });
         break;
     case NYX_COMPRESSION::LZ4:
-        decode<NYX::LZ4_DECODER<ISTREAM_REF>>(is, path, header.chunk_size, image);
+        decode<NYX::LZ4_DECODER<ISTREAM_REF>>(is, path, header.chunk_size, *segment, image);
         break;
     case NYX_COMPRESSION::ZSTD:
-        decode<NYX::ZSTD_DECODER<ISTREAM_REF>>(is, path, header.chunk_size, image);
+        decode<NYX::ZSTD_DECODER<ISTREAM_REF>>(is, path, header.chunk_size, *segment, image);
         break;
     default:
         NYX_FATAL("Unrecognised compression algorithm %u", header.compression_algorithm);
     }
-    if (!segment->attach_image(header.data_size))
-        throw NYX_DATABASE_CORRUPTED_EXCEPTION(path);
+    segment->attach_image();
     if (m_read_only) {
         NYX_CHECK_AS(size == header.data_size, "!m_read_only", "whoever called load() should have checked!");
         NYX::VIRTUAL_MEMORY::protect(segment->data(), size, false);

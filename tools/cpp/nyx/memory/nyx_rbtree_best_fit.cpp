@@ -1,5 +1,6 @@
 #include "memory/nyx_rbtree_best_fit.h"
 
+#include "memory/nyx_image_walk.h"
 #include "memory/nyx_sanitizer.h"
 #include "memory/nyx_virtual_memory.h"
 #include "nyx_barebones/nyx_barebones_notifier.h"
@@ -134,17 +135,28 @@ auto NYX_VALLOC::last_block_if_free() const -> const block_ctrl * {
     return const_cast<rbtree_best_fit_valloc *>(this)->last_block_if_free();
 }
 
+// The two bits are set with their size as one word: a load of the word right behind a store of a byte of it would wait
+// until the store has left the processor.
+NYX_VALLOC_TEMPLATE
+void NYX_VALLOC::set_bits(block_ctrl *block, size_type mask, size_type bits) {
+    size_type head;
+    char *const at = bytes(block) + sizeof(size_type);
+    std::memcpy(&head, at, sizeof(head));
+    head = (head & ~mask) | bits;
+    std::memcpy(at, &head, sizeof(head));
+}
+
 NYX_VALLOC_TEMPLATE
 void NYX_VALLOC::mark_allocated(block_ctrl *block) {
-    block->m_allocated = 1;
-    next_block(block)->m_prev_allocated = 1;
+    set_bits(block, AllocatedBit, AllocatedBit);
+    set_bits(next_block(block), PrevAllocatedBit, PrevAllocatedBit);
 }
 
 NYX_VALLOC_TEMPLATE
 void NYX_VALLOC::mark_free(block_ctrl *block) {
-    block->m_allocated = 0;
+    set_bits(block, AllocatedBit, 0);
     block_ctrl *const next = next_block(block);
-    next->m_prev_allocated = 0;
+    set_bits(next, PrevAllocatedBit, 0);
     next->m_prev_size = block->m_size;
 }
 
@@ -160,9 +172,42 @@ void NYX_VALLOC::erase_free(block_ctrl *block) {
     m_header.m_imultiset.erase(free_tree::s_iterator_to(*block));
 }
 
+// Puts `new_block` in the place of `old_block` in the tree. The hooks must not overlap.
+//
+// Every allocation that splits a block comes here, and the library's function tests each link for null several times. A
+// hook is three links: parent, left, right; the tree's head is the same with the root, the first and the last node. A
+// link is a distance, or 1 for none. The colour is in bit 1 of the parent's, where no sum of distances reaches.
 NYX_VALLOC_TEMPLATE
 void NYX_VALLOC::replace_free(block_ctrl *old_block, block_ctrl *new_block) {
-    m_header.m_imultiset.replace_node(free_tree::s_iterator_to(*old_block), *new_block);
+    struct LINKS {
+        difference_type parent, left, right;
+    };
+    constexpr difference_type null = 1;
+    constexpr difference_type colour = 2;
+    static_assert(sizeof(LINKS) == sizeof(tree_hook) && sizeof(LINKS) == sizeof(free_tree));
+    const auto target = [](difference_type &link) {
+        return reinterpret_cast<LINKS *>(reinterpret_cast<char *>(&link) + (link & ~colour));
+    };
+    LINKS *const from = static_cast<LINKS *>(user_of(old_block));
+    LINKS *const to = static_cast<LINKS *>(user_of(new_block));
+    LINKS *const head = reinterpret_cast<LINKS *>(&m_header.m_imultiset);
+    LINKS *const parent = target(from->parent);
+    const difference_type moved = bytes(to) - bytes(from);
+    if (parent == head)
+        head->parent += moved;
+    else
+        (target(parent->left) == from ? parent->left : parent->right) += moved;
+    if (target(head->left) == from)
+        head->left += moved;
+    if (target(head->right) == from)
+        head->right += moved;
+    if (from->left != null)
+        target(from->left)->parent += moved;
+    if (from->right != null)
+        target(from->right)->parent += moved;
+    to->parent = from->parent - moved;
+    to->left = from->left == null ? null : from->left - moved;
+    to->right = from->right == null ? null : from->right - moved;
 }
 
 // Puts `block`, which takes over the node at `old_position` with a smaller size, where it belongs. The two may be one
@@ -172,7 +217,7 @@ void NYX_VALLOC::settle_shrunk(tree_iterator old_position, block_ctrl *block) {
     free_tree &tree = m_header.m_imultiset;
     if (old_position == tree.begin() || !(*block < *std::prev(old_position))) {
         if (&*old_position != block)
-            tree.replace_node(old_position, *block);
+            replace_free(&*old_position, block);
         return;
     }
     // A search from the old position would start between larger blocks on either side and end where this one does.
@@ -287,7 +332,7 @@ void NYX_VALLOC::give_back(block_ctrl *block) {
     m_header.m_allocated -= block_old_size;
 
     // Cleared although the block may vanish in its neighbour: a second deallocation is to be noticed.
-    block->m_allocated = 0;
+    set_bits(block, AllocatedBit, 0);
     block_ctrl *const next = next_block(block);
     const bool merge_prev = !block->m_prev_allocated;
     const bool merge_next = !next->m_allocated;
@@ -695,43 +740,27 @@ void NYX_VALLOC::post_load() {
 }
 
 NYX_VALLOC_TEMPLATE
-bool NYX_VALLOC::adopt_image(size_type image_size) {
-    const size_type first_offset = sizeof(*this) + SegmentManagerBytes;
-    if (image_size < MinSegmentBytes || m_header.m_zero != 0 || m_header.m_extra_hdr_bytes != SegmentManagerBytes ||
-        m_header.m_size != image_size || m_header.m_allocated > image_size - first_offset ||
-        std::any_of(std::begin(m_header.m_reserved), std::end(m_header.m_reserved),
-                    [](auto byte) { return byte != 0; }))
-        return false;
-    block_ctrl *const first = first_block();
-    if (first->m_prev_size != end_units_for(image_size) || !first->m_prev_allocated)
-        return false;
-    block_ctrl *const end = end_block();
-    if (end->m_size != first->m_prev_size || !end->m_allocated)
-        return false;
+void NYX_VALLOC::adopt_image(const NYX_IMAGE_WALK &walk) {
+    NYX_CHECK(walk.is_sound());
     std::vector<block_ctrl *> free_blocks;
-    size_type allocated_units = 0;
-    size_type left = end->m_size;
-    for (block_ctrl *block = first; block != end; block = next_block(block)) {
-        const size_type units = block->m_size;
-        // The rest is what a block more has to fit in, or nothing.
-        if (units < BlockCtrlUnits || units > left || (units < left && left - units < BlockCtrlUnits))
-            return false;
-        left -= units;
-        const block_ctrl *const next = next_block(block);
-        if (block->m_allocated != next->m_prev_allocated)
-            return false;
-        if (block->m_allocated) {
-            allocated_units += units;
-        } else {
-            if (!block->m_prev_allocated || next->m_prev_size != units)
-                return false;
-            free_blocks.push_back(block);
-        }
-    }
-    if (allocated_units * Alignment != m_header.m_allocated)
-        return false;
+    for (const size_type offset : walk.free_blocks())
+        free_blocks.push_back(reinterpret_cast<block_ctrl *>(base() + offset));
     fill_free_tree(free_blocks);
-    return true;
+    m_header.m_committed = m_header.m_size;
+    // A size is the distance to the next start, so that no block is read again. Free blocks are no one's.
+    auto free_block = walk.free_blocks().begin();
+    size_type start = 0;
+    const auto notify_up_to = [&](size_type next_start) {
+        if (free_block != walk.free_blocks().end() && *free_block + AllocatedCtrlBytes == start)
+            ++free_block;
+        else if (start != 0)
+            NYX_BAREBONES_NOTIFIER::notify_allocation(base() + start, next_start - start - PayloadPerAllocation,
+                                                      next_start - start - PayloadPerAllocation);
+        start = next_start;
+    };
+    walk.blocks().for_each(notify_up_to);
+    notify_up_to(walk.end() + AllocatedCtrlBytes);
+    poison_free_blocks();
 }
 
 NYX_VALLOC_TEMPLATE

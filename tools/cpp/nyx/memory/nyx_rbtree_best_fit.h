@@ -43,6 +43,8 @@
 #include <string>
 #include <vector>
 
+class NYX_IMAGE_WALK;
+
 namespace NYX::MEM_ALGO {
 
 /// Memory algorithm for boost::interprocess::segment_manager. Its address is the segment's address. Not thread-safe.
@@ -154,10 +156,9 @@ public:
     /// notifier of every allocated block. Ends the run on an image whose blocks contradict each other.
     void post_load();
 
-    /// What comes before post_load(): whether the `image_size` bytes that start at this object, which are committed,
-    /// can be a segment. False without a change if its blocks contradict each other or the control area. Else the free
-    /// ones are put in a new tree. O(blocks + free blocks * log free blocks).
-    bool adopt_image(size_type image_size);
+    /// The same for an image that has been walked and is sound, without reading its blocks again. The free ones are put
+    /// in a new tree. O(blocks + free blocks * log free blocks).
+    void adopt_image(const NYX_IMAGE_WALK &walk);
 
     /// Puts the free blocks in a tree whose shape depends on nothing but where they lie and how large they are.
     /// O(free blocks * log free blocks).
@@ -211,6 +212,10 @@ private:
         size_type m_prev_allocated : 1;
         size_type m_allocated : 1;
     };
+
+    // Of the second word.
+    static constexpr size_type PrevAllocatedBit = size_type(1) << 62;
+    static constexpr size_type AllocatedBit = size_type(1) << 63;
 
     // Embedded in the segment: the layout is the file's. In an allocated block the hook's 24 bytes are the user's.
     struct block_ctrl : size_holder, tree_hook {
@@ -281,6 +286,7 @@ private:
 
     void commit_span(const void *ptr);
     void commit_through(const block_ctrl *block_end);
+    static void set_bits(block_ctrl *block, size_type mask, size_type bits);
     static void mark_allocated(block_ctrl *block);
     static void mark_free(block_ctrl *block);
     void insert_free(block_ctrl *block);

@@ -53,20 +53,17 @@ NYX_SEGMENT::NYX_SEGMENT(const NYX_SEGMENT &other, std::size_t extra)
 NYX_SEGMENT::NYX_SEGMENT(FOR_IMAGE, std::size_t size, std::size_t image_size)
     : m_size(size)
     , m_data(NYX::VIRTUAL_MEMORY::reserve_and_commit(size, image_size))
-    , m_manager(nullptr) {}
+    , m_manager(nullptr)
+    , m_walk(std::make_unique<NYX_IMAGE_WALK>(m_data, image_size)) {}
 
 NYX_SEGMENT::~NYX_SEGMENT() {
     if (m_data != nullptr)
         NYX::VIRTUAL_MEMORY::release(m_data, m_size);
 }
 
-bool NYX_SEGMENT::attach_image(std::size_t image_size) {
-    auto *const manager = reinterpret_cast<NYX_SEGMENT_MANAGER *>(m_data);
-    if (!nyx_get_algorithm(manager)->adopt_image(image_size))
-        return false;
-    m_manager = manager;
-    algorithm().post_load();
-    return true;
+void NYX_SEGMENT::attach_image() {
+    m_manager = reinterpret_cast<NYX_SEGMENT_MANAGER *>(m_data);
+    algorithm().adopt_image(*m_walk);
 }
 
 void NYX_SEGMENT::grow_to_reservation() {

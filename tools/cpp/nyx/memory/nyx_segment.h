@@ -5,6 +5,7 @@
 /// The segment manager, the typed allocator of the containers that live in a segment, and a segment with its address
 /// range.
 
+#include "memory/nyx_image_walk.h"
 #include "memory/nyx_rbtree_best_fit.h"
 #include "memory/nyx_serialization.h"
 #include "nyx/nyx_api.h"
@@ -16,7 +17,9 @@
 
 #include <cstddef>
 #include <cstring>
+#include <memory>
 #include <type_traits>
+#include <utility>
 
 /// A segment's manager stands at the segment's start: image base, manager and allocator are one address.
 using NYX_SEGMENT_MANAGER =
@@ -164,10 +167,18 @@ public:
     NYX::MEM_ALGO::segment_algorithm &algorithm() { return *nyx_get_algorithm(m_manager); }
     const NYX::MEM_ALGO::segment_algorithm &algorithm() const { return *nyx_get_algorithm(m_manager); }
 
-    /// Makes the image of `image_size` bytes that now lies at data() this object's segment. False if it can't be one;
-    /// nothing was followed out of it then. Its free blocks are put in order anew, so nothing of the stored tree is
-    /// used. O(blocks).
-    bool attach_image(std::size_t image_size);
+    /// \name An image that is read
+    /// \{
+
+    /// The first `bytes` bytes of the image lie at data() now; more from call to call. False if it can't be a segment;
+    /// nothing is followed out of it.
+    bool check_image(std::size_t bytes) { return m_walk->advance(bytes); }
+    /// Makes the image, which has been checked in full, this object's segment. Its free blocks are put in order anew,
+    /// so nothing of the stored tree is used.
+    void attach_image();
+    /// Hands over where the blocks of the image are that are allocated.
+    NYX_BLOCK_MAP take_blocks() { return std::exchange(m_walk, nullptr)->take_allocated_blocks(); }
+    /// \}
 
     /// Lets the segment span the whole reservation, but for a rest that no block fits in.
     void grow_to_reservation();
@@ -187,6 +198,7 @@ private:
     std::size_t m_size;
     char *m_data;
     NYX_SEGMENT_MANAGER *m_manager;
+    std::unique_ptr<NYX_IMAGE_WALK> m_walk; ///< of an image only
 };
 
 #endif
