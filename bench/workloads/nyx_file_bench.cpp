@@ -153,9 +153,11 @@ void check_image(benchmark::State &state) {
             state.ResumeTiming();
             walk.advance(at);
         }
+        if (!walk.is_sound())
+            std::abort();
         NYX_BLOCK_MAP blocks = walk.take_allocated_blocks();
-        benchmark::DoNotOptimize(
-            nyx_find_sound_root(file.get_segment_manager(), std::move(blocks), NYX_DB_TYPE::USER, false));
+        if (!nyx_find_sound_root(file.get_segment_manager(), std::move(blocks), NYX_DB_TYPE::USER, false))
+            std::abort();
     }
     static_cast<void>(sink);
 }

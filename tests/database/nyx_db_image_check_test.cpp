@@ -203,11 +203,17 @@ TEST_F(ImageCheck, NamesAreTextsInBlocksOfTheirOwn) {
     expect_link_refused(&names.segment, "the segment manager");
 }
 
-// A text is ended by its block's last byte, or by the end block at last, so an open need not look for it in each.
+// A text that its block doesn't end is ended by the zero bytes of the next block's size, so an open need not look for a
+// NUL in each.
 TEST_F(ImageCheck, TextWithoutAnEndIsReadOnlyAsFarAsTheImage) {
     NYX_NAME_MANAGER &all = root_of(m_db)->names();
-    const NYX_NAME_ID id = all.find_id("net_499");
-    const char *const text = all.get_impl().id_reverse_lookup[id.get()].get();
+    NYX_NAME_ID id = NYX_NAME_ID::INVALID;
+    const char *text = nullptr; // the last one: behind it there is little, or a reservation that is not committed
+    for (unsigned i = 0; i < all.get_impl().id_reverse_lookup.size(); ++i)
+        if (const char *const at = all.get_impl().id_reverse_lookup[i].get(); at > text) {
+            id = NYX_NAME_ID(i);
+            text = at;
+        }
     const NYX_MANAGED_SERIALISED_FILE &file = *NYX_DB_IMPL::of(*m_db).m_file;
     std::string bytes = m_bytes;
     const std::size_t usable = file.get_segment_manager()->size(text);
@@ -219,7 +225,7 @@ TEST_F(ImageCheck, TextWithoutAnEndIsReadOnlyAsFarAsTheImage) {
         ASSERT_TRUE(root_of(db)->names().find_name(id, name));
         EXPECT_GE(name.size(), usable);
         EXPECT_EQ(name.substr(0, usable), std::string(usable, 'x'));
-        EXPECT_EQ(root_of(db)->names().find_id("net_499"), NYX_NAME_ID::INVALID);
+        EXPECT_EQ(root_of(db)->names().find_id(text), NYX_NAME_ID::INVALID);
         ASSERT_EQ(db->verify().size(), 1u);
         EXPECT_NE(db->verify()[0].find("is no text"), std::string::npos) << db->verify()[0];
         db->disable_commit_on_close();
@@ -237,6 +243,8 @@ TEST_F(ImageCheck, MapsAreFollowedOnlyWhereTheyLead) {
         expect_refused<std::uint64_t>(map + 32, wrong, "the number of elements");
     }
     expect_refused<std::uint32_t>(map + 40, 0, "the load");
+    for (const std::uint64_t wrong : {0ull, 2ull, ~0ull})
+        expect_refused<std::uint64_t>(map + 48, wrong, "the number of elements that they are for");
     expect_link_refused(map + 56, "the buckets");
     const char *const buckets = map + 56 + word_at<std::int64_t>(m_bytes, in_file(map + 56));
     expect_link_refused(buckets + 8 * names.id_namespace.bucket_count(), "the start of the list");

@@ -91,16 +91,55 @@ TEST_F(LoadedFile, RestThatHoldsNoBlockIsLeftOut) {
 }
 
 TEST_F(LoadedFile, EveryAllocatedBlockIsToldToTheNotifier) {
-    std::size_t blocks = 0;
-    nyx_get_algorithm(open_file(m_path)->get_segment_manager())->for_each_block([&](const auto &block) {
-        blocks += block.allocated;
-    });
-    RECORDING_LISTENER listener;
-    open_file_read_only(m_path);
-    EXPECT_EQ(listener.notices().size(), blocks);
+    for (const bool first_is_free : {false, true}) {
+        auto original = make_file();
+        NYX_SEGMENT_MANAGER *const manager = original->get_segment_manager();
+        std::vector<void *> blocks;
+        for (const std::size_t size : {10u, 200u, 30u, 5000u, 8u})
+            blocks.push_back(manager->allocate(size));
+        manager->deallocate(blocks[3]);
+        if (first_is_free)
+            manager->deallocate(blocks[0]);
+        original->commit_impl(m_path);
+        RECORDING_LISTENER listener;
+        const auto file = open_file_read_only(m_path);
+        std::vector<RECORDING_LISTENER::NOTICE> expected;
+        nyx_get_algorithm(file->get_segment_manager())->for_each_block([&](const auto &block) {
+            const std::size_t usable = block.units * 8 - 8;
+            if (block.allocated)
+                expected.push_back({RECORDING_LISTENER::NOTICE::ALLOCATED,
+                                    file->get_starting_address() + block.offset + 16, usable, usable});
+        });
+        EXPECT_GE(expected.size(), 4u);
+        EXPECT_EQ(listener.notices(), expected);
+    }
+}
+
+TEST_F(LoadedFile, AllOfTheImageCountsAsCommittedWhateverItSays) {
+    save(NYX_COMPRESSION::NONE);
+    for (const std::uint64_t committed : {std::uint64_t(0), ~std::uint64_t(0)}) {
+        write_file(m_path, with<std::uint64_t>(53 + 56, committed));
+        EXPECT_EQ(nyx_get_algorithm(open_file_read_only(m_path)->get_segment_manager())->get_committed(),
+                  header_of(m_path).data_size);
+    }
 }
 
 // ---- Headers that aren't right
+
+// What a few bytes claim takes no memory before it has been read, and the range goes back.
+TEST_F(LoadedFile, SizeThatTheFileDoesNotHaveTakesNothing) {
+    const std::uint64_t size = std::uint64_t(8) << 40;
+    std::string bytes = with<std::uint32_t>(25, 0xF0000000);
+    set_word(bytes, 29, size);
+    set_word(bytes, 37, size);
+    bytes.resize(bytes.size() + 16384);
+    write_file(m_path, bytes);
+    ASSERT_EQ(header_of(m_path).data_size, size);
+    ASSERT_EQ(header_of(m_path).default_size, size);
+    ASSERT_EQ(header_of(m_path).chunk_size, 0xF0000000u);
+    for (unsigned i = 0; i < 40; ++i)
+        ASSERT_EQ(thrown([&] { open_file_read_only(m_path); }), "corrupted") << "try " << i;
+}
 
 TEST_F(LoadedFile, WrongMagicIsCorrupted) {
     EXPECT_EQ(load(with<char>(3, '?')), "corrupted");

@@ -93,7 +93,7 @@ TEST(ImageWalk, SaysNoAsSoonAsItSeesAFault) {
     set_word(image, s_first_block + 80 + 8, 3); // fewer units than a block can have
     NYX_IMAGE_WALK walk(image.data(), image.size());
     EXPECT_TRUE(walk.advance(s_first_block + 80 + 15));
-    EXPECT_FALSE(walk.advance(s_first_block + 80 + 16 + 224));
+    EXPECT_FALSE(walk.advance(s_first_block + 80 + 16));
     set_word(image, s_first_block + 80 + 8, word(make_image(), s_first_block + 80 + 8));
     EXPECT_FALSE(walk.advance(image.size())) << "for good";
     EXPECT_FALSE(walk.is_sound());

@@ -170,6 +170,10 @@ private:
             count > m_reader.size() / 16)
             READER::fail("%s has %llu elements in %llu buckets", what, ull(count), ull(buckets));
         const std::uintptr_t first_bucket = READER::target(at + 56);
+        // As many elements as there are buckets, as long as there are any.
+        if (const auto most = static_cast<std::uint64_t>(READER::word(at + 48));
+            most != (first_bucket != 0 ? buckets : 0))
+            READER::fail("%s has room for %llu elements in %llu buckets", what, ull(most), ull(buckets));
         if (first_bucket == 0) {
             if (count != 0)
                 READER::fail("%s has elements and no buckets", what);
@@ -397,7 +401,8 @@ void NYX_DB_IMAGE_CHECKER::check_strings(const NYX_NAME_MANAGER_IMPL::STRINGS &s
         READER::fail("%s has %llu names", what, ull(count));
     for (std::uint64_t i = 0; i < count; ++i) {
         const std::uintptr_t address = READER::target(links + i * 8);
-        // Any block may be taken for a text: where it has no NUL, one of the end block's ends it.
+        // Any block may be taken for a text: where it has no NUL, the size of the next block ends it, whose high bytes
+        // are zero.
         if (m_faults != nullptr) {
             const std::size_t bytes = m_reader.usable(address);
             if (bytes == 0 || std::memchr(reinterpret_cast<const char *>(address), 0, bytes) == nullptr)
@@ -454,7 +459,7 @@ void NYX_DB_IMAGE_CHECKER::check_name_id(NYX_NAME_ID id, const char *what) {
         READER::fail("%s: there is no name %u", what, id.get());
 }
 
-// The values of rows: a map from rows to trees from names to values.
+// The values of rows: a map from rows to trees from names to values. The trees are looked at if there is time for that.
 template <class TABLE>
 void NYX_DB_IMAGE_CHECKER::check_properties(const TABLE &table) {
     const char *const what = TABLE::s_name;
@@ -463,6 +468,8 @@ void NYX_DB_IMAGE_CHECKER::check_properties(const TABLE &table) {
     check_map(table.m_properties, what, true, [&](const auto &element) {
         if (element.first.get() >= table.iter_limit())
             READER::fail("%s has properties of row %u of %u", what, element.first.get(), table.iter_limit());
+        if (m_faults == nullptr)
+            return;
         const char *const tree = reinterpret_cast<const char *>(&element.second);
         if (!m_reader.leads_to_manager(tree))
             READER::fail("%s: the properties of row %u have another allocator", what, element.first.get());
@@ -648,12 +655,12 @@ void NYX_DB_IMAGE_CHECKER::check_table(const void *link) {
         check_free_chunks(table.m_primary, num_allocated, what);
     TABLE::for_each_column(
         [&](const char *, auto column) { check_column(table.*column, address, table.m_primary.get_num_rows(), what); });
+    if constexpr (TABLE::s_has_properties)
+        check_properties(table);
     if (m_faults == nullptr)
         return;
     if constexpr (std::decay_t<decltype(table.m_primary)>::page_type::s_has_free_list)
         check_free_cells(const_cast<TABLE &>(table));
-    if constexpr (TABLE::s_has_properties)
-        check_properties(table);
 }
 
 void NYX_DB_IMAGE_CHECKER::check_tables(NYX_DB_PERSISTENT *root) {

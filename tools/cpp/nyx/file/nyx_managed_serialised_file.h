@@ -60,7 +60,7 @@ public:
     NYX_SEGMENT_MANAGER *get_segment_manager() const;
 
     /// Hands over where the allocated blocks are of the segment that has just been loaded, for whoever checks what is
-    /// in them.
+    /// in them. Once; ends the run for a segment that was not loaded.
     NYX_BLOCK_MAP take_blocks() { return m_segment->take_blocks(); }
 
     /// Bytes that the segment spans.

@@ -32,8 +32,6 @@ NYX_IMAGE_WALK::NYX_IMAGE_WALK(const char *image, std::size_t size)
     , m_next(s_first_block) {
     if (size < segment_algorithm::MinSegmentBytes)
         m_state = STATE::UNSOUND;
-    else
-        m_blocks.reserve(size);
 }
 
 std::uint64_t NYX_IMAGE_WALK::word(std::size_t offset) const {

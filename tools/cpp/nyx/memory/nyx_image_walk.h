@@ -12,12 +12,10 @@
 #include <utility>
 #include <vector>
 
-/// Where blocks start: a bit for each 8 bytes of a segment, set where the user's part of a block begins.
+/// Where blocks start: a bit for each 8 bytes of a segment, set where the user's part of a block begins. Grows with
+/// what is added: what an image says of its size may be anything.
 class NYX_BLOCK_MAP {
 public:
-    /// Makes room for the blocks of `bytes` bytes, so that it need not grow.
-    void reserve(std::size_t bytes) { m_words.reserve(bytes / 512 + 1); }
-
     /// Whether one starts at `offset`, which may be any number.
     bool has(std::size_t offset) const {
         return offset % 8 == 0 && offset / 512 < m_words.size() && (m_words[offset / 512] & bit(offset)) != 0;

@@ -53,8 +53,14 @@ NYX_SEGMENT::NYX_SEGMENT(const NYX_SEGMENT &other, std::size_t extra)
 NYX_SEGMENT::NYX_SEGMENT(FOR_IMAGE, std::size_t size, std::size_t image_size)
     : m_size(size)
     , m_data(NYX::VIRTUAL_MEMORY::reserve_and_commit(size, image_size))
-    , m_manager(nullptr)
-    , m_walk(std::make_unique<NYX_IMAGE_WALK>(m_data, image_size)) {}
+    , m_manager(nullptr) {
+    try {
+        m_walk = std::make_unique<NYX_IMAGE_WALK>(m_data, image_size);
+    } catch (...) {
+        NYX::VIRTUAL_MEMORY::release(m_data, m_size);
+        throw;
+    }
+}
 
 NYX_SEGMENT::~NYX_SEGMENT() {
     if (m_data != nullptr)

@@ -176,8 +176,11 @@ public:
     /// Makes the image, which has been checked in full, this object's segment. Its free blocks are put in order anew,
     /// so nothing of the stored tree is used.
     void attach_image();
-    /// Hands over where the blocks of the image are that are allocated.
-    NYX_BLOCK_MAP take_blocks() { return std::exchange(m_walk, nullptr)->take_allocated_blocks(); }
+    /// Hands over where the blocks of the image are that are allocated. Once.
+    NYX_BLOCK_MAP take_blocks() {
+        NYX_CHECK(m_walk != nullptr);
+        return std::exchange(m_walk, nullptr)->take_allocated_blocks();
+    }
     /// \}
 
     /// Lets the segment span the whole reservation, but for a rest that no block fits in.

@@ -63,12 +63,14 @@ static_assert(nyx_unmix_hash(nyx_mix_hash(0)) == 0 &&
               nyx_mix_hash(nyx_unmix_hash(0xfedcba9876543210)) == 0xfedcba9876543210);
 
 /// The mixed hash of a row. A walk over objects in their order goes over the buckets in theirs: ids that agree in all
-/// but their low bits do so here, 2^n ids from 0 on fill 2^n buckets evenly, and the shifts keep ids at regular
-/// distances from meeting in a few buckets.
+/// but their low bits do so here, and 2^n ids from 0 on fill 2^n buckets evenly. That holds for whatever is added to
+/// bits by those above them; the shifts and the product see to it that ids at regular distances, as the members of
+/// arrays have them, don't crowd a few buckets.
 constexpr std::uint64_t nyx_spread_row(std::uint32_t row) {
     row ^= row >> 3;
     row ^= row >> 8;
-    return row ^ (row >> 13);
+    row ^= row >> 13;
+    return row ^ (((row >> 6) * 0x9E3779B1u) >> 26);
 }
 
 /// Hash of the identifiers of rows.
@@ -178,7 +180,7 @@ void nyx_insert_stored(NYX_SEGMENT_UNORDERED_MAP<KEY, VALUE, HASH, EQUAL> &map, 
     char *const stored = reinterpret_cast<char *>(&map);
     const std::uint64_t count = load_word(stored + 32);
     char *const buckets = const_cast<char *>(follow_link(stored + 56));
-    if (buckets == nullptr || count == load_word(stored + 48)) {
+    if (buckets == nullptr || count >= load_word(stored + 48)) {
         map.emplace(key, value);
         return;
     }

@@ -95,16 +95,19 @@ void NYX_OBJECT_PROPERTIES::set(NYX_NAME_ID name_id, const NYX_PROPERTY_VALUE &v
         },
         value);
     try {
-        const auto [all, is_first] = m_map.try_emplace(m_id, &manager);
+        auto *all = const_cast<NYX_ROW_PROPERTIES *>(find_all());
+        const bool is_first = all == nullptr;
+        if (is_first)
+            all = &m_map.try_emplace(m_id, &manager).first->second;
         try {
-            const auto [at, is_new] = all->second.try_emplace(name_id, stored);
+            const auto [at, is_new] = all->try_emplace(name_id, stored);
             if (!is_new) {
                 free_block(manager, at->second);
                 at->second = stored;
             }
         } catch (...) {
             if (is_first)
-                m_map.erase(all);
+                m_map.erase(m_id);
             throw;
         }
     } catch (...) {
@@ -115,14 +118,14 @@ void NYX_OBJECT_PROPERTIES::set(NYX_NAME_ID name_id, const NYX_PROPERTY_VALUE &v
 
 void NYX_OBJECT_PROPERTIES::remove(const std::string &name) {
     const NYX_NAME_ID name_id = m_root->names().find_id(name.c_str());
-    if (name_id == NYX_NAME_ID::INVALID || find_all() == nullptr)
+    auto *const all = const_cast<NYX_ROW_PROPERTIES *>(find_all());
+    if (name_id == NYX_NAME_ID::INVALID || all == nullptr)
         return;
-    const auto all = m_map.find(m_id);
-    const auto found = all->second.find(name_id);
-    if (found == all->second.end())
+    const auto found = all->find(name_id);
+    if (found == all->end())
         return;
     free_block(*m_root->get_segment_manager(), found->second);
-    all->second.erase(found);
+    all->erase(found);
 }
 
 void NYX_OBJECT_PROPERTIES::clear() {
