@@ -19,7 +19,10 @@ std::vector<char> make_image() {
     const auto blocks = segment.allocate_all({10, 20, 30, 40, 5, 6});
     segment->deallocate(blocks[1]);
     segment->deallocate(blocks[4]);
-    return {segment.base(), segment.base() + segment->get_size()};
+    segment->unpoison_free_blocks();
+    std::vector<char> image(segment.base(), segment.base() + segment->get_size());
+    segment->poison_free_blocks();
+    return image;
 }
 
 std::uint64_t word(const std::vector<char> &image, std::size_t offset) {
