@@ -121,8 +121,7 @@ std::vector<TOKEN> split(std::string_view text) {
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-    static SILENT_SINK s_silent;
-    NYX_REPORT::set_sink(&s_silent);
+    NYX_REPORT::set_sink(std::make_shared<SILENT_SINK>());
     std::string name = (fs::temp_directory_path() / "nyx_yosys_json_fuzz_XXXXXX").string();
     if (::mkdtemp(name.data()) == nullptr)
         std::abort();

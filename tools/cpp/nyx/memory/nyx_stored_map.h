@@ -133,17 +133,21 @@ nyx_find_stored(const NYX_SEGMENT_UNORDERED_MAP<KEY, VALUE, HASH, EQUAL> &map, s
     if (left == 0)
         return nullptr;
     const std::uint64_t bucket = mixed_hash & (load_word(stored + 24) - 1);
+    // In numbers, for distances are negative as often as not, and unsound ones lead anywhere.
+    const auto move = [](const char *at, std::uint64_t distance) {
+        return reinterpret_cast<const char *>(reinterpret_cast<std::uintptr_t>(at) + distance);
+    };
     // Goes on from a link to the node that it leads to.
-    const auto follow = [&links](const char *&at) {
+    const auto follow = [&links, &move](const char *&at) {
         const std::uint64_t distance = load_word(at);
-        at = reinterpret_cast<const char *>(reinterpret_cast<std::uintptr_t>(at) + distance);
+        at = move(at, distance);
         if constexpr (is_sound)
             return distance != 1;
         else
             return distance != 1 && links.contains(at, next_link + 16);
     };
     // Where there are elements there are buckets. The bucket leads to the node in front of its first one.
-    const char *node = stored + 56 + load_word(stored + 56) + bucket * 8;
+    const char *node = move(stored + 56, load_word(stored + 56) + bucket * 8);
     if (!follow(node))
         return nullptr;
     const auto is_in_bucket = [&] { return (load_word(node + next_link + 8) ^ bucket) << 1 == 0; };
