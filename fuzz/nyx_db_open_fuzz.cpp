@@ -10,6 +10,7 @@
 #include "netlist/nyx_net_table.h"
 #include "nyx/nyx.h"
 #include "nyx_report/nyx_report_exception.h"
+#include "silent_sink.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -24,11 +25,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-class SILENT_SINK final : public NYX_REPORT::SINK {
-public:
-    void write(NYX_REPORT::SEVERITY, std::string_view) override {}
-};
 
 // A saved image, with the places in it that a change is worth.
 struct BASE {

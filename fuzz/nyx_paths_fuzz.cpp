@@ -2,7 +2,8 @@
 // temporary one that holds nothing else, so an INCLUDE leads back to the input or nowhere.
 #include "database/nyx_db_group.h"
 #include "database/nyx_db_paths.h"
-#include "nyx_report/nyx_report.h"
+#include "silent_sink.h"
+#include "support/temp_dir.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -13,31 +14,6 @@
 #include <string>
 
 namespace {
-
-class SILENT_SINK final : public NYX_REPORT::SINK {
-public:
-    void write(NYX_REPORT::SEVERITY, std::string_view) override {}
-};
-
-// Made for one input: the fuzzer's process ends without destructors.
-class BASE_DIR {
-public:
-    BASE_DIR() {
-        std::string name = (std::filesystem::temp_directory_path() / "nyx_paths_fuzz_XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr)
-            std::abort();
-        m_path = name;
-        std::filesystem::create_directory(m_path / "sub");
-    }
-    ~BASE_DIR() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    const std::filesystem::path &path() const { return m_path; }
-
-private:
-    std::filesystem::path m_path;
-};
 
 void require(bool holds) {
     if (!holds)
@@ -68,7 +44,8 @@ void read_as_stream(const std::string &text) {
 }
 
 void read_as_file(const std::string &text) {
-    const BASE_DIR base_dir;
+    const TEMP_DIR base_dir; // for one input: the process ends without destructors
+    std::filesystem::create_directory(base_dir / "sub");
     const std::filesystem::path self = base_dir.path() / "self";
     std::ofstream(self, std::ios::binary) << text;
     NYX_DB_GROUP group("fuzz");

@@ -6,7 +6,8 @@
 #include "io/nyx_yosys_importer.h"
 #include "io/nyx_yosys_writer.h"
 #include "nyx/nyx.h"
-#include "nyx_report/nyx_report.h"
+#include "silent_sink.h"
+#include "support/temp_dir.h"
 
 #include <boost/interprocess/exceptions.hpp>
 
@@ -14,7 +15,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -27,23 +27,14 @@ extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t *data, std::size_t size, st
 
 namespace {
 
-namespace fs = std::filesystem;
-
-class SILENT_SINK final : public NYX_REPORT::SINK {
-public:
-    void write(NYX_REPORT::SEVERITY, std::string_view) override {}
-};
-
-std::string s_folder;
-
 struct CLOSE {
     void operator()(NYX_DB *db) const { db->close(); }
 };
 using DB = std::unique_ptr<NYX_DB, CLOSE>;
 
 // Null for a text that is refused, or that has no room.
-DB import(const std::string &text) {
-    const std::string path = s_folder + "/in.json";
+DB import(const TEMP_DIR &folder, const std::string &text) {
+    const std::string path = folder / "in.json";
     std::ofstream(path, std::ios::binary) << text;
     try {
         NYX_TEXT_INPUT input(path);
@@ -59,8 +50,8 @@ DB import(const std::string &text) {
 }
 
 template <class WRITER>
-std::string write(NYX_DB *db, WRITER &&writer) {
-    const std::string path = s_folder + "/out";
+std::string write(const TEMP_DIR &folder, NYX_DB *db, WRITER &&writer) {
+    const std::string path = folder / "out";
     NYX_TEXT_OUTPUT output(path);
     writer(db, output, nullptr);
     output.finish();
@@ -122,14 +113,6 @@ std::vector<TOKEN> split(std::string_view text) {
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
     NYX_REPORT::set_sink(std::make_shared<SILENT_SINK>());
-    std::string name = (fs::temp_directory_path() / "nyx_yosys_json_fuzz_XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr)
-        std::abort();
-    s_folder = name;
-    std::atexit([] {
-        std::error_code ignored;
-        fs::remove_all(s_folder, ignored);
-    });
     return 0;
 }
 
@@ -166,13 +149,14 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t *data, std::size_t s
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    const DB db = import(std::string(reinterpret_cast<const char *>(data), size));
+    const TEMP_DIR folder; // for one input: the process ends without destructors
+    const DB db = import(folder, std::string(reinterpret_cast<const char *>(data), size));
     if (!db)
         return 0;
     if (const auto faults = db->verify(); !faults.empty())
         fail(faults.front().c_str());
-    write(db.get(), nyx_write_verilog);
-    const DB again = import(write(db.get(), nyx_write_yosys_json));
+    write(folder, db.get(), nyx_write_verilog);
+    const DB again = import(folder, write(folder, db.get(), nyx_write_yosys_json));
     if (!again)
         fail("the export can't be imported");
     if (count(again.get()) != count(db.get()))
