@@ -2,6 +2,7 @@
 #include "database/nyx_db_image_check.h"
 #include "database_test_support.h"
 #include "file/file_test_support.h"
+#include "memory/segment_image.h"
 #include "names/nyx_name_mgr_impl.h"
 #include "netlist/nyx_instance_table.h"
 #include "netlist/nyx_interface_table.h"
@@ -9,6 +10,7 @@
 #include "netlist/nyx_net_bus_table.h"
 #include "netlist/nyx_net_table.h"
 #include "netlist/nyx_port_table.h"
+#include "traits/nyx_byte1_trait_table.h"
 #include "traits/nyx_byte4_trait_table.h"
 #include "traits/nyx_byte8_trait_table.h"
 
@@ -112,6 +114,74 @@ TEST_F(ImageCheck, EveryLinkOfTheRootIsCompared) {
     const auto *const words = reinterpret_cast<const std::int64_t *>(root_of(m_db));
     for (int i = 0; i < 18; ++i)
         expect_link_refused(words + i, ("link " + std::to_string(i)).c_str());
+}
+
+// The values of a trait: packed ones of a few nets, and one for each port of a run.
+class ValuesCheck : public ImageCheck {
+protected:
+    void SetUp() override {
+        ImageCheck::SetUp();
+        auto *const weight = NYX_NET::create_int_trait(m_db, "weight", 0, "", "", "");
+        auto *const flag = NYX_NET::create_bool_trait(m_db, "flag", false, "", "", "");
+        int i = 0;
+        for (NYX_NET *const net : m_db->find_local_module("first")->iter_nets()) {
+            net->set_value(flag, true);
+            if (++i % 50 == 0)
+                net->set_value(weight, i);
+        }
+        m_packed = reinterpret_cast<const char *>(
+            &weight->NYX_BYTE4_TRAIT::get_impl()->m_trait_lookup_ptr->map(NYX_TRAIT_OBJ_TYPE::NET_SPARSE));
+        m_placed = reinterpret_cast<const char *>(
+            &flag->NYX_BYTE1_TRAIT::get_impl()->m_trait_lookup_ptr->map(NYX_TRAIT_OBJ_TYPE::NET_SPARSE));
+        NYX_DB_IMPL::of(*m_db).m_file->commit_impl(m_path, NYX_COMPRESSION::NONE, 0, 1, {});
+        m_bytes = read_file(m_path);
+        ASSERT_EQ(open(m_bytes), "nothing");
+    }
+    static const char *follow(const char *link) { return link + stored<std::int64_t>(link, 0); }
+    static const char *leaf_of(const char *map) { return follow(follow(map + 8)); }
+
+    const char *m_packed = nullptr;
+    const char *m_placed = nullptr;
+};
+
+TEST_F(ValuesCheck, MapsLeadToTheirOwnDirectoriesAndLeaves) {
+    for (const char *const map : {m_packed, m_placed}) {
+        expect_link_refused(map, "the allocator");
+        expect_link_refused(map + 8, "the directory");
+        expect_link_refused(follow(map + 8), "the leaf");
+        for (const std::uint32_t wrong : {0u, 1000u, 1u << 22, (1u << 22) + 1, ~0u})
+            expect_refused(map + 16, wrong, "the directory's size");
+        for (const std::uint32_t wrong :
+             {0u, stored<std::uint32_t>(map, 20) + 1, stored<std::uint32_t>(map, 20) - 1, ~0u})
+            expect_refused(map + 20, wrong, "the number of values");
+    }
+    expect_refused(follow(m_packed + 8), follow(follow(m_placed + 8)) - follow(m_packed + 8), "another map's leaf");
+    // The map of another kind of objects has neither.
+    expect_refused<std::int64_t>(m_packed + 24 + 8, 4096, "the directory of no leaves");
+}
+
+TEST_F(ValuesCheck, LeavesCountTheirValues) {
+    for (const char *const map : {m_packed, m_placed}) {
+        const char *const leaf = leaf_of(map);
+        for (unsigned word = 0; word < 16; ++word) {
+            expect_refused(leaf + word * 8, stored<std::uint64_t>(leaf, word * 8) ^ 16, "the rows");
+            expect_refused(leaf + 128 + word * 2, std::uint16_t(stored<std::uint16_t>(leaf, 128 + word * 2) + 1),
+                           "the values in front of a word");
+        }
+        const auto size = stored<std::uint16_t>(leaf, 160);
+        for (const int wrong : {0, size - 1, size + 1, 65535})
+            expect_refused(leaf + 160, std::uint16_t(wrong), "the number of values");
+    }
+}
+
+TEST_F(ValuesCheck, LeavesHaveTheRoomThatTheyTellOf) {
+    ASSERT_EQ(stored<std::uint16_t>(leaf_of(m_packed), 162), 8u);
+    ASSERT_EQ(stored<std::uint16_t>(leaf_of(m_placed), 162), 1024u);
+    // A block may be a few words longer than what it is for, so twice the room may be there.
+    for (const int wrong : {0, 2, 4, 7, 32, 512, 1024, 65535})
+        expect_refused(leaf_of(m_packed) + 162, std::uint16_t(wrong), "the room of packed values");
+    for (const int wrong : {0, 2, 4, 256, 512, 2048, 65535})
+        expect_refused(leaf_of(m_placed) + 162, std::uint16_t(wrong), "the room of a value for each row");
 }
 
 TEST_F(ImageCheck, ListsWithoutRoomHaveNoPlace) {
@@ -416,29 +486,30 @@ TEST(Verify, ValueOfATraitThatCanNotBeIsTold) {
     EXPECT_EQ(db->verify(), TEXTS());
     constexpr auto kind = NYX_TRAIT_OBJ_TYPE::NET_SPARSE;
     auto &texts = text->get_impl()->m_trait_lookup_ptr->map(kind);
-    auto &blocks = notes->get_impl()->m_trait_lookup_ptr->map(kind);
+    int &stored_text = *texts.find(0);
+    long long &stored_distance = *notes->get_impl()->m_trait_lookup_ptr->map(kind).find(0);
     const auto expect_fault = [&](const std::string &expected) { EXPECT_EQ(db->verify(), TEXTS{expected}); };
 
-    const int sound_text = std::exchange(texts.begin()->second, 1 << 30);
+    const int sound_text = std::exchange(stored_text, 1 << 30);
     expect_fault("a trait: there is no name 1073741824");
-    texts.begin()->second = text->get_impl()->m_trait_lookup_ptr->m_default_value;
+    stored_text = text->get_impl()->m_trait_lookup_ptr->m_default_value;
     expect_fault("a trait keeps its default for object 0");
-    texts.begin()->second = sound_text;
+    stored_text = sound_text;
 
-    const long long distance = blocks.begin()->second;
+    const long long distance = stored_distance;
     for (const long long wrong : {distance + 8, distance + 1, -distance, 1ll << 40, 0ll}) {
-        blocks.begin()->second = wrong;
+        stored_distance = wrong;
         EXPECT_EQ(db->verify().size(), 1u) << wrong;
     }
-    blocks.begin()->second = distance;
+    stored_distance = distance;
     auto &size = *reinterpret_cast<std::uint32_t *>(reinterpret_cast<char *>(notes->get_impl()) + distance);
     size = 100000;
     EXPECT_EQ(db->verify().size(), 1u);
     size = 3;
 
-    texts.emplace(NYX_ANY_ID(5), sound_text);
+    texts.insert_or_assign(5, sound_text);
     expect_fault("a trait has a value of object 5 of 1");
-    texts.erase(NYX_ANY_ID(5));
+    texts.erase(5);
     EXPECT_EQ(db->verify(), TEXTS());
 }
 

@@ -148,7 +148,8 @@ private:
 /// Takes all of a segment but one free block of `left` bytes (a multiple of 8, and 0 or from 32 on) for its lifetime.
 class JUNK {
 public:
-    JUNK(NYX_SEGMENT &segment, std::size_t left) : m_algorithm(segment.algorithm()) {
+    JUNK(NYX_SEGMENT &segment, std::size_t left) : JUNK(segment.algorithm(), left) {}
+    JUNK(NYX::MEM_ALGO::segment_algorithm &algorithm, std::size_t left) : m_algorithm(algorithm) {
         void *const gap = left == 0 ? nullptr : m_algorithm.allocate(left);
         for (std::size_t size = std::size_t(1) << 30; size > 0; size /= 2)
             while (void *const block = m_algorithm.allocate(size))

@@ -2,6 +2,7 @@
 
 #include "netlist_test_support.h"
 
+#include "memory/segment_image.h"
 #include "netlist/nyx_chain.h"
 
 #include <random>
@@ -368,6 +369,52 @@ TEST_F(ModulePorts, StayAsTheyAreWhenADatabaseIsFull) {
         expect_sound(db);
     }
     EXPECT_GT(failures, 1);
+}
+
+// The values of traits go to rows a thousand further, which have had none: all room is taken before the first one
+// moves.
+TEST_F(ModulePorts, KeepTheValuesOfTraitsWhenADatabaseIsFull) {
+    constexpr unsigned num_ports = 40;
+    const auto value_of = [](unsigned index) { return index % 3 == 0 ? static_cast<int>(index) + 1 : 0; };
+    unsigned failures = 0;
+    for (std::size_t left = 0;; left += 64) {
+        SCOPED_DB full("full");
+        NYX_MODULE *const user = NYX_MODULE::allocate(full, "user", 0);
+        NYX_MODULE *const leaf = NYX_MODULE::allocate(full, "leaf", num_ports);
+        for (unsigned i = 0; i < num_ports; ++i)
+            NYX_PORT::allocate(leaf, "p" + std::to_string(i), i);
+        NYX_MODULE *const large = NYX_MODULE::allocate(full, "large", 1100);
+        NYX_INSTANCE *const u = NYX_INSTANCE::allocate(user, "u", leaf);
+        NYX_INSTANCE *const v = NYX_INSTANCE::allocate(user, "v", leaf);
+        NYX_INSTANCE::allocate(user, "w", large);
+        NYX_INT_TRAIT *const of_ports = NYX_PORT::create_int_trait(full, "t", 0, "", "", "");
+        NYX_INT_TRAIT *const of_inst_ports = NYX_INST_PORT::create_int_trait(full, "t", 0, "", "", "");
+        for (unsigned i = 0; i < num_ports; ++i) {
+            leaf->get_port_by_index(i)->set_value(of_ports, value_of(i));
+            for (NYX_INSTANCE *const instance : {u, v})
+                instance->get_inst_port_by_index(i)->set_value(of_inst_ports, value_of(i));
+        }
+        bool done = false;
+        {
+            const JUNK junk(*nyx_get_algorithm(root_of(full)->get_segment_manager()), left == 0 ? 0 : left + 32);
+            try {
+                leaf->increase_num_ports(1);
+                done = true;
+            } catch (const boost::interprocess::bad_alloc &) {
+                ++failures;
+            }
+        }
+        EXPECT_EQ(leaf->get_num_ports(), num_ports + (done ? 1 : 0));
+        for (unsigned i = 0; i < num_ports; ++i) {
+            ASSERT_EQ(leaf->get_port_by_index(i)->get_value(of_ports), value_of(i)) << left;
+            for (NYX_INSTANCE *const instance : {u, v})
+                ASSERT_EQ(instance->get_inst_port_by_index(i)->get_value(of_inst_ports), value_of(i)) << left;
+        }
+        expect_sound(full);
+        if (done)
+            break;
+    }
+    EXPECT_GT(failures, 4u);
 }
 
 // ---- Many changes

@@ -127,7 +127,7 @@ public:
     /// \}
 
     /// \name Reading
-    /// The value of this object, which is the trait's default if none was set. One hash probe, and nothing is written.
+    /// The value of this object, which is the trait's default if none was set. A few loads, and nothing is written.
     ///
     /// The trait may be one of another database: the trait of this object's database that corresponds to it, by name,
     /// internal name and type of the values, is read then, and the default of `trait` given if there is none. That

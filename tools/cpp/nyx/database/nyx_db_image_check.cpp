@@ -235,6 +235,50 @@ private:
             READER::fail("%s has %llu buckets in use of %llu", what, ull(num_groups), ull(num_used));
     }
 
+    // A map of rows: its directory, and each leaf's marks and counts. What the values mean is the caller's.
+    template <class VALUE>
+    void check_values(const NYX_ROW_MAP<VALUE> &map, const char *what) {
+        const char *const at = reinterpret_cast<const char *>(&map);
+        const std::uint64_t num_leaves = half_word(at + 16);
+        if (!m_reader.leads_to_manager(at))
+            READER::fail("%s have another allocator", what);
+        if (num_leaves > s_max_rows / s_nyx_leaf_rows + 1)
+            READER::fail("%s have a directory for %llu leaves", what, ull(num_leaves));
+        std::uint64_t size = 0;
+        if (num_leaves == 0) {
+            if (READER::target(at + 8) != 0)
+                READER::fail("%s have no leaves, but a directory", what);
+        } else {
+            const char *const directory = m_reader.claim(READER::target(at + 8), num_leaves * 8, what);
+            for (std::uint64_t i = 0; i < num_leaves; ++i)
+                if (const std::uintptr_t leaf = READER::fast_target(directory + i * 8))
+                    size += check_leaf<VALUE>(leaf, what);
+        }
+        if (size != map.size())
+            READER::fail("%s are %llu, not %u", what, ull(size), map.size());
+    }
+
+    // The number of values in a leaf.
+    template <class VALUE>
+    unsigned check_leaf(std::uintptr_t address, const char *what) {
+        const std::size_t usable = m_reader.usable(address);
+        const auto &leaf = *reinterpret_cast<const NYX_ROW_LEAF *>(m_reader.claim(address, sizeof(NYX_ROW_LEAF), what));
+        if (!NYX_ROW_MAP<VALUE>::is_capacity(leaf.m_capacity) ||
+            usable < NYX_ROW_MAP<VALUE>::leaf_bytes(leaf.m_capacity))
+            READER::fail("%s: a leaf has room for %u in a block of %zu bytes", what, leaf.m_capacity, usable);
+        unsigned size = 0;
+        for (unsigned word = 0; word < leaf.m_is_set.size(); ++word) {
+            if (leaf.m_num_before[word] != (leaf.is_packed() ? size : 0))
+                READER::fail("%s: a leaf counts %u values in front of word %u, where there are %u", what,
+                             leaf.m_num_before[word], word, size);
+            size += nyx_count_bits(leaf.m_is_set[word]);
+        }
+        if (leaf.m_size != size || size > leaf.m_capacity)
+            READER::fail("%s: a leaf has %u values, counts %u, and has room for %u", what, size, leaf.m_size,
+                         leaf.m_capacity);
+        return size;
+    }
+
     // One of the root's maps, whose values are identifiers of rows.
     template <class MAP>
     void check_row_map(const MAP &map, std::uint64_t limit, const char *what) {
@@ -290,16 +334,17 @@ private:
             check_trait_value(row, values.m_default_value);
         for (unsigned kind = 0; kind < LOOKUP::s_num_kinds; ++kind) {
             const std::uint64_t limit = in_depth ? num_objects(root, NYX_TRAIT_OBJ_TYPE(kind)) : 0;
-            check_map(values.map(NYX_TRAIT_OBJ_TYPE(kind)), what, true,
-                      [&](const typename LOOKUP::MAP::value_type &element) {
-                          if (!in_depth)
-                              return;
-                          if (element.first.get() >= limit)
-                              READER::fail("a trait has a value of object %u of %llu", element.first.get(), ull(limit));
-                          if (element.second == values.m_default_value)
-                              READER::fail("a trait keeps its default for object %u", element.first.get());
-                          check_trait_value(row, element.second);
-                      });
+            const typename LOOKUP::MAP &map = values.map(NYX_TRAIT_OBJ_TYPE(kind));
+            check_values(map, what);
+            if (!in_depth)
+                continue;
+            map.for_each([&](unsigned object, auto value) {
+                if (object >= limit)
+                    READER::fail("a trait has a value of object %u of %llu", object, ull(limit));
+                if (value == values.m_default_value)
+                    READER::fail("a trait keeps its default for object %u", object);
+                check_trait_value(row, value);
+            });
         }
     }
 

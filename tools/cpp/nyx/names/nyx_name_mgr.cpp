@@ -174,12 +174,6 @@ void NYX_NAME_MANAGER_IMPL::clear() {
     free_strings(segment.get(), bus_id_reverse_lookup);
 }
 
-const char *NYX_NAME_MANAGER_IMPL::find_string(NYX_NAME_ID id) const {
-    const STRINGS &strings = is_bus_bit_id(id) ? bus_id_reverse_lookup : id_reverse_lookup;
-    const unsigned index = is_bus_bit_id(id) ? unsigned(id.fields.bus.name_index) : id.get();
-    return index < strings.size() ? strings[index].get() : nullptr;
-}
-
 NYX_NAME_MANAGER::NYX_NAME_MANAGER(NYX_SEGMENT_MANAGER *segment_manager)
     : m_impl(nyx_clear_object_padding(segment_manager->construct<NYX_NAME_MANAGER_IMPL>(
           boost::interprocess::anonymous_instance)(segment_manager))) {}
@@ -225,7 +219,7 @@ bool NYX_NAME_MANAGER::find_name(NYX_NAME_ID id, std::string &name) const {
         name.clear();
         return false;
     }
-    const char *const string = m_impl->find_string(id);
+    const char *const string = get_impl().find_string(id);
     if (string == nullptr)
         return false;
     name = string;

@@ -84,8 +84,8 @@ public:
     static void operator delete(NYX_NAME_MANAGER *manager, std::destroying_delete_t);
 
     /// \internal For statistics, checks and tests.
-    NYX_NAME_MANAGER_IMPL &get_impl() { return *m_impl; }
-    const NYX_NAME_MANAGER_IMPL &get_impl() const { return *m_impl; }
+    NYX_NAME_MANAGER_IMPL &get_impl() { return *nyx_get_not_null(m_impl); }
+    const NYX_NAME_MANAGER_IMPL &get_impl() const { return *nyx_get_not_null(m_impl); }
 
 private:
     NYX_OFFSET_PTR<NYX_NAME_MANAGER_IMPL> m_impl;

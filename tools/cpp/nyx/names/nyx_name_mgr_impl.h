@@ -47,8 +47,14 @@ struct NYX_NAME_MANAGER_IMPL {
 
     void clear();
 
-    /// The namespace and the string of an identifier; null if the identifier is beyond the table.
-    const char *find_string(NYX_NAME_ID id) const;
+    /// The string of an identifier, the base of a bus-bit name for one of those; null if the identifier is beyond the
+    /// table.
+    const char *find_string(NYX_NAME_ID id) const {
+        const bool is_bus = id.fields.bus.is_bus;
+        const STRINGS &strings = is_bus ? bus_id_reverse_lookup : id_reverse_lookup;
+        const unsigned index = is_bus ? unsigned(id.fields.bus.name_index) : id.get();
+        return index < strings.size() ? strings[index].get() : nullptr;
+    }
 
     STRINGS id_reverse_lookup;
     NAMESPACE id_namespace;

@@ -177,10 +177,21 @@ NYX_INST_PORT_ID NYX_INSTANCE::reserve_run(unsigned int new_size, const ROW_MAP 
         fits = row_map[i] >= i && row_map[i] >= lowest;
         lowest = row_map[i] + 1;
     }
-    if (fits)
-        return first;
-    NYX_INST_PORT_TABLE &table = nyx_get_persistent(this)->table<NYX_INST_PORT>();
-    return NYX_INST_PORT_TABLE::get_id(table.allocate(new_size));
+    NYX_DB_PERSISTENT *const root = nyx_get_persistent(this);
+    NYX_INST_PORT_TABLE &table = root->table<NYX_INST_PORT>();
+    const NYX_INST_PORT_ID new_first = fits ? first : NYX_INST_PORT_TABLE::get_id(table.allocate(new_size));
+    try {
+        std::vector<std::pair<NYX_ANY_ID, NYX_ANY_ID>> moves;
+        for (unsigned i = 0; i < row_map.size(); ++i)
+            if (row_map[i] != NO_ROW && (!fits || row_map[i] != i))
+                moves.emplace_back(first.get() + row_map[i], new_first.get() + i);
+        nyx_make_room_for_traits<NYX_INST_PORT>(root, moves);
+    } catch (...) {
+        if (!fits)
+            nyx_release_run(table, new_first, new_size);
+        throw;
+    }
+    return new_first;
 }
 
 void NYX_INSTANCE::deallocate_left_out(const ROW_MAP &row_map) {

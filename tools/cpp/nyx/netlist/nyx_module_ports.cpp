@@ -62,10 +62,15 @@ public:
     // Does what can fail. Nothing has changed when it throws.
     void reserve() {
         find_bus_members();
-        if (m_new_size <= m_old_size)
-            return;
-        m_new_first = NYX_PORT_TABLE::get_id(m_table.allocate(m_new_size));
-        m_is_reserved = true;
+        if (m_new_size > m_old_size) {
+            m_new_first = NYX_PORT_TABLE::get_id(m_table.allocate(m_new_size));
+            m_is_reserved = true;
+        }
+        std::vector<std::pair<NYX_ANY_ID, NYX_ANY_ID>> moves;
+        for (unsigned i = 0; i < m_new_to_old.size(); ++i)
+            if (old_row(m_new_to_old[i]) != new_row(i))
+                moves.emplace_back(m_old_first.get() + m_new_to_old[i], m_new_first.get() + i);
+        nyx_make_room_for_traits<NYX_PORT>(nyx_get_persistent(m_module), moves);
     }
 
     // To be called once, after reserve().

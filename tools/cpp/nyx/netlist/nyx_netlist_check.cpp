@@ -321,14 +321,14 @@ private:
     void check_own_interfaces(const char *kind, NYX_TRAIT_OBJ_TYPE type, INTERFACE_OF &listed) {
         if (const NYX_BYTE4_TRAIT *const trait =
                 m_persistent.find_byte4_trait(std::string("interface_id") + NYX_INTERNAL_SUFFIX, type)) {
-            for (const auto &[member, interface] : trait->get_impl()->m_trait_lookup_ptr->map(type)) {
-                const auto found = listed.find(member.get());
+            trait->get_impl()->m_trait_lookup_ptr->map(type).for_each([&](unsigned member, int interface) {
+                const auto found = listed.find(member);
                 if (found == listed.end() || found->second.get() != static_cast<unsigned>(interface))
                     fault(kind, " ", member, " says that it is in interface ", static_cast<unsigned>(interface),
                           ", which does not list it");
                 else
                     listed.erase(found);
-            }
+            });
         }
         for (const auto &[member, interface] : listed)
             fault(kind, " ", member, " is in the list of interface ", interface, ", but does not say so");

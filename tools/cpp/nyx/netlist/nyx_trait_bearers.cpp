@@ -63,7 +63,7 @@ bool NYX_TRAIT_BEARER<T>::trait_is_empty(NYX_BOOL_TRAIT *trait) {
 }
 template <class T>
 bool NYX_TRAIT_BEARER<T>::get_value(const NYX_BOOL_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_BOOL_TRAIT>::get(nyx_bearer_class<T>, trait, nyx_bearer(static_cast<const T *>(this)));
+    return nyx_get_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 void NYX_TRAIT_BEARER<T>::set_value(NYX_BOOL_TRAIT *trait, bool value) {
@@ -71,8 +71,7 @@ void NYX_TRAIT_BEARER<T>::set_value(NYX_BOOL_TRAIT *trait, bool value) {
 }
 template <class T>
 bool NYX_TRAIT_BEARER<T>::is_default_value(const NYX_BOOL_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_BOOL_TRAIT>::is_default(nyx_bearer_class<T>, trait,
-                                                      nyx_bearer(static_cast<const T *>(this)));
+    return nyx_is_default_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 std::string NYX_TRAIT_BEARER<T>::convert_value_to_str(const NYX_BOOL_TRAIT *trait) const {
@@ -103,7 +102,7 @@ bool NYX_TRAIT_BEARER<T>::trait_is_empty(NYX_INT_TRAIT *trait) {
 }
 template <class T>
 int NYX_TRAIT_BEARER<T>::get_value(const NYX_INT_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_INT_TRAIT>::get(nyx_bearer_class<T>, trait, nyx_bearer(static_cast<const T *>(this)));
+    return nyx_get_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 void NYX_TRAIT_BEARER<T>::set_value(NYX_INT_TRAIT *trait, int value) {
@@ -111,8 +110,7 @@ void NYX_TRAIT_BEARER<T>::set_value(NYX_INT_TRAIT *trait, int value) {
 }
 template <class T>
 bool NYX_TRAIT_BEARER<T>::is_default_value(const NYX_INT_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_INT_TRAIT>::is_default(nyx_bearer_class<T>, trait,
-                                                     nyx_bearer(static_cast<const T *>(this)));
+    return nyx_is_default_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 std::string NYX_TRAIT_BEARER<T>::convert_value_to_str(const NYX_INT_TRAIT *trait) const {
@@ -145,7 +143,7 @@ bool NYX_TRAIT_BEARER<T>::trait_is_empty(NYX_STRING_TRAIT *trait) {
 }
 template <class T>
 std::string NYX_TRAIT_BEARER<T>::get_value(const NYX_STRING_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_STRING_TRAIT>::get(nyx_bearer_class<T>, trait, nyx_bearer(static_cast<const T *>(this)));
+    return nyx_get_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 void NYX_TRAIT_BEARER<T>::set_value(NYX_STRING_TRAIT *trait, const std::string &value) {
@@ -153,8 +151,7 @@ void NYX_TRAIT_BEARER<T>::set_value(NYX_STRING_TRAIT *trait, const std::string &
 }
 template <class T>
 bool NYX_TRAIT_BEARER<T>::is_default_value(const NYX_STRING_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_STRING_TRAIT>::is_default(nyx_bearer_class<T>, trait,
-                                                        nyx_bearer(static_cast<const T *>(this)));
+    return nyx_is_default_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 std::string NYX_TRAIT_BEARER<T>::convert_value_to_str(const NYX_STRING_TRAIT *trait) const {
@@ -187,7 +184,7 @@ bool NYX_TRAIT_BEARER<T>::trait_is_empty(NYX_FLOAT_TRAIT *trait) {
 }
 template <class T>
 float NYX_TRAIT_BEARER<T>::get_value(const NYX_FLOAT_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_FLOAT_TRAIT>::get(nyx_bearer_class<T>, trait, nyx_bearer(static_cast<const T *>(this)));
+    return nyx_get_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 void NYX_TRAIT_BEARER<T>::set_value(NYX_FLOAT_TRAIT *trait, float value) {
@@ -195,8 +192,7 @@ void NYX_TRAIT_BEARER<T>::set_value(NYX_FLOAT_TRAIT *trait, float value) {
 }
 template <class T>
 bool NYX_TRAIT_BEARER<T>::is_default_value(const NYX_FLOAT_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_FLOAT_TRAIT>::is_default(nyx_bearer_class<T>, trait,
-                                                       nyx_bearer(static_cast<const T *>(this)));
+    return nyx_is_default_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 std::string NYX_TRAIT_BEARER<T>::convert_value_to_str(const NYX_FLOAT_TRAIT *trait) const {
@@ -229,7 +225,7 @@ bool NYX_TRAIT_BEARER<T>::trait_is_empty(NYX_DOUBLE_TRAIT *trait) {
 }
 template <class T>
 double NYX_TRAIT_BEARER<T>::get_value(const NYX_DOUBLE_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_DOUBLE_TRAIT>::get(nyx_bearer_class<T>, trait, nyx_bearer(static_cast<const T *>(this)));
+    return nyx_get_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 void NYX_TRAIT_BEARER<T>::set_value(NYX_DOUBLE_TRAIT *trait, double value) {
@@ -237,8 +233,7 @@ void NYX_TRAIT_BEARER<T>::set_value(NYX_DOUBLE_TRAIT *trait, double value) {
 }
 template <class T>
 bool NYX_TRAIT_BEARER<T>::is_default_value(const NYX_DOUBLE_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_DOUBLE_TRAIT>::is_default(nyx_bearer_class<T>, trait,
-                                                        nyx_bearer(static_cast<const T *>(this)));
+    return nyx_is_default_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 std::string NYX_TRAIT_BEARER<T>::convert_value_to_str(const NYX_DOUBLE_TRAIT *trait) const {
@@ -271,7 +266,7 @@ bool NYX_TRAIT_BEARER<T>::trait_is_empty(NYX_TIME_TRAIT *trait) {
 }
 template <class T>
 long long NYX_TRAIT_BEARER<T>::get_value(const NYX_TIME_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_TIME_TRAIT>::get(nyx_bearer_class<T>, trait, nyx_bearer(static_cast<const T *>(this)));
+    return nyx_get_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 void NYX_TRAIT_BEARER<T>::set_value(NYX_TIME_TRAIT *trait, long long value) {
@@ -279,8 +274,7 @@ void NYX_TRAIT_BEARER<T>::set_value(NYX_TIME_TRAIT *trait, long long value) {
 }
 template <class T>
 bool NYX_TRAIT_BEARER<T>::is_default_value(const NYX_TIME_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_TIME_TRAIT>::is_default(nyx_bearer_class<T>, trait,
-                                                      nyx_bearer(static_cast<const T *>(this)));
+    return nyx_is_default_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 std::string NYX_TRAIT_BEARER<T>::convert_value_to_str(const NYX_TIME_TRAIT *trait) const {
@@ -312,7 +306,7 @@ bool NYX_TRAIT_BEARER<T>::trait_is_empty(NYX_APP_TRAIT *trait) {
 }
 template <class T>
 NYX_APP_DATA NYX_TRAIT_BEARER<T>::get_value(const NYX_APP_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_APP_TRAIT>::get(nyx_bearer_class<T>, trait, nyx_bearer(static_cast<const T *>(this)));
+    return nyx_get_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 void NYX_TRAIT_BEARER<T>::set_value(NYX_APP_TRAIT *trait, const NYX_APP_DATA &value) {
@@ -320,8 +314,7 @@ void NYX_TRAIT_BEARER<T>::set_value(NYX_APP_TRAIT *trait, const NYX_APP_DATA &va
 }
 template <class T>
 bool NYX_TRAIT_BEARER<T>::is_default_value(const NYX_APP_TRAIT *trait) const {
-    return NYX_TRAIT_CORE<NYX_APP_TRAIT>::is_default(nyx_bearer_class<T>, trait,
-                                                     nyx_bearer(static_cast<const T *>(this)));
+    return nyx_is_default_trait_value(static_cast<const T *>(this), trait);
 }
 template <class T>
 std::string NYX_TRAIT_BEARER<T>::convert_value_to_str(const NYX_APP_TRAIT *trait) const {

@@ -33,17 +33,13 @@ void for_each_used_trait(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind, ACTIO
     for_each_used_trait<NYX_BYTE8_TRAIT>(root, kind, action);
 }
 
-// Takes the value of an object from a map, and its block if it has one.
-template <class ROW, class MAP>
-void clear_value(ROW *row, MAP &values, NYX_ANY_ID id) {
-    const auto found = values.find(id);
-    if (found == values.end())
-        return;
+// Gives the block of a value back, if the trait's values are in blocks.
+template <class ROW, class RAW>
+void free_value(ROW *row, RAW value) {
     if constexpr (std::is_same_v<ROW, NYX_BYTE8_TRAIT_IMPL>)
         if (row->m_value_type == NYX_TRAIT_VALUE_TYPE::APP_TRAIT_VALUE)
             nyx_free_app_block(*nyx_get_persistent(row)->get_segment_manager(),
-                               reinterpret_cast<unsigned char *>(row) + found->second);
-    values.erase(found);
+                               reinterpret_cast<unsigned char *>(row) + value);
 }
 
 // Copies by the traits of the destination's database: reads of the source find the way to its own.
@@ -73,8 +69,13 @@ private:
 } // namespace
 
 void nyx_clear_trait_values(NYX_BEARER object) {
-    for_each_used_trait(object.root, object.kind,
-                        [&object](auto *row, auto &values) { clear_value(row, values, object.id); });
+    const unsigned id = object.id.get();
+    for_each_used_trait(object.root, object.kind, [id](auto *row, auto &values) {
+        if (const auto *const stored = values.find(id)) {
+            free_value(row, *stored);
+            values.erase(id);
+        }
+    });
 }
 
 void nyx_copy_trait_values(NYX_BEARER from, NYX_BEARER to) {
@@ -83,14 +84,29 @@ void nyx_copy_trait_values(NYX_BEARER from, NYX_BEARER to) {
 }
 
 void nyx_move_trait_values(NYX_BEARER from, NYX_BEARER to) {
-    for_each_used_trait(to.root, to.kind, [&](auto *row, auto &values) {
-        if (from.id == to.id)
-            return;
-        clear_value(row, values, to.id);
-        auto node = values.extract(from.id);
-        if (node.empty())
-            return;
-        node.key() = to.id;
-        values.insert(std::move(node));
+    if (from.id == to.id)
+        return;
+    for_each_used_trait(to.root, to.kind, [from = from.id.get(), to = to.id.get()](auto *row, auto &values) {
+        if (const auto *const stored = values.find(to))
+            free_value(row, *stored);
+        if (values.find(from) != nullptr)
+            values.move(from, to);
+        else
+            values.erase(to);
+    });
+}
+
+void nyx_make_room_for_trait_values(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind,
+                                    const std::vector<std::pair<NYX_ANY_ID, NYX_ANY_ID>> &moves) {
+    for_each_used_trait(root, kind, [&moves](auto *, auto &values) {
+        // Leaf by leaf of the destination.
+        for (auto at = moves.begin(); at != moves.end();) {
+            const unsigned to = at->second.get();
+            unsigned count = 0;
+            for (; at != moves.end() && at->second.get() / s_nyx_leaf_rows == to / s_nyx_leaf_rows; ++at)
+                count += values.find(at->first.get()) != nullptr;
+            if (count != 0)
+                values.make_room(to, count);
+        }
     });
 }

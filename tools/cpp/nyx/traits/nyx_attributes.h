@@ -6,14 +6,18 @@
 /// handles: the templates need the table of T, and objects may be any rows of it, live or not.
 ///
 ///     nyx_clear_traits(object)       before its row is given back, for the identifier is handed out again
-///     nyx_move_traits(from, to)      when a row moves within its table
+///     nyx_make_room_for_traits<T>    before rows move within their table
+///     nyx_move_traits(from, to)      when one does
 ///     nyx_copy_traits(from, to)      when an object is made after the image of another one
 
 #include "traits/nyx_bearer.h"
 #include "traits/nyx_builtin_traits.h"
 #include "traits/nyx_property_core.h"
 
-/// Takes the values of all traits from an object, those for objects of another type included. No hash probe for a trait
+#include <utility>
+#include <vector>
+
+/// Takes the values of all traits from an object, those for objects of another type included. No look-up in a trait
 /// that no object of this type has a value of.
 void nyx_clear_trait_values(NYX_BEARER object);
 
@@ -21,8 +25,15 @@ void nyx_clear_trait_values(NYX_BEARER object);
 /// they are. `from` may be in another database. The object types are equal.
 void nyx_copy_trait_values(NYX_BEARER from, NYX_BEARER to);
 
-/// Moves the values of one row to another one of the same table, in place of those that it has. Allocates nothing.
+/// Moves the values of one row to another one of the same table, in place of those that it has. Takes room where the
+/// other one is the first of its neighbours to have a value: boost::interprocess::bad_alloc when the segment is full.
 void nyx_move_trait_values(NYX_BEARER from, NYX_BEARER to);
+
+/// Sees to it that the moves, which begin with the rows' present places, allocate nothing: all that can fail comes
+/// first. Ordered by the places they go to. boost::interprocess::bad_alloc, with no value changed, when the segment is
+/// full.
+void nyx_make_room_for_trait_values(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind,
+                                    const std::vector<std::pair<NYX_ANY_ID, NYX_ANY_ID>> &moves);
 
 /// Takes all values of traits and all properties from an object, and gives their blocks back.
 template <class T>
@@ -43,8 +54,15 @@ void nyx_copy_properties(const T *from, T *to) {
     nyx_object_properties(to).copy_from(nyx_object_properties(from));
 }
 
+/// Sees to it that rows of T's table can move as told, from and to, without an allocation. Ordered by the places that
+/// they go to. boost::interprocess::bad_alloc, with no value changed, when the segment is full.
+template <class T>
+void nyx_make_room_for_traits(NYX_DB_PERSISTENT *root, const std::vector<std::pair<NYX_ANY_ID, NYX_ANY_ID>> &moves) {
+    nyx_make_room_for_trait_values(root, nyx_bearer_class<T>.kind, moves);
+}
+
 /// Moves values of traits and properties from one row to another one of the same table. What the other one had is gone
-/// and what the first one had, too. Allocates nothing.
+/// and what the first one had, too. Allocates nothing if there is room.
 template <class T>
 void nyx_move_traits(T *from, T *to) {
     nyx_move_trait_values(nyx_bearer(from), nyx_bearer(to));

@@ -15,8 +15,7 @@ long app_block_bytes(const NYX_BYTE8_TRAIT_IMPL &row) {
     };
     long result = bytes(values.m_default_value);
     for (unsigned kind = 0; kind < NYX_BYTE8_TRAIT_LOOKUP::s_num_kinds; ++kind)
-        for (const auto &[id, distance] : values.map(NYX_TRAIT_OBJ_TYPE(kind)))
-            result += bytes(distance);
+        values.map(NYX_TRAIT_OBJ_TYPE(kind)).for_each([&](unsigned, long long distance) { result += bytes(distance); });
     return result;
 }
 

@@ -2,6 +2,7 @@
 
 #include "database/nyx_db_linker.h"
 #include "memory/nyx_app_block.h"
+#include "names/nyx_name_mgr_impl.h"
 #include "nyx_report/nyx_report_exception.h"
 #include "traits/nyx_trait_object_type.h"
 #include "traits/nyx_trait_output.h"
@@ -13,6 +14,13 @@
 #include <utility>
 
 namespace {
+
+// The name of an identifier, empty if there is none.
+[[gnu::noinline]] std::string find_name(const NYX_NAME_MANAGER &names, NYX_NAME_ID id) {
+    std::string text;
+    names.find_name(id, text);
+    return text;
+}
 
 // Errors are raised out of line: the reads of values around them are to be short.
 [[noreturn, gnu::noinline]] void raise_null_object(const char *class_name, const char *function) {
@@ -78,7 +86,7 @@ private:
     unsigned char *m_block;
 };
 
-// From a value to what is stored, and back. Names are entered in the database of `trait`.
+// From a value to what is stored. Names are entered in the database of `root`.
 template <class TRAIT>
 typename NYX_TRAIT_TYPE<TRAIT>::raw encode([[maybe_unused]] NYX_DB_PERSISTENT *root,
                                            typename NYX_TRAIT_TYPE<TRAIT>::parameter value) {
@@ -88,21 +96,6 @@ typename NYX_TRAIT_TYPE<TRAIT>::raw encode([[maybe_unused]] NYX_DB_PERSISTENT *r
         return value ? 1 : 0;
     else
         return std::bit_cast<typename NYX_TRAIT_TYPE<TRAIT>::raw>(value);
-}
-
-template <class TRAIT>
-typename NYX_TRAIT_TYPE<TRAIT>::value decode(const TRAIT *trait, typename NYX_TRAIT_TYPE<TRAIT>::raw raw) {
-    if constexpr (std::is_same_v<TRAIT, NYX_STRING_TRAIT>) {
-        std::string text;
-        nyx_get_persistent(trait)->names().find_name(NYX_NAME_ID(std::bit_cast<unsigned>(raw)), text);
-        return text;
-    } else if constexpr (std::is_same_v<TRAIT, NYX_APP_TRAIT>) {
-        return nyx_view_app_block(block_at(trait, raw));
-    } else if constexpr (std::is_same_v<TRAIT, NYX_BOOL_TRAIT>) {
-        return raw != 0;
-    } else {
-        return std::bit_cast<typename NYX_TRAIT_TYPE<TRAIT>::value>(raw);
-    }
 }
 
 // Floating-point values by their bits, as the storage compares them.
@@ -213,6 +206,22 @@ TRAIT *NYX_TRAIT_CORE<TRAIT>::find_trait(const NYX_DB_PERSISTENT *root, const st
 template <class TRAIT>
 TRAIT *NYX_TRAIT_CORE<TRAIT>::get_trait(NYX_DB_PERSISTENT *root, WIDTH_ID id) {
     return static_cast<TRAIT *>(nyx_get_width_trait<WIDTH>(root, id));
+}
+
+template <class TRAIT>
+auto NYX_TRAIT_CORE<TRAIT>::decode_linked([[maybe_unused]] const TRAIT *trait, [[maybe_unused]] typename TYPE::raw raw)
+    -> VALUE {
+    if constexpr (std::is_same_v<TRAIT, NYX_STRING_TRAIT>) {
+        const NYX_NAME_MANAGER &names = nyx_get_persistent(trait)->names();
+        const NYX_NAME_ID id(std::bit_cast<unsigned>(raw));
+        const char *const stored = names.get_impl().find_string(id);
+        return __builtin_expect(stored != nullptr && !id.fields.bus.is_bus, 1) ? std::string(stored)
+                                                                               : find_name(names, id);
+    } else if constexpr (std::is_same_v<TRAIT, NYX_APP_TRAIT>) {
+        return nyx_view_app_block(block_at(trait, raw));
+    } else {
+        return VALUE();
+    }
 }
 
 template <class TRAIT>

@@ -11,7 +11,9 @@
 #include "traits/nyx_byte4_trait_table.h"
 #include "traits/nyx_byte8_trait_table.h"
 
+#include <bit>
 #include <string>
+#include <type_traits>
 
 /// A width of stored values.
 template <class WIDTH>
@@ -151,6 +153,16 @@ struct NYX_TRAIT_CORE {
     static std::string output_to_str(const TRAIT *trait, NYX_BEARER object);
     /// \}
 
+    /// From what is stored to a value.
+    static VALUE decode(const TRAIT *trait, typename TYPE::raw raw) {
+        if constexpr (std::is_same_v<TRAIT, NYX_STRING_TRAIT> || std::is_same_v<TRAIT, NYX_APP_TRAIT>)
+            return decode_linked(trait, raw);
+        else if constexpr (std::is_same_v<TRAIT, NYX_BOOL_TRAIT>)
+            return raw != 0;
+        else
+            return std::bit_cast<VALUE>(raw);
+    }
+
     /// \name What the members of objects do
     /// \{
     static TRAIT *create(const NYX_BEARER_CLASS &objects, NYX_DB *db, const std::string &name, PARAMETER default_value,
@@ -160,20 +172,52 @@ struct NYX_TRAIT_CORE {
                                  PARAMETER default_value, const std::string &group, const std::string &description,
                                  const std::string &internal_name);
     static bool is_empty(const NYX_BEARER_CLASS &objects, const TRAIT *trait);
-    // In one piece, down to the map: a read is a few loads, and calls would take more of its time than they.
-    [[gnu::flatten]] static VALUE get(const NYX_BEARER_CLASS &objects, const TRAIT *trait, NYX_BEARER object);
-    static void set(const NYX_BEARER_CLASS &objects, TRAIT *trait, NYX_BEARER object, PARAMETER value);
-    [[gnu::flatten]] static bool is_default(const NYX_BEARER_CLASS &objects, const TRAIT *trait, NYX_BEARER object);
+    static VALUE get(const NYX_BEARER_CLASS &objects, const TRAIT *trait, NYX_BEARER object);
+    [[gnu::flatten]] static void set(const NYX_BEARER_CLASS &objects, TRAIT *trait, NYX_BEARER object, PARAMETER value);
+    static bool is_default(const NYX_BEARER_CLASS &objects, const TRAIT *trait, NYX_BEARER object);
     static std::string to_str(const NYX_BEARER_CLASS &objects, const TRAIT *trait, NYX_BEARER object);
     /// \}
 
 private:
+    // A text is among the names, and bytes of an application in a block.
+    static VALUE decode_linked(const TRAIT *trait, typename TYPE::raw raw);
     static bool is_own(NYX_BEARER object, const TRAIT *trait);
     // For a null object, or one of another database.
-    [[gnu::noinline]] static VALUE get_elsewhere(const TRAIT *trait, NYX_BEARER object);
-    [[gnu::noinline]] static bool is_default_elsewhere(const TRAIT *trait, NYX_BEARER object);
+    static VALUE get_elsewhere(const TRAIT *trait, NYX_BEARER object);
+    static bool is_default_elsewhere(const TRAIT *trait, NYX_BEARER object);
     static void check_trait(const NYX_BEARER_CLASS &objects, const char *function, const TRAIT *trait);
 };
+
+/// Whether both are there and in one database. An object whose page or table was damaged is in none.
+template <class T, class TRAIT>
+[[gnu::always_inline]] inline bool nyx_is_of_traits_db(const T *object, const TRAIT *trait) {
+    if constexpr (std::is_same_v<T, NYX_DB>)
+        return trait != nullptr && nyx_bearer(object).root == nyx_get_persistent(trait);
+    else
+        return __builtin_expect(trait != nullptr && nyx_find_persistent(object) == nyx_find_persistent(trait), 1);
+}
+
+/// \name Reads as members of objects do them
+/// In one piece for each class of objects, down to the value: a read is a few loads, and calls would take more of its
+/// time than they. What is no object of the trait's own database goes the long way.
+/// \{
+template <class T, class TRAIT>
+[[gnu::always_inline]] inline auto nyx_get_trait_value(const T *object, const TRAIT *trait) {
+    using CORE = NYX_TRAIT_CORE<TRAIT>;
+    if (!nyx_is_of_traits_db(object, trait))
+        return CORE::get(nyx_bearer_class<T>, trait, nyx_bearer(object));
+    const auto &values = nyx_values_of<typename CORE::WIDTH>(trait);
+    const auto *const found = values.find(nyx_bearer_class<T>.kind, nyx_bearer_id(object));
+    return CORE::decode(trait, found != nullptr ? *found : values.m_default_value);
+}
+template <class T, class TRAIT>
+[[gnu::always_inline]] inline bool nyx_is_default_trait_value(const T *object, const TRAIT *trait) {
+    using CORE = NYX_TRAIT_CORE<TRAIT>;
+    if (!nyx_is_of_traits_db(object, trait))
+        return CORE::is_default(nyx_bearer_class<T>, trait, nyx_bearer(object));
+    return nyx_values_of<typename CORE::WIDTH>(trait).find(nyx_bearer_class<T>.kind, nyx_bearer_id(object)) == nullptr;
+}
+/// \}
 
 /// Raises NYX_INVALID_ARGUMENT "Input database cannot be NULL" from a member of the class. With a `type` of values the
 /// member is `function` with that and "_trait" behind it; nothing is composed before it is needed.

@@ -27,14 +27,9 @@ struct SCHEMA<long long> {
     static constexpr std::uint64_t s_version = 4;
 };
 
-template <class MAP>
-MAP make_map(NYX_SEGMENT_MANAGER *manager) {
-    return MAP(NYX_SEGMENT_INITIAL_BUCKETS, typename MAP::hasher(), typename MAP::key_equal(), manager);
-}
-
 template <class MAP, std::size_t... INDEX>
 std::array<MAP, sizeof...(INDEX)> make_maps(NYX_SEGMENT_MANAGER *manager, std::index_sequence<INDEX...>) {
-    return {{(static_cast<void>(INDEX), make_map<MAP>(manager))...}};
+    return {{(static_cast<void>(INDEX), MAP(manager))...}};
 }
 
 } // namespace
@@ -44,19 +39,6 @@ NYX_TRAIT_LOOKUP<RAW>::NYX_TRAIT_LOOKUP(NYX_SEGMENT_MANAGER *manager)
     : m_maps(make_maps<MAP>(manager, std::make_index_sequence<s_num_kinds>())) {}
 
 template <class RAW>
-void NYX_TRAIT_LOOKUP<RAW>::set(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id, RAW value) {
-    RAW *const stored = const_cast<RAW *>(find(kind, id));
-    if (value == m_default_value) {
-        if (stored != nullptr)
-            map(kind).erase(id);
-    } else if (stored != nullptr) {
-        *stored = value;
-    } else {
-        nyx_insert_stored(map(kind), nyx_spread_row(id.get()), id, value);
-    }
-}
-
-template <class RAW>
 bool NYX_TRAIT_LOOKUP<RAW>::is_empty() const {
     return std::all_of(m_maps.begin(), m_maps.end(), [](const MAP &values) { return values.empty(); });
 }
@@ -64,24 +46,19 @@ bool NYX_TRAIT_LOOKUP<RAW>::is_empty() const {
 template <class RAW>
 void NYX_TRAIT_LOOKUP<RAW>::reset_all_objects_having_this_trait() {
     NYX_CHECK_AS(m_object_type < NYX_TRAIT_OBJ_TYPE::ALL_SPARSE, "false", "Invalid object type");
-    // A map that is cleared keeps its buckets; one that goes does not.
-    MAP &values = map(m_object_type);
-    MAP none = make_map<MAP>(values.get_allocator().get_segment_manager());
-    values.swap(none);
+    map(m_object_type).clear();
 }
 
 template <class RAW>
 NYX_ANY_ID NYX_TRAIT_LOOKUP<RAW>::begin(NYX_TRAIT_OBJ_TYPE kind) const {
-    const MAP &values = map(kind);
-    return values.empty() ? NYX_ANY_ID::INVALID : values.begin()->first;
+    return NYX_ANY_ID(map(kind).find_from(0));
 }
 
 template <class RAW>
 NYX_ANY_ID NYX_TRAIT_LOOKUP<RAW>::next(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id) const {
-    const MAP &values = map(kind);
-    auto at = values.find(id);
-    return at == values.end() || ++at == values.end() ? NYX_ANY_ID::INVALID : at->first;
+    return NYX_ANY_ID(map(kind).find_from(id.get() + 1));
 }
+static_assert(NYX_ROW_MAP<int>::s_no_row == NYX_ANY_ID::INVALID.get());
 
 #define NYX_TRAIT_KIND(type, one, many, word)                                                                          \
     template <class RAW>                                                                                               \
@@ -100,7 +77,7 @@ NYX_TYPE_STATS NYX_TRAIT_LOOKUP<RAW>::get_stats() const {
     stats.add_field_stats(NYX_FIELD_STATS("self", long(sizeof(*this)), -1, 0));
     unsigned index = 0;
 #define NYX_TRAIT_KIND(type, one, many, word)                                                                          \
-    stats.add_field_stats(NYX_FIELD_STATS(#one "_lookup", nyx_stored_map_bytes(m_maps[index++]), -1, 0));
+    stats.add_field_stats(NYX_FIELD_STATS(#one "_lookup", long(m_maps[index++].get_bytes()), -1, 0));
 #include "traits/nyx_trait_kinds.def"
     return stats;
 }

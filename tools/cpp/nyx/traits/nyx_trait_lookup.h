@@ -2,17 +2,17 @@
 #define NYX_TRAIT_LOOKUP_H
 
 /// \file
-/// Where the values of a trait are stored: maps from the identifiers of objects to values, one map for each type of
-/// object, though a trait stands on objects of one type and leaves the others empty. Layout, for the three widths:
+/// Where the values of a trait are stored: maps from the rows of objects to values, one map for each type of object,
+/// though a trait stands on objects of one type and leaves the others empty. Layout, for the three widths:
 ///
-///        0  64 x 17  the maps, in the order of nyx_trait_kinds.def
-///     1088  1, 4, 8  the default
+///        0  24 x 17  the maps, in the order of nyx_trait_kinds.def
+///      408  1, 4, 8  the default
 ///      + 0     + 1   the type of the trait's objects
 ///
 /// Invariant: no map holds the default, so an object that is in none has it.
 
+#include "memory/nyx_row_map.h"
 #include "memory/nyx_segment.h"
-#include "memory/nyx_stored_map.h"
 #include "nyx/nyx_defs.h"
 #include "nyx/nyx_stats.h"
 
@@ -23,7 +23,7 @@
 class NYX_DB;
 class NYX_DB_PERSISTENT;
 
-/// The identifier of a row of whatever table. All identifiers are stored and hashed alike, so one type of map serves
+/// The identifier of a row of whatever table. All identifiers are stored alike, so one type of map serves
 /// for the objects of all types.
 class NYX_ANY_OBJECT;
 using NYX_ANY_ID = NYX_ID<NYX_ANY_OBJECT, unsigned int>;
@@ -43,7 +43,7 @@ inline constexpr auto s_nyx_map_index = [] {
 template <class RAW>
 class NYX_TRAIT_LOOKUP {
 public:
-    using MAP = NYX_SEGMENT_UNORDERED_MAP<NYX_ANY_ID, RAW, NYX_ROW_HASH<NYX_ANY_ID>>;
+    using MAP = NYX_ROW_MAP<RAW>;
     static constexpr unsigned s_num_kinds = unsigned(NYX_TRAIT_OBJ_TYPE::ALL_SPARSE);
 
     explicit NYX_TRAIT_LOOKUP(NYX_SEGMENT_MANAGER *manager);
@@ -53,15 +53,18 @@ public:
     const MAP &map(NYX_TRAIT_OBJ_TYPE kind) const { return m_maps[s_nyx_map_index[unsigned(kind)]]; }
 
     /// The value of an object, null if it is the default. Writes nothing.
-    const RAW *find(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id) const {
-        const auto *const found =
-            nyx_find_stored(map(kind), nyx_spread_row(id.get()), [id](const auto &entry) { return entry.first == id; });
-        return found != nullptr ? &found->second : nullptr;
+    [[gnu::always_inline]] const RAW *find(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id) const {
+        return map(kind).find(id.get());
     }
 
     /// Stores the value, or takes the object out if it is the default. boost::interprocess::bad_alloc, with nothing
     /// changed, when the segment is full.
-    void set(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id, RAW value);
+    void set(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id, RAW value) {
+        if (value == m_default_value)
+            map(kind).erase(id.get());
+        else
+            map(kind).insert_or_assign(id.get(), value);
+    }
 
     /// Whether no object of any kind has a value.
     bool is_empty() const;
@@ -70,7 +73,7 @@ public:
     /// type" if that is none.
     void reset_all_objects_having_this_trait();
 
-    /// \name Objects that have a value, in no order
+    /// \name Objects that have a value, in the order of their identifiers
     /// INVALID if there is none, or none behind `id`.
     /// \{
     NYX_ANY_ID begin(NYX_TRAIT_OBJ_TYPE kind) const;
@@ -100,8 +103,8 @@ using NYX_BYTE1_TRAIT_LOOKUP = NYX_TRAIT_LOOKUP<signed char>;
 using NYX_BYTE4_TRAIT_LOOKUP = NYX_TRAIT_LOOKUP<int>;
 using NYX_BYTE8_TRAIT_LOOKUP = NYX_TRAIT_LOOKUP<long long>;
 
-static_assert(sizeof(NYX_BYTE1_TRAIT_LOOKUP) == 1096 && sizeof(NYX_BYTE4_TRAIT_LOOKUP) == 1096 &&
-              sizeof(NYX_BYTE8_TRAIT_LOOKUP) == 1104);
+static_assert(sizeof(NYX_BYTE1_TRAIT_LOOKUP) == 416 && sizeof(NYX_BYTE4_TRAIT_LOOKUP) == 416 &&
+              sizeof(NYX_BYTE8_TRAIT_LOOKUP) == 424);
 
 extern template class NYX_TRAIT_LOOKUP<signed char>;
 extern template class NYX_TRAIT_LOOKUP<int>;
