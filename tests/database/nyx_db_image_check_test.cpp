@@ -160,6 +160,46 @@ TEST_F(ValuesCheck, MapsLeadToTheirOwnDirectoriesAndLeaves) {
     expect_refused<std::int64_t>(m_packed + 24 + 8, 4096, "the directory of no leaves");
 }
 
+TEST_F(ValuesCheck, LinkToNoAddressAtAllIsTold) {
+    auto *const link = reinterpret_cast<std::int64_t *>(const_cast<char *>(follow(m_packed + 8)));
+    const std::int64_t sound = std::exchange(*link, -static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(link)));
+    EXPECT_EQ(m_db->verify().size(), 1u);
+    *link = sound;
+    EXPECT_EQ(m_db->verify(), TEXTS());
+}
+
+TEST_F(ValuesCheck, TheMapOfDatabasesHasOneAtMost) {
+    NYX_INT_TRAIT *const trait = NYX_DB::create_int_trait(m_db, "of_db", 0, "", "", "");
+    m_db->set_value(trait, 1);
+    auto &values = trait->NYX_BYTE4_TRAIT::get_impl()->m_trait_lookup_ptr->map(NYX_TRAIT_OBJ_TYPE::DB_SPARSE);
+    const auto reopen = [&] {
+        NYX_DB_IMPL::of(*m_db).m_file->commit_impl(m_path, NYX_COMPRESSION::NONE, 0, 1, {});
+        return open(read_file(m_path));
+    };
+    EXPECT_EQ(reopen(), "nothing");
+    values.insert_or_assign(5, 1);
+    EXPECT_EQ(reopen(), "corrupted");
+    EXPECT_EQ(m_db->verify(), TEXTS{"a trait has a value of database 5 of 1"});
+    values.erase(5);
+    EXPECT_EQ(reopen(), "nothing");
+}
+
+TEST_F(ValuesCheck, PropertiesLeadToObjectsOfTheirOwn) {
+    auto &properties = root_of(m_db)->table<NYX_NET>().m_properties;
+    NYX_NET *const net = *m_db->find_local_module("first")->iter_nets().begin();
+    net->set_property("p", 1);
+    NYX_DB_IMPL::of(*m_db).m_file->commit_impl(m_path, NYX_COMPRESSION::NONE, 0, 1, {});
+    m_bytes = read_file(m_path);
+    ASSERT_EQ(open(m_bytes), "nothing");
+    const char *const map = reinterpret_cast<const char *>(&properties);
+    expect_link_refused(map, "the allocator");
+    expect_link_refused(map + 8, "the directory");
+    const unsigned row = root_of(m_db)->table<NYX_NET>().get_id(net->get_impl()).get();
+    const long long *const distance = properties.distances().find(row);
+    for (const long long wrong : {0ll, *distance + 8, *distance + 1, -*distance, 1ll << 40})
+        expect_refused(distance, wrong, "the distance to a row's values");
+}
+
 TEST_F(ValuesCheck, LeavesCountTheirValues) {
     for (const char *const map : {m_packed, m_placed}) {
         const char *const leaf = leaf_of(map);
@@ -394,7 +434,8 @@ TEST_F(ImageCheck, VerifyLooksAtTheCellsOfFreeRows) {
 TEST_F(ImageCheck, VerifyKnowsTrueFromFalse) {
     NYX_NET *const net = NYX_NET::allocate(*m_db->iter_modules().begin(), "flagged");
     net->set_property("flag", true);
-    auto &stored = root_of(m_db)->table<NYX_NET>().m_properties.begin()->second.begin()->second;
+    auto &nets = root_of(m_db)->table<NYX_NET>();
+    auto &stored = nets.m_properties.find(nets.get_id(net->get_impl()).get())->begin()->second;
     // The number of the type, then the value.
     char *const value = reinterpret_cast<char *>(&stored) + 8;
     ASSERT_EQ(*value, 1);

@@ -235,28 +235,70 @@ TYPED_TEST(RowMap, IsCopiedMovedAndSwapped) {
     before.expect_balanced();
 }
 
+TYPED_TEST(RowMap, HasRoomForTheLastRowThereCanBe) {
+    NYX_SEGMENT segment(std::size_t(200) << 20);
+    NYX_ROW_MAP<TypeParam> map(segment.get_segment_manager());
+    // The directory doubles, but never beyond the leaves that there are rows for.
+    for (const unsigned row : {2147483648u, 3221225472u, 4294967294u})
+        map.insert_or_assign(row, 5);
+    EXPECT_EQ(stored<std::uint32_t>(&map, 16), 1u << 22);
+    EXPECT_EQ(map.find_from(3221225473u), 4294967294u);
+    EXPECT_EQ(map.find_from(4294967295u), map.s_no_row);
+    EXPECT_EQ(map.find(4294967295u), nullptr);
+    map.move(4294967294u, 0);
+    EXPECT_EQ(*map.find(0), 5);
+}
+
 TYPED_TEST(RowMap, ValuesMoveWithoutAnAllocationWhereRoomWasMade) {
     for (const unsigned run : {3u, 300u, 700u}) {
         auto &map = this->make_map();
         // From one run of rows to another one, both of which share a leaf.
-        for (unsigned i = 0; i < run; ++i)
+        NYX_ROW_MOVES moves;
+        for (unsigned i = 0; i < run; ++i) {
             map.insert_or_assign(900 + i, static_cast<TypeParam>(i));
-        const unsigned to = 900 + run;
-        for (unsigned leaf = 0; leaf < 4; ++leaf) {
-            unsigned count = 0;
-            for (unsigned i = 0; i < run; ++i)
-                count += (to + i) / s_nyx_leaf_rows == leaf;
-            if (count != 0)
-                map.make_room(leaf * s_nyx_leaf_rows, count);
+            moves.emplace_back(900 + i, 900 + run + i);
         }
+        nyx_make_room_for_moves(map, moves);
         const RECORDING_LISTENER notices;
-        for (unsigned i = 0; i < run; ++i)
-            map.move(900 + i, to + i);
+        for (const auto &[from, to] : moves)
+            map.move(from, to);
         EXPECT_TRUE(notices.notices().empty()) << run;
         for (unsigned i = 0; i < run; ++i)
-            EXPECT_EQ(*map.find(to + i), static_cast<TypeParam>(i));
+            EXPECT_EQ(*map.find(900 + run + i), static_cast<TypeParam>(i));
         EXPECT_EQ(map.size(), run);
     }
+}
+
+TYPED_TEST(RowMap, MovesWithinALeafNeedNoRoom) {
+    auto &map = this->make_map();
+    NYX_ROW_MOVES moves;
+    for (unsigned row = 2; row < 258; ++row) {
+        map.insert_or_assign(row, static_cast<TypeParam>(row));
+        moves.emplace_back(row, row - 1);
+    }
+    ASSERT_EQ(this->leaf_of(map, 0)->m_capacity, 256u);
+    const RECORDING_LISTENER notices;
+    nyx_make_room_for_moves(map, moves);
+    for (const auto &[from, to] : moves)
+        map.move(from, to);
+    EXPECT_TRUE(notices.notices().empty());
+    EXPECT_EQ(this->leaf_of(map, 0)->m_capacity, 256u);
+    for (unsigned row = 1; row < 257; ++row)
+        EXPECT_EQ(*map.find(row), static_cast<TypeParam>(row + 1));
+}
+
+TYPED_TEST(RowMap, RoomIsMadeForAsManyAsALeafHasRows) {
+    auto &map = this->make_map();
+    map.make_room(5, 0);
+    EXPECT_EQ(map.get_bytes(), 0u);
+    for (unsigned row = 0; row < 4; ++row)
+        map.insert_or_assign(row, 1);
+    map.make_room(5, ~0u);
+    EXPECT_EQ(this->leaf_of(map, 0)->m_capacity, 1024u);
+    map.make_room(5000, ~0u);
+    EXPECT_EQ(this->leaf_of(map, 5000)->m_capacity, 1024u);
+    EXPECT_EQ(map.size(), 4u);
+    EXPECT_DEATH(nyx_make_room_for_moves(map, {{0, 10}, {1, 9}}), "at->second >= to");
 }
 
 TYPED_TEST(RowMap, MovingTakesThePlaceOfAnotherValue) {
@@ -272,44 +314,45 @@ TYPED_TEST(RowMap, MovingTakesThePlaceOfAnotherValue) {
     EXPECT_DEATH(map.move(1, 1), "from != to");
 }
 
-TYPED_TEST(RowMap, AFullSegmentChangesNoValue) {
-    // A directory and a leaf; a leaf in a larger directory; more room in a leaf.
-    const std::vector<std::pair<unsigned, unsigned>> cases = {{0, 5}, {1, 200000}, {4, 1}, {8, 1}, {256, 1}};
-    for (const auto &[num_values, row] : cases) {
-        SCOPED_TRACE(num_values);
-        bool has_failed = false;
-        for (std::size_t left = 0;; left += 8) {
-            NYX_SEGMENT segment(std::size_t(1) << 16);
-            NYX_SEGMENT_MANAGER &manager = *segment.get_segment_manager();
-            NYX_ROW_MAP<TypeParam> map(&manager);
-            std::map<unsigned, TypeParam> expected;
-            for (unsigned i = 0; i < num_values; ++i) {
-                map.insert_or_assign(2 * i, 3);
-                expected[2 * i] = 3;
-            }
-            // The room that is left is in one piece.
-            void *const room = manager.allocate(left + 64);
-            while (void *const junk = manager.allocate(32, std::nothrow))
-                static_cast<void>(junk);
-            manager.deallocate(room);
-            bool done = false;
-            try {
-                map.insert_or_assign(row, 4);
-                done = true;
-                expected[row] = 4;
-            } catch (const boost::interprocess::bad_alloc &) {
-                has_failed = true;
-            }
-            expect_same(map, expected);
-            EXPECT_EQ(segment.algorithm().find_fault(), "");
-            if (done)
-                break;
+TYPED_TEST(RowMap, AFullSegmentChangesNoValueAndLosesNoBlock) {
+    using OWN_MAP = NYX_ROW_MAP<TypeParam>;
+    const std::vector<std::pair<const char *, void (*)(OWN_MAP &)>> operations = {
+        {"a value in a larger directory", [](OWN_MAP &map) { map.insert_or_assign(200000, 4); }},
+        {"a value in a full leaf", [](OWN_MAP &map) { map.insert_or_assign(1, 4); }},
+        {"a value that moves to another leaf", [](OWN_MAP &map) { map.move(0, 200000); }},
+        {"room", [](OWN_MAP &map) { map.make_room(0, 1024); }},
+        {"a copy", [](OWN_MAP &map) { const OWN_MAP copy(map); }},
+    };
+    for (const unsigned num_values : {8u, 64u, 256u})
+        for (const auto &[what, operation] : operations) {
+            SCOPED_TRACE(what);
+            const unsigned failures = with_growing_room([&, &change = operation](std::size_t left) {
+                NYX_SEGMENT segment(std::size_t(1) << 16);
+                const BLOCK_LEDGER ledger(segment);
+                bool done = false;
+                {
+                    OWN_MAP map(segment.get_segment_manager());
+                    std::map<unsigned, TypeParam> expected;
+                    for (unsigned i = 0; i < num_values; ++i) {
+                        map.insert_or_assign(2 * i, 3);
+                        expected[2 * i] = 3;
+                    }
+                    {
+                        const JUNK junk(segment, left);
+                        try {
+                            change(map);
+                            done = true;
+                        } catch (const boost::interprocess::bad_alloc &) {
+                            expect_same(map, expected);
+                        }
+                    }
+                    EXPECT_EQ(segment.algorithm().find_fault(), "");
+                }
+                ledger.expect_balanced();
+                return done;
+            });
+            EXPECT_GT(failures, 0u) << num_values;
         }
-        // Three or seven values leave room for one more where there is room for eight.
-        if (num_values != 4 || sizeof(TypeParam) != 1) {
-            EXPECT_TRUE(has_failed);
-        }
-    }
 }
 
 TEST(RowLeaf, CountsBits) {

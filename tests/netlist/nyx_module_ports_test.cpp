@@ -377,22 +377,33 @@ TEST_F(ModulePorts, KeepTheValuesOfTraitsWhenADatabaseIsFull) {
     constexpr unsigned num_ports = 40;
     const auto value_of = [](unsigned index) { return index % 3 == 0 ? static_cast<int>(index) + 1 : 0; };
     unsigned failures = 0;
-    for (std::size_t left = 0;; left += 64) {
+    for (std::size_t left = 0;; left += 8) {
         SCOPED_DB full("full");
         NYX_MODULE *const user = NYX_MODULE::allocate(full, "user", 0);
         NYX_MODULE *const leaf = NYX_MODULE::allocate(full, "leaf", num_ports);
         for (unsigned i = 0; i < num_ports; ++i)
             NYX_PORT::allocate(leaf, "p" + std::to_string(i), i);
-        NYX_MODULE *const large = NYX_MODULE::allocate(full, "large", 1100);
+        NYX_MODULE *const large = NYX_MODULE::allocate(full, "large", 2100);
         NYX_INSTANCE *const u = NYX_INSTANCE::allocate(user, "u", leaf);
         NYX_INSTANCE *const v = NYX_INSTANCE::allocate(user, "v", leaf);
         NYX_INSTANCE::allocate(user, "w", large);
+        // The runs that they leave behind will do, so that rows need no room.
+        NYX_MODULE *const gone = NYX_MODULE::allocate(full, "gone", num_ports + 1);
+        for (NYX_INSTANCE *const instance :
+             {NYX_INSTANCE::allocate(user, "x", gone), NYX_INSTANCE::allocate(user, "y", gone)})
+            instance->deallocate();
+        gone->deallocate();
         NYX_INT_TRAIT *const of_ports = NYX_PORT::create_int_trait(full, "t", 0, "", "", "");
         NYX_INT_TRAIT *const of_inst_ports = NYX_INST_PORT::create_int_trait(full, "t", 0, "", "", "");
         for (unsigned i = 0; i < num_ports; ++i) {
             leaf->get_port_by_index(i)->set_value(of_ports, value_of(i));
             for (NYX_INSTANCE *const instance : {u, v})
                 instance->get_inst_port_by_index(i)->set_value(of_inst_ports, value_of(i));
+            if (i % 5 == 0) {
+                leaf->get_port_by_index(i)->set_property("p", value_of(i));
+                for (NYX_INSTANCE *const instance : {u, v})
+                    instance->get_inst_port_by_index(i)->set_property("p", value_of(i));
+            }
         }
         bool done = false;
         {
@@ -406,9 +417,15 @@ TEST_F(ModulePorts, KeepTheValuesOfTraitsWhenADatabaseIsFull) {
         }
         EXPECT_EQ(leaf->get_num_ports(), num_ports + (done ? 1 : 0));
         for (unsigned i = 0; i < num_ports; ++i) {
+            const auto property = [i](const auto *object) {
+                return i % 5 == 0 ? boost::get<int>(object->find_property("p").value()) : -1;
+            };
             ASSERT_EQ(leaf->get_port_by_index(i)->get_value(of_ports), value_of(i)) << left;
-            for (NYX_INSTANCE *const instance : {u, v})
+            ASSERT_EQ(property(leaf->get_port_by_index(i)), i % 5 == 0 ? value_of(i) : -1) << left;
+            for (NYX_INSTANCE *const instance : {u, v}) {
                 ASSERT_EQ(instance->get_inst_port_by_index(i)->get_value(of_inst_ports), value_of(i)) << left;
+                ASSERT_EQ(property(instance->get_inst_port_by_index(i)), i % 5 == 0 ? value_of(i) : -1) << left;
+            }
         }
         expect_sound(full);
         if (done)

@@ -191,6 +191,19 @@ TEST(TraitStorage, LookUpsEnterNoName) {
     EXPECT_EQ(root.root->names().get_size(), names);
 }
 
+TEST(TraitStorageDeathTest, ValuesOfAnObjectOfADamagedPageAreNotRead) {
+    ROOT root;
+    auto *const trait = NYX_TRAIT_CORE<NYX_INT_TRAIT>::allocate(root.root, "t", 5, "", "", "", KIND::NET_SPARSE);
+    NYX_NET *const net = root.root->table<NYX_NET>().allocate();
+    char *const page = reinterpret_cast<char *>(reinterpret_cast<std::uintptr_t>(net) & ~std::uintptr_t(4095));
+    const auto sound = stored<std::int64_t>(page, 0);
+    store<std::int64_t>(page, 0, 0);
+    EXPECT_DEATH((void)net->get_value(trait), "This pointer was never assigned a valid value");
+    EXPECT_DEATH((void)net->is_default_value(trait), "This pointer was never assigned a valid value");
+    store(page, 0, sound);
+    EXPECT_EQ(net->get_value(trait), 5);
+}
+
 TEST(TraitStorage, RowsAreFoundByTheirNumber) {
     ROOT root;
     using CORE = NYX_TRAIT_CORE<NYX_TIME_TRAIT>;
@@ -323,6 +336,7 @@ TEST(TraitLookup, LeadsFromObjectToObject) {
         found.push_back(at);
     EXPECT_EQ(found, expected);
     EXPECT_EQ(values.port_lookup_begin(root.root), nullptr);
+    EXPECT_EQ(values.net_lookup_increment(root.root, nullptr), nullptr);
 }
 
 TEST(TraitLookup, TellsItsSchema) {

@@ -211,9 +211,13 @@ private:
     /// Inst ports that have moved: from where, to where.
     using INST_PORT_MOVES = std::vector<std::pair<NYX_INST_PORT *, NYX_INST_PORT *>>;
 
-    /// The first row of a run for update_inst_port_array(), the present one if that will do. All of a change of the run
-    /// that can fail.
+    /// The first row of a run for update_inst_port_array(), the present one if that will do. Can fail.
     NYX_INST_PORT_ID reserve_run(unsigned int new_size, const ROW_MAP &row_map);
+    /// Gives it back if it isn't the present one.
+    void release_reserved_run(NYX_INST_PORT_ID run, unsigned int size);
+    /// Takes the room that traits and properties of inst ports need in reserved runs. The other part that can fail.
+    using RUNS = std::vector<std::pair<NYX_INSTANCE *, NYX_INST_PORT_ID>>;
+    static void reserve_attributes(const RUNS &runs, const ROW_MAP &row_map);
     /// Makes `new_first` the run of inst ports, `new_size` rows long, and moves the inst ports into it as told; what is
     /// behind the end of the map stays empty. Inst ports that the map leaves out must have been deleted. Net lists,
     /// traits and properties follow, and the header is told the new length. What observers are to be told, when all is
@@ -222,7 +226,8 @@ private:
                                 INST_PORT_MOVES &moves);
     static void tell_moves(const INST_PORT_MOVES &moves);
     /// Deletes the inst ports that the map leaves out: their ports have been deleted where that could not be told.
-    void deallocate_left_out(const ROW_MAP &row_map);
+    /// \returns whether there were any.
+    bool deallocate_left_out(const ROW_MAP &row_map);
 
     void change_module_internal(NYX_MODULE *new_module, const PORT_NAME_MAP &port_names);
     /// Refers to another module, by the header if one is given. What was referred to is the caller's to release.

@@ -211,8 +211,8 @@ protected:
 };
 
 /// Properties of the objects of type T: values of any of eight types by name, which need no declaration. An object that
-/// never had one takes no room for them. Names and texts end at a NUL. O(log n) of the properties of the object, and a
-/// hash probe.
+/// never had one takes no room for them. Names and texts end at a NUL. Looks the name up, and then O(log n) of the
+/// properties of the object.
 template <class T>
 class NYX_API NYX_PROPERTY_BEARER {
 public:

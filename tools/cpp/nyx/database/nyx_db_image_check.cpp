@@ -183,15 +183,6 @@ private:
         return {links, m_reader.claim(READER::target(links + buckets * 8), node_bytes, what), buckets, count};
     }
 
-    template <class MAP>
-    static std::uint64_t mixed_hash(const typename MAP::key_type &key) {
-        using HASH = typename MAP::hasher;
-        if constexpr (std::is_same_v<HASH, NYX_ROW_HASH<typename MAP::key_type>>)
-            return nyx_spread_row(key.get());
-        else
-            return nyx_mix_hash(HASH()(key));
-    }
-
     // A hash map: its buckets and nodes. `check_element(element)` looks at what a node holds.
     template <class MAP, class CHECK_ELEMENT>
     void check_map(const MAP &map, const char *what, bool hashes, CHECK_ELEMENT &&check_element) {
@@ -214,7 +205,7 @@ private:
             const std::uint64_t bucket = info & (~std::uint64_t(0) >> 1);
             if (bucket >= buckets)
                 READER::fail("%s has an element in bucket %llu of %llu", what, ull(bucket), ull(buckets));
-            if (hashes && (mixed_hash<MAP>(element.first) & (buckets - 1)) != bucket)
+            if (hashes && (nyx_mix_hash(typename MAP::hasher()(element.first)) & (buckets - 1)) != bucket)
                 READER::fail("%s has an element in the wrong bucket", what);
             if (bucket != previous_bucket) {
                 ++num_groups;
@@ -242,7 +233,7 @@ private:
         const std::uint64_t num_leaves = half_word(at + 16);
         if (!m_reader.leads_to_manager(at))
             READER::fail("%s have another allocator", what);
-        if (num_leaves > s_max_rows / s_nyx_leaf_rows + 1)
+        if (num_leaves > s_nyx_most_leaves)
             READER::fail("%s have a directory for %llu leaves", what, ull(num_leaves));
         std::uint64_t size = 0;
         if (num_leaves == 0) {
@@ -251,8 +242,8 @@ private:
         } else {
             const char *const directory = m_reader.claim(READER::target(at + 8), num_leaves * 8, what);
             for (std::uint64_t i = 0; i < num_leaves; ++i)
-                if (const std::uintptr_t leaf = READER::fast_target(directory + i * 8))
-                    size += check_leaf<VALUE>(leaf, what);
+                if (READER::word(directory + i * 8) != 0)
+                    size += check_leaf<VALUE>(READER::fast_target(directory + i * 8), what);
         }
         if (size != map.size())
             READER::fail("%s are %llu, not %u", what, ull(size), map.size());
@@ -336,6 +327,9 @@ private:
             const std::uint64_t limit = in_depth ? num_objects(root, NYX_TRAIT_OBJ_TYPE(kind)) : 0;
             const typename LOOKUP::MAP &map = values.map(NYX_TRAIT_OBJ_TYPE(kind));
             check_values(map, what);
+            // A walk leads from one database to itself.
+            if (NYX_TRAIT_OBJ_TYPE(kind) == NYX_TRAIT_OBJ_TYPE::DB_SPARSE && map.find_from(1) != map.s_no_row)
+                READER::fail("a trait has a value of database %u of 1", map.find_from(1));
             if (!in_depth)
                 continue;
             map.for_each([&](unsigned object, auto value) {
@@ -510,14 +504,17 @@ void NYX_DB_IMAGE_CHECKER::check_properties(const TABLE &table) {
     const char *const what = TABLE::s_name;
     using VALUE = NYX_ROW_PROPERTIES::value_type;
     static_assert(sizeof(VALUE) == 24);
-    check_map(table.m_properties, what, true, [&](const auto &element) {
-        if (element.first.get() >= table.iter_limit())
-            READER::fail("%s has properties of row %u of %u", what, element.first.get(), table.iter_limit());
+    check_values(table.m_properties.distances(), what);
+    table.m_properties.distances().for_each([&](unsigned row, long long distance) {
+        if (row >= table.iter_limit())
+            READER::fail("%s has properties of row %u of %u", what, row, table.iter_limit());
+        const std::uintptr_t address =
+            reinterpret_cast<std::uintptr_t>(&table.m_properties) + static_cast<std::uintptr_t>(distance);
+        const char *const tree = m_reader.claim(address, sizeof(NYX_ROW_PROPERTIES), what);
         if (m_faults == nullptr)
             return;
-        const char *const tree = reinterpret_cast<const char *>(&element.second);
         if (!m_reader.leads_to_manager(tree))
-            READER::fail("%s: the properties of row %u have another allocator", what, element.first.get());
+            READER::fail("%s: the properties of row %u have another allocator", what, row);
         NYX_IMAGE_TREE(m_reader, what)
             .walk(tree + 16, static_cast<std::uint64_t>(READER::word(tree + 8)), sizeof(VALUE), [&](const char *value) {
                 check_name_id(NYX_NAME_ID(half_word(value)), what);

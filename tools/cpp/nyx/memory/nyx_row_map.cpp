@@ -115,9 +115,12 @@ unsigned NYX_ROW_MAP<VALUE>::get_capacity_for(unsigned number, unsigned count) c
 
 template <class VALUE>
 void NYX_ROW_MAP<VALUE>::make_room(unsigned row, unsigned count) {
+    if (count == 0)
+        return;
+    count = std::min(count, s_nyx_leaf_rows);
     const unsigned number = row / s_nyx_leaf_rows;
     if (number >= m_num_leaves)
-        make_directory(std::max(number + 1, 2 * m_num_leaves));
+        make_directory(std::max(number + 1, std::min(2 * m_num_leaves, s_nyx_most_leaves)));
     NYX_ROW_LEAF *const leaf = get_leaf(number);
     if (leaf == nullptr) {
         set_leaf(number, make_leaf(get_capacity_for(number, count)));
@@ -165,8 +168,14 @@ void NYX_ROW_MAP<VALUE>::move(unsigned from, unsigned to) {
     const VALUE *const stored = find(from);
     if (stored == nullptr)
         return;
-    insert_or_assign(to, *stored);
-    erase(from);
+    const VALUE value = *stored;
+    // In another leaf nothing is lost if there is no room; within one leaf there is the room of the value itself.
+    const bool is_same_leaf = from / s_nyx_leaf_rows == to / s_nyx_leaf_rows;
+    if (is_same_leaf)
+        erase(from);
+    insert_or_assign(to, value);
+    if (!is_same_leaf)
+        erase(from);
 }
 
 template <class VALUE>

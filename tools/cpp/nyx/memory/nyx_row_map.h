@@ -25,12 +25,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <utility>
+#include <vector>
 
 /// Rows that a leaf is for.
 inline constexpr unsigned s_nyx_leaf_rows = 1024;
 /// The most values that a leaf keeps one behind the other. A quarter of the rows: then room for all of them is no more
 /// than what other maps take, and finding and adding a value costs next to nothing.
 inline constexpr unsigned s_nyx_leaf_most_packed = 256;
+
+/// Leaves that 2^32 rows have.
+inline constexpr unsigned s_nyx_most_leaves = 1u << 22;
 
 /// The bits of a word, counted without an instruction that not all processors have.
 [[gnu::always_inline]] constexpr unsigned nyx_count_bits(std::uint64_t word) {
@@ -93,6 +97,7 @@ public:
     /// Both are in one segment.
     void swap(NYX_ROW_MAP &other) noexcept;
 
+    NYX_SEGMENT_MANAGER *get_segment_manager() const { return m_allocator.get_segment_manager(); }
     unsigned size() const { return m_size; }
     bool empty() const { return m_size == 0; }
 
@@ -185,6 +190,27 @@ private:
 };
 
 static_assert(sizeof(NYX_ROW_MAP<int>) == 24);
+
+/// Rows that are to move: from, to.
+using NYX_ROW_MOVES = std::vector<std::pair<unsigned, unsigned>>;
+
+/// Sees to it that all of these moves of values together, in order of where they go to, need no allocation.
+/// boost::interprocess::bad_alloc, with no value changed, when the segment is full.
+template <class MAP>
+void nyx_make_room_for_moves(MAP &map, const NYX_ROW_MOVES &moves) {
+    if (map.empty())
+        return;
+    const auto leaf_of = [](unsigned row) { return row / s_nyx_leaf_rows; };
+    for (auto at = moves.begin(); at != moves.end();) {
+        const unsigned to = at->second;
+        unsigned count = 0; // values that come from another leaf
+        for (; at != moves.end() && leaf_of(at->second) == leaf_of(to); ++at) {
+            NYX_CHECK(at->second >= to);
+            count += leaf_of(at->first) != leaf_of(to) && map.find(at->first) != nullptr;
+        }
+        map.make_room(to, count);
+    }
+}
 
 extern template class NYX_ROW_MAP<signed char>;
 extern template class NYX_ROW_MAP<int>;

@@ -18,6 +18,8 @@
 
 #include <boost/format.hpp>
 
+#include <algorithm>
+#include <map>
 #include <utility>
 
 // ---- References
@@ -139,12 +141,17 @@ void NYX_INSTANCE::change_module_internal(NYX_MODULE *new_module, const PORT_NAM
     NYX_INST_PORT_ID new_first;
     try {
         new_first = reserve_run(new_size, new_to_old);
+        reserve_attributes({{this, new_first}}, new_to_old);
+        for (NYX_INST_PORT *const inst_port : left_out)
+            inst_port->deallocate();
+        // Who was told of that may have given values to what is about to move.
+        if (!left_out.empty())
+            reserve_attributes({{this, new_first}}, new_to_old);
     } catch (...) {
+        release_reserved_run(new_first, new_size);
         drop_reference(new_module, new_header);
         throw;
     }
-    for (NYX_INST_PORT *const inst_port : left_out)
-        inst_port->deallocate();
     NYX_INST_HEADER *const old_header = get_inst_header();
     set_base(new_module, new_header);
     const unsigned prev_size = get_num_inst_ports();
@@ -177,24 +184,34 @@ NYX_INST_PORT_ID NYX_INSTANCE::reserve_run(unsigned int new_size, const ROW_MAP 
         fits = row_map[i] >= i && row_map[i] >= lowest;
         lowest = row_map[i] + 1;
     }
-    NYX_DB_PERSISTENT *const root = nyx_get_persistent(this);
-    NYX_INST_PORT_TABLE &table = root->table<NYX_INST_PORT>();
-    const NYX_INST_PORT_ID new_first = fits ? first : NYX_INST_PORT_TABLE::get_id(table.allocate(new_size));
-    try {
-        std::vector<std::pair<NYX_ANY_ID, NYX_ANY_ID>> moves;
-        for (unsigned i = 0; i < row_map.size(); ++i)
-            if (row_map[i] != NO_ROW && (!fits || row_map[i] != i))
-                moves.emplace_back(first.get() + row_map[i], new_first.get() + i);
-        nyx_make_room_for_traits<NYX_INST_PORT>(root, moves);
-    } catch (...) {
-        if (!fits)
-            nyx_release_run(table, new_first, new_size);
-        throw;
-    }
-    return new_first;
+    if (fits)
+        return first;
+    NYX_INST_PORT_TABLE &table = nyx_get_persistent(this)->table<NYX_INST_PORT>();
+    return NYX_INST_PORT_TABLE::get_id(table.allocate(new_size));
 }
 
-void NYX_INSTANCE::deallocate_left_out(const ROW_MAP &row_map) {
+void NYX_INSTANCE::release_reserved_run(NYX_INST_PORT_ID run, unsigned int size) {
+    if (run != NYX_INST_PORT_ID::INVALID && run != nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, get_impl()))
+        nyx_release_run(nyx_get_persistent(this)->table<NYX_INST_PORT>(), run, size);
+}
+
+void NYX_INSTANCE::reserve_attributes(const RUNS &runs, const ROW_MAP &row_map) {
+    // The runs of a database share the room for values of their rows, so it is taken for all of them at once.
+    std::map<NYX_DB_PERSISTENT *, NYX_ROW_MOVES> moves;
+    for (const auto &[instance, new_first] : runs) {
+        const unsigned first = nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, instance->get_impl()).get();
+        NYX_ROW_MOVES &of_db = moves[nyx_get_persistent(instance)];
+        for (unsigned i = 0; i < row_map.size(); ++i)
+            if (row_map[i] != NO_ROW && first + row_map[i] != new_first.get() + i)
+                of_db.emplace_back(first + row_map[i], new_first.get() + i);
+    }
+    for (auto &[root, of_db] : moves) {
+        std::sort(of_db.begin(), of_db.end(), [](const auto &a, const auto &b) { return a.second < b.second; });
+        nyx_make_room_for_traits<NYX_INST_PORT>(root, of_db);
+    }
+}
+
+bool NYX_INSTANCE::deallocate_left_out(const ROW_MAP &row_map) {
     std::vector<bool> is_kept(get_num_inst_ports());
     for (const unsigned index : row_map) {
         if (index == NO_ROW)
@@ -202,12 +219,16 @@ void NYX_INSTANCE::deallocate_left_out(const ROW_MAP &row_map) {
         NYX_CHECK(index < is_kept.size());
         is_kept[index] = true;
     }
+    bool has_deallocated = false;
     for (unsigned i = 0; i < is_kept.size(); ++i) {
         if (is_kept[i])
             continue;
-        if (NYX_INST_PORT *const inst_port = get_inst_port_by_index(i))
+        if (NYX_INST_PORT *const inst_port = get_inst_port_by_index(i)) {
             inst_port->deallocate();
+            has_deallocated = true;
+        }
     }
+    return has_deallocated;
 }
 
 void NYX_INSTANCE::update_inst_port_array(unsigned int new_size, const ROW_MAP &row_map, NYX_INST_PORT_ID new_first,

@@ -66,7 +66,12 @@ public:
             m_new_first = NYX_PORT_TABLE::get_id(m_table.allocate(m_new_size));
             m_is_reserved = true;
         }
-        std::vector<std::pair<NYX_ANY_ID, NYX_ANY_ID>> moves;
+        reserve_attributes();
+    }
+
+    // Takes the room that traits and properties of ports need in the new run; the same holds.
+    void reserve_attributes() {
+        NYX_ROW_MOVES moves;
         for (unsigned i = 0; i < m_new_to_old.size(); ++i)
             if (old_row(m_new_to_old[i]) != new_row(i))
                 moves.emplace_back(m_old_first.get() + m_new_to_old[i], m_new_first.get() + i);
@@ -176,23 +181,27 @@ void nyx_check_ports_are_writable(NYX_MODULE *module, const char *function) {
 void NYX_MODULE::set_num_ports(unsigned int num_ports) {
     PORT_MOVE move(get_impl(), num_ports);
     // All rows that are needed are taken before the first port moves, here and for each instance.
-    std::vector<std::pair<NYX_INSTANCE *, NYX_INST_PORT_ID>> instances;
+    NYX_INSTANCE::RUNS instances;
     try {
         for (NYX_INSTANCE *const instance : iter_instances_of()) {
             instances.emplace_back(instance, NYX_INST_PORT_ID::INVALID);
             instances.back().second = instance->reserve_run(num_ports, move.new_to_old());
         }
+        NYX_INSTANCE::reserve_attributes(instances, move.new_to_old());
         move.reserve();
         // These may have been left by ports that were deleted while the instance's database was closed.
+        bool has_told = false;
         for (const auto &[instance, run] : instances)
-            instance->deallocate_left_out(move.new_to_old());
+            has_told |= instance->deallocate_left_out(move.new_to_old());
+        // Who was told of that may have given values to what is about to move.
+        if (has_told) {
+            NYX_INSTANCE::reserve_attributes(instances, move.new_to_old());
+            move.reserve_attributes();
+        }
         move.run();
     } catch (...) {
-        for (const auto &[instance, run] : instances) {
-            if (run != NYX_INST_PORT_ID::INVALID &&
-                run != nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, instance->get_impl()))
-                nyx_release_run(nyx_get_persistent(instance)->table<NYX_INST_PORT>(), run, num_ports);
-        }
+        for (const auto &[instance, run] : instances)
+            instance->release_reserved_run(run, num_ports);
         throw;
     }
     nyx_cache_drop(get_impl());

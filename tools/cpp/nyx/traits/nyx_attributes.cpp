@@ -96,17 +96,6 @@ void nyx_move_trait_values(NYX_BEARER from, NYX_BEARER to) {
     });
 }
 
-void nyx_make_room_for_trait_values(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind,
-                                    const std::vector<std::pair<NYX_ANY_ID, NYX_ANY_ID>> &moves) {
-    for_each_used_trait(root, kind, [&moves](auto *, auto &values) {
-        // Leaf by leaf of the destination.
-        for (auto at = moves.begin(); at != moves.end();) {
-            const unsigned to = at->second.get();
-            unsigned count = 0;
-            for (; at != moves.end() && at->second.get() / s_nyx_leaf_rows == to / s_nyx_leaf_rows; ++at)
-                count += values.find(at->first.get()) != nullptr;
-            if (count != 0)
-                values.make_room(to, count);
-        }
-    });
+void nyx_make_room_for_trait_values(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind, const NYX_ROW_MOVES &moves) {
+    for_each_used_trait(root, kind, [&moves](auto *, auto &values) { nyx_make_room_for_moves(values, moves); });
 }

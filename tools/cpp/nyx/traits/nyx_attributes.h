@@ -14,9 +14,6 @@
 #include "traits/nyx_builtin_traits.h"
 #include "traits/nyx_property_core.h"
 
-#include <utility>
-#include <vector>
-
 /// Takes the values of all traits from an object, those for objects of another type included. No look-up in a trait
 /// that no object of this type has a value of.
 void nyx_clear_trait_values(NYX_BEARER object);
@@ -25,15 +22,13 @@ void nyx_clear_trait_values(NYX_BEARER object);
 /// they are. `from` may be in another database. The object types are equal.
 void nyx_copy_trait_values(NYX_BEARER from, NYX_BEARER to);
 
-/// Moves the values of one row to another one of the same table, in place of those that it has. Takes room where the
-/// other one is the first of its neighbours to have a value: boost::interprocess::bad_alloc when the segment is full.
+/// Moves the values of one row to another one of the same table, in place of those that it has. Values may
+/// take room where they come to: boost::interprocess::bad_alloc when the segment is full.
 void nyx_move_trait_values(NYX_BEARER from, NYX_BEARER to);
 
-/// Sees to it that the moves, which begin with the rows' present places, allocate nothing: all that can fail comes
-/// first. Ordered by the places they go to. boost::interprocess::bad_alloc, with no value changed, when the segment is
-/// full.
-void nyx_make_room_for_trait_values(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind,
-                                    const std::vector<std::pair<NYX_ANY_ID, NYX_ANY_ID>> &moves);
+/// Sees to it that these moves of rows of one table, in order of where they go to, need no allocation for their values.
+/// boost::interprocess::bad_alloc, with no value changed, when the segment is full.
+void nyx_make_room_for_trait_values(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind, const NYX_ROW_MOVES &moves);
 
 /// Takes all values of traits and all properties from an object, and gives their blocks back.
 template <class T>
@@ -54,11 +49,13 @@ void nyx_copy_properties(const T *from, T *to) {
     nyx_object_properties(to).copy_from(nyx_object_properties(from));
 }
 
-/// Sees to it that rows of T's table can move as told, from and to, without an allocation. Ordered by the places that
-/// they go to. boost::interprocess::bad_alloc, with no value changed, when the segment is full.
+/// Sees to it that all of these moves of rows of T's table together, in order of where they go to, need no allocation
+/// for their values of traits and their properties. boost::interprocess::bad_alloc, with nothing changed, when the
+/// segment is full.
 template <class T>
-void nyx_make_room_for_traits(NYX_DB_PERSISTENT *root, const std::vector<std::pair<NYX_ANY_ID, NYX_ANY_ID>> &moves) {
+void nyx_make_room_for_traits(NYX_DB_PERSISTENT *root, const NYX_ROW_MOVES &moves) {
     nyx_make_room_for_trait_values(root, nyx_bearer_class<T>.kind, moves);
+    nyx_make_room_for_moves(nyx_properties_of<T>(root), moves);
 }
 
 /// Moves values of traits and properties from one row to another one of the same table. What the other one had is gone

@@ -29,9 +29,6 @@ inline constexpr NYX_BEARER_CLASS nyx_bearer_class{nullptr, NYX_TRAIT_OBJ_TYPE::
     inline constexpr NYX_BEARER_CLASS nyx_bearer_class<type>{#type, NYX_TRAIT_OBJ_TYPE::word##_SPARSE};
 #include "traits/nyx_trait_kinds.def"
 
-/// The free-form values of the rows of a table, whatever its type.
-using NYX_ANY_PROPERTY_MAP = NYX_PROPERTY_MAP<NYX_ANY_ID>;
-
 /// An object that bears traits.
 struct NYX_BEARER {
     NYX_DB_PERSISTENT *root; ///< null for a null handle
@@ -54,8 +51,8 @@ template <class T>
     }
 }
 
-/// The address of a row's root, 0 and other addresses that no root has for rows of a damaged page: to be compared, in
-/// half the time of nyx_get_persistent, and not followed.
+/// The address of a row's root, to be compared with others in half the time of nyx_get_persistent. Of a page or a table
+/// whose link was never set it is an address that no root has.
 [[gnu::always_inline]] inline std::uintptr_t nyx_find_persistent(const void *row) {
     const auto follow = [](std::uintptr_t link) {
         std::int64_t distance;
@@ -92,10 +89,8 @@ inline T *nyx_get_bearer(NYX_DB_PERSISTENT *root, NYX_ANY_ID id) {
 
 /// The properties of the rows of T's table.
 template <class T>
-inline NYX_ANY_PROPERTY_MAP &nyx_properties_of(NYX_DB_PERSISTENT *root) {
-    auto &properties = root->table<T>().m_properties;
-    static_assert(sizeof(properties) == sizeof(NYX_ANY_PROPERTY_MAP));
-    return reinterpret_cast<NYX_ANY_PROPERTY_MAP &>(properties);
+inline NYX_PROPERTY_MAP &nyx_properties_of(NYX_DB_PERSISTENT *root) {
+    return root->table<T>().m_properties;
 }
 
 #endif

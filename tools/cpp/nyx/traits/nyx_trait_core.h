@@ -188,7 +188,7 @@ private:
     static void check_trait(const NYX_BEARER_CLASS &objects, const char *function, const TRAIT *trait);
 };
 
-/// Whether both are there and in one database. An object whose page or table was damaged is in none.
+/// Whether both are there and in one database.
 template <class T, class TRAIT>
 [[gnu::always_inline]] inline bool nyx_is_of_traits_db(const T *object, const TRAIT *trait) {
     if constexpr (std::is_same_v<T, NYX_DB>)

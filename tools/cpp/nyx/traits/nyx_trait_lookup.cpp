@@ -56,7 +56,7 @@ NYX_ANY_ID NYX_TRAIT_LOOKUP<RAW>::begin(NYX_TRAIT_OBJ_TYPE kind) const {
 
 template <class RAW>
 NYX_ANY_ID NYX_TRAIT_LOOKUP<RAW>::next(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id) const {
-    return NYX_ANY_ID(map(kind).find_from(id.get() + 1));
+    return id == NYX_ANY_ID::INVALID ? id : NYX_ANY_ID(map(kind).find_from(id.get() + 1));
 }
 static_assert(NYX_ROW_MAP<int>::s_no_row == NYX_ANY_ID::INVALID.get());
 
