@@ -371,9 +371,9 @@ TEST_F(ModulePorts, StayAsTheyAreWhenADatabaseIsFull) {
     EXPECT_GT(failures, 1);
 }
 
-// The values of traits go to rows a thousand further, which have had none: all room is taken before the first one
-// moves.
-TEST_F(ModulePorts, KeepTheValuesOfTraitsWhenADatabaseIsFull) {
+// Values of traits and properties go to rows two thousand further, where no row has had any; those of all instances to
+// the same leaf. All room is taken before the first one moves.
+TEST_F(ModulePorts, KeepTraitsAndPropertiesWhenADatabaseIsFull) {
     constexpr unsigned num_ports = 40;
     const auto value_of = [](unsigned index) { return index % 3 == 0 ? static_cast<int>(index) + 1 : 0; };
     unsigned failures = 0;
