@@ -58,7 +58,7 @@ template <class RAW>
 NYX_ANY_ID NYX_TRAIT_LOOKUP<RAW>::next(NYX_TRAIT_OBJ_TYPE kind, NYX_ANY_ID id) const {
     return id == NYX_ANY_ID::INVALID ? id : NYX_ANY_ID(map(kind).find_from(id.get() + 1));
 }
-static_assert(NYX_ROW_MAP<int>::s_no_row == NYX_ANY_ID::INVALID.get());
+static_assert(NYX_ROW_MAP<int>::s_no_row == NYX_ANY_ID().get());
 
 #define NYX_TRAIT_KIND(type, one, many, word)                                                                          \
     template <class RAW>                                                                                               \
