@@ -184,22 +184,6 @@ TEST_F(ValuesCheck, TheMapOfDatabasesHasOneAtMost) {
     EXPECT_EQ(reopen(), "nothing");
 }
 
-TEST_F(ValuesCheck, PropertiesLeadToObjectsOfTheirOwn) {
-    auto &properties = root_of(m_db)->table<NYX_NET>().m_properties;
-    NYX_NET *const net = *m_db->find_local_module("first")->iter_nets().begin();
-    net->set_property("p", 1);
-    NYX_DB_IMPL::of(*m_db).m_file->commit_impl(m_path, NYX_COMPRESSION::NONE, 0, 1, {});
-    m_bytes = read_file(m_path);
-    ASSERT_EQ(open(m_bytes), "nothing");
-    const char *const map = reinterpret_cast<const char *>(&properties);
-    expect_link_refused(map, "the allocator");
-    expect_link_refused(map + 8, "the directory");
-    const unsigned row = root_of(m_db)->table<NYX_NET>().get_id(net->get_impl()).get();
-    const long long *const distance = properties.distances().find(row);
-    for (const long long wrong : {0ll, *distance + 8, *distance + 1, -*distance, 1ll << 40})
-        expect_refused(distance, wrong, "the distance to a row's values");
-}
-
 TEST_F(ValuesCheck, LeavesCountTheirValues) {
     for (const char *const map : {m_packed, m_placed}) {
         const char *const leaf = leaf_of(map);
@@ -434,8 +418,7 @@ TEST_F(ImageCheck, VerifyLooksAtTheCellsOfFreeRows) {
 TEST_F(ImageCheck, VerifyKnowsTrueFromFalse) {
     NYX_NET *const net = NYX_NET::allocate(*m_db->iter_modules().begin(), "flagged");
     net->set_property("flag", true);
-    auto &nets = root_of(m_db)->table<NYX_NET>();
-    auto &stored = nets.m_properties.find(nets.get_id(net->get_impl()).get())->begin()->second;
+    auto &stored = root_of(m_db)->table<NYX_NET>().m_properties.begin()->second.begin()->second;
     // The number of the type, then the value.
     char *const value = reinterpret_cast<char *>(&stored) + 8;
     ASSERT_EQ(*value, 1);

@@ -298,7 +298,8 @@ TYPED_TEST(RowMap, RoomIsMadeForAsManyAsALeafHasRows) {
     map.make_room(5000, ~0u);
     EXPECT_EQ(this->leaf_of(map, 5000)->m_capacity, 1024u);
     EXPECT_EQ(map.size(), 4u);
-    EXPECT_DEATH(nyx_make_room_for_moves(map, {{0, 10}, {1, 9}}), "at->second >= to");
+    for (const unsigned out_of_order : {9u, 3000u})
+        EXPECT_DEATH(nyx_make_room_for_moves(map, {{0, 10}, {1, 5000}, {2, out_of_order}}), "at->second >= previous");
 }
 
 TYPED_TEST(RowMap, MovingTakesThePlaceOfAnotherValue) {

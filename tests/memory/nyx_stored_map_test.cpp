@@ -57,7 +57,8 @@ template <class MAP>
 class StoredMap : public testing::Test {};
 
 using MAPS = testing::Types<MAP_IN_SEGMENT<NYX_PORT_ID>, MAP_IN_SEGMENT<WIDE_VALUE<1>>, MAP_IN_SEGMENT<std::uint64_t>,
-                            MAP_IN_SEGMENT<WIDE_VALUE<33>>, MAP_IN_SEGMENT<NYX_PORT_ID, COLLIDING_HASH>>;
+                            MAP_IN_SEGMENT<WIDE_VALUE<33>>, MAP_IN_SEGMENT<NYX_PORT_ID, COLLIDING_HASH>,
+                            MAP_IN_SEGMENT<std::uint64_t, NYX_ROW_HASH<NYX_NET_ID>>>;
 TYPED_TEST_SUITE(StoredMap, MAPS);
 
 TYPED_TEST(StoredMap, MixesAsTheMapDoes) {
@@ -166,6 +167,53 @@ TYPED_TEST(StoredMap, InsertingIntoAFullSegmentChangesNothing) {
         EXPECT_EQ(map->size(), id + 1);
         EXPECT_EQ(map.segment().algorithm().find_fault(), "");
     }
+}
+
+TEST(RowHash, IsWhatMixingMakesOfIt) {
+    std::mt19937_64 random(577215);
+    for (unsigned i = 0; i < 1000; ++i) {
+        const std::uint64_t word = random();
+        EXPECT_EQ(nyx_mix_hash(nyx_unmix_hash(word)), word);
+        EXPECT_EQ(nyx_unmix_hash(nyx_mix_hash(word)), word);
+        const NYX_NET_ID id(static_cast<unsigned>(word));
+        EXPECT_EQ(nyx_mix_hash(NYX_ROW_HASH<NYX_NET_ID>()(id)), nyx_spread_row(id.get()));
+    }
+}
+
+TEST(RowHash, RowsFromZeroOnFillBucketsEvenly) {
+    for (unsigned bits = 0; bits <= 16; ++bits) {
+        std::vector<bool> used(std::size_t(1) << bits);
+        for (unsigned row = 0; row < used.size(); ++row) {
+            const std::size_t bucket = nyx_spread_row(row) & (used.size() - 1);
+            ASSERT_FALSE(used[bucket]) << row << " of " << used.size();
+            used[bucket] = true;
+        }
+    }
+}
+
+TEST(RowHash, NeighboursStayTogether) {
+    for (unsigned row = 0; row < 1000; ++row)
+        EXPECT_EQ(nyx_spread_row(row * 64) / 64, nyx_spread_row(row * 64 + 63) / 64);
+}
+
+// Rows at regular distances, as the members of arrays are.
+TEST(RowHash, DistancesDoNotCrowdBuckets) {
+    for (unsigned bits = 4; bits <= 14; ++bits)
+        for (unsigned shift = 0; shift + bits <= 24; ++shift) {
+            std::vector<unsigned> used(std::size_t(1) << bits);
+            for (unsigned i = 0; i < used.size(); ++i)
+                ++used[nyx_spread_row(i << shift) & (used.size() - 1)];
+            EXPECT_LE(*std::max_element(used.begin(), used.end()), 8u)
+                << used.size() << " rows, each the " << (1u << shift) << "th";
+        }
+    for (unsigned bits = 4; bits <= 12; ++bits)
+        for (unsigned distance = 1; distance < 1500; ++distance) {
+            std::vector<unsigned> used(std::size_t(1) << bits);
+            unsigned num_met = 0; // pairs of rows in one bucket
+            for (unsigned i = 0; i < used.size(); ++i)
+                num_met += used[nyx_spread_row(i * distance) & (used.size() - 1)]++;
+            EXPECT_LE(num_met, used.size() * 2) << used.size() << " rows, each the " << distance << "th";
+        }
 }
 
 } // namespace

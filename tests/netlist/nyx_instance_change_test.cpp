@@ -1,5 +1,6 @@
 // Instances that get another base module, and how their inst ports follow the ports.
 
+#include "memory/segment_image.h"
 #include "netlist/nyx_inst_header_table.h"
 #include "netlist/nyx_inst_port_table.h"
 #include "netlist/nyx_module_table.h"
@@ -68,6 +69,58 @@ TEST_F(CHANGE, ToAModuleWithTheSamePortsKeepsAll) {
     EXPECT_EQ(references(other), 1u);
     u->set_master(abc);
     EXPECT_EQ(u->get_module(), abc);
+}
+
+// Who hears that an inst port goes may give values to those that are about to move, to rows where no one has had any. If
+// there is no room for them, the instance keeps its module.
+TEST_F(CHANGE, ValuesThatComeWhileAnInstPortGoesMoveAsWell) {
+    struct LISTENER : NYX_OBSERVER<NYX_INST_PORT> {
+        LISTENER() : NYX_OBSERVER(1) { set_enabled(true); }
+        ~LISTENER() override { set_enabled(false); }
+        void deallocated(NYX_INST_PORT *) override {
+            for (NYX_INST_PORT *const inst_port : u->iter_inst_ports())
+                if (inst_port->is_valid() && inst_port->get_name() != "c")
+                    inst_port->set_value(trait, 7);
+        }
+        NYX_INSTANCE *u = nullptr;
+        NYX_INT_TRAIT *trait = nullptr;
+    };
+    unsigned failures = 0;
+    for (std::size_t left = 0;; left += 8) {
+        SCOPED_DB full("full");
+        NYX_MODULE *const user = NYX_MODULE::allocate(full, "user", 0);
+        NYX_MODULE *const from = make_module(full, "from", {"a", "b", "c"});
+        NYX_MODULE *const to = make_module(full, "to", {"x", "b", "a", "y"});
+        NYX_INSTANCE *const u = NYX_INSTANCE::allocate(user, "u", from);
+        // Behind two thousand rows there is a run that will do.
+        NYX_INSTANCE::allocate(user, "w", NYX_MODULE::allocate(full, "large", 2100));
+        NYX_INSTANCE::allocate(user, "gone", to)->deallocate();
+        NYX_INT_TRAIT *const trait = NYX_INST_PORT::create_int_trait(full, "t", 0, "", "", "");
+        // The leaf of the rows at hand is there.
+        u->find_inst_port("c")->set_value(trait, 1);
+        bool done = false;
+        {
+            LISTENER listener;
+            listener.u = u;
+            listener.trait = trait;
+            const JUNK junk(*nyx_get_algorithm(root_of(full)->get_segment_manager()), left == 0 ? 0 : left + 32);
+            try {
+                u->change_module(to, {});
+                done = true;
+            } catch (const boost::interprocess::bad_alloc &) {
+                ++failures;
+            }
+        }
+        EXPECT_EQ(u->get_module(), done ? to : from);
+        for (const char *const name : {"a", "b"}) {
+            ASSERT_NE(u->find_inst_port(name), nullptr) << left;
+            EXPECT_EQ(u->find_inst_port(name)->get_value(trait), 7) << left;
+        }
+        expect_sound(full);
+        if (done)
+            break;
+    }
+    EXPECT_GT(failures, 4u);
 }
 
 TEST_F(CHANGE, ToThePresentModuleDoesNothing) {

@@ -33,7 +33,7 @@ protected:
             std::memset(static_cast<void *>(cell), 0x2a, sizeof(*cell));
         });
         if constexpr (TABLE::s_has_properties)
-            m_table.m_properties.find_or_make(id.get());
+            m_table.m_properties.emplace(id, NYX_ROW_PROPERTIES(m_root.segment.get_segment_manager()));
     }
 
     template <class CELL>
@@ -47,7 +47,7 @@ protected:
             EXPECT_EQ(bytes_of(*(m_table.*column).get(id)), bytes_of(CELL())) << name;
         });
         if constexpr (TABLE::s_has_properties) {
-            EXPECT_EQ(m_table.m_properties.find(id.get()), nullptr);
+            EXPECT_EQ(m_table.m_properties.count(id), 0u);
         }
     }
 };
@@ -239,7 +239,9 @@ TYPED_TEST(ObjectPattern, AnImageAtAnotherAddressAnswersTheSame) {
                 std::memset(static_cast<void *>(cell), int(i % 100), sizeof(*cell));
         });
         if constexpr (OWN_TABLE::s_has_properties) {
-            this->m_table.m_properties.find_or_make(i).emplace(NYX_NAME_ID(3), NYX_STORED_PROPERTY(int(i)));
+            NYX_ROW_PROPERTIES values(this->m_root.segment.get_segment_manager());
+            values.emplace(NYX_NAME_ID(3), NYX_STORED_PROPERTY(int(i)));
+            this->m_table.m_properties.emplace(OWN_ID(i), std::move(values));
         }
     }
     const NYX_SEGMENT copy(this->m_root.segment, 0);
@@ -264,11 +266,11 @@ TYPED_TEST(ObjectPattern, AnImageAtAnotherAddressAnswersTheSame) {
                 EXPECT_EQ(this->bytes_of(cell), std::string(sizeof(cell), char(i % 100))) << name;
         });
         if constexpr (OWN_TABLE::s_has_properties) {
-            const NYX_ROW_PROPERTIES *const values = table.m_properties.find(i);
-            ASSERT_NE(values, nullptr);
-            ASSERT_EQ(values->size(), 1u);
-            EXPECT_EQ(values->begin()->first, NYX_NAME_ID(3));
-            EXPECT_EQ(boost::get<int>(values->begin()->second), int(i));
+            const auto found = table.m_properties.find(OWN_ID(i));
+            ASSERT_NE(found, table.m_properties.end());
+            ASSERT_EQ(found->second.size(), 1u);
+            EXPECT_EQ(found->second.begin()->first, NYX_NAME_ID(3));
+            EXPECT_EQ(boost::get<int>(found->second.begin()->second), int(i));
         }
     }
     // It goes on by itself.

@@ -197,7 +197,7 @@ TEST_P(TraitModel, BehavesLikeMapsAtAnyAddress) {
         if (HasFatalFailure())
             return;
     }
-    // Nothing is left of the values once all objects are cleared, but for buckets.
+    // Nothing is left of the values once all objects are cleared, but for directories and emptied leaves.
     for (unsigned i = 0; i < s_objects; ++i)
         nyx_clear_traits<NYX_NET>(nets.get(NYX_NET_ID(i)));
     expect_like_model(root.root, MODEL());

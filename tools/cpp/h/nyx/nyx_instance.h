@@ -215,9 +215,9 @@ private:
     NYX_INST_PORT_ID reserve_run(unsigned int new_size, const ROW_MAP &row_map);
     /// Gives it back if it isn't the present one.
     void release_reserved_run(NYX_INST_PORT_ID run, unsigned int size);
-    /// Takes the room that traits and properties of inst ports need in reserved runs. The other part that can fail.
+    /// Takes the room that values of traits of inst ports need in reserved runs. The other part that can fail.
     using RUNS = std::vector<std::pair<NYX_INSTANCE *, NYX_INST_PORT_ID>>;
-    static void reserve_attributes(const RUNS &runs, const ROW_MAP &row_map);
+    static void reserve_attributes(RUNS runs, const ROW_MAP &row_map);
     /// Makes `new_first` the run of inst ports, `new_size` rows long, and moves the inst ports into it as told; what is
     /// behind the end of the map stays empty. Inst ports that the map leaves out must have been deleted. Net lists,
     /// traits and properties follow, and the header is told the new length. What observers are to be told, when all is

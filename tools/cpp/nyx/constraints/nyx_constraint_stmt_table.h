@@ -25,12 +25,12 @@ public:
     NYX_SECONDARY_COLUMN<std::uint32_t, NYX_CONSTRAINT_STMT_ID> m_file_lineno;
     NYX_SECONDARY_COLUMN<NYX_NAME_ID, NYX_CONSTRAINT_STMT_ID> m_file_name_id;
     NYX_SECONDARY_COLUMN<NYX_NAME_ID, NYX_CONSTRAINT_STMT_ID> m_name_id;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_CONSTRAINT_STMT_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_CONSTRAINT_STMT_TABLE) == 272);
+static_assert(sizeof(NYX_CONSTRAINT_STMT_TABLE) == 312);
 
 extern template class NYX_TABLE<NYX_CONSTRAINT_STMT_TABLE, NYX_CONSTRAINT_STMT_IMPL, NYX_CONSTRAINT_STMT_ID>;
 extern template class NYX_FREE_LIST_TABLE<NYX_CONSTRAINT_STMT_TABLE, NYX_CONSTRAINT_STMT_IMPL, NYX_CONSTRAINT_STMT_ID>;

@@ -10,7 +10,7 @@ NYX_ENTITY_TABLE::NYX_ENTITY_TABLE(NYX_DB_PERSISTENT *persistent, NYX_SEGMENT_MA
     , m_name_id(this, manager)
     , m_source_file_id(this, manager)
     , m_type(this, manager)
-    , m_properties(manager) {}
+    , m_properties(nyx_make_property_map<NYX_ENTITY_ID>(manager)) {}
 
 template class NYX_TABLE<NYX_ENTITY_TABLE, NYX_ENTITY_IMPL, NYX_ENTITY_ID>;
 template class NYX_FREE_LIST_TABLE<NYX_ENTITY_TABLE, NYX_ENTITY_IMPL, NYX_ENTITY_ID>;

@@ -28,12 +28,12 @@ public:
     NYX_SECONDARY_COLUMN<NYX_NAME_ID, NYX_ENTITY_ID> m_name_id;
     NYX_SECONDARY_COLUMN<NYX_SOURCE_FILE_ID, NYX_ENTITY_ID> m_source_file_id;
     NYX_SECONDARY_COLUMN<unsigned char, NYX_ENTITY_ID> m_type;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_ENTITY_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_ENTITY_TABLE) == 368);
+static_assert(sizeof(NYX_ENTITY_TABLE) == 408);
 
 extern template class NYX_TABLE<NYX_ENTITY_TABLE, NYX_ENTITY_IMPL, NYX_ENTITY_ID>;
 extern template class NYX_FREE_LIST_TABLE<NYX_ENTITY_TABLE, NYX_ENTITY_IMPL, NYX_ENTITY_ID>;

@@ -7,7 +7,7 @@ NYX_RELATIVE_OBJECT_TABLE::NYX_RELATIVE_OBJECT_TABLE(NYX_DB_PERSISTENT *persiste
     , m_primary(this, manager)
     , m_base_module_or_inst_header_id(this, manager)
     , m_path_length(this, manager)
-    , m_properties(manager) {}
+    , m_properties(nyx_make_property_map<NYX_RELATIVE_OBJECT_ID>(manager)) {}
 
 void NYX_RELATIVE_OBJECT_TABLE::add_array_stats(NYX_TYPE_STATS &stats) const {
     long segments = 0;

@@ -26,12 +26,12 @@ public:
     NYX_PRIMARY_COLUMN<NYX_RELATIVE_OBJECT_IMPL, NYX_RELATIVE_OBJECT_ID> m_primary;
     NYX_SECONDARY_COLUMN<NYX_MODULE_ID, NYX_RELATIVE_OBJECT_ID> m_base_module_or_inst_header_id;
     NYX_SECONDARY_COLUMN<unsigned char, NYX_RELATIVE_OBJECT_ID> m_path_length;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_RELATIVE_OBJECT_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_RELATIVE_OBJECT_TABLE) == 224);
+static_assert(sizeof(NYX_RELATIVE_OBJECT_TABLE) == 264);
 
 extern template class NYX_TABLE<NYX_RELATIVE_OBJECT_TABLE, NYX_RELATIVE_OBJECT_IMPL, NYX_RELATIVE_OBJECT_ID>;
 extern template class NYX_FREE_LIST_TABLE<NYX_RELATIVE_OBJECT_TABLE, NYX_RELATIVE_OBJECT_IMPL, NYX_RELATIVE_OBJECT_ID>;

@@ -6,7 +6,7 @@ NYX_SDC_CLOCK_TABLE::NYX_SDC_CLOCK_TABLE(NYX_DB_PERSISTENT *persistent, NYX_SEGM
     : m_persistent(persistent)
     , m_primary(this, manager)
     , m_constraint_stmt_id(this, manager)
-    , m_properties(manager) {}
+    , m_properties(nyx_make_property_map<NYX_SDC_CLOCK_ID>(manager)) {}
 
 template class NYX_TABLE<NYX_SDC_CLOCK_TABLE, NYX_SDC_CLOCK_IMPL, NYX_SDC_CLOCK_ID>;
 template class NYX_FREE_LIST_TABLE<NYX_SDC_CLOCK_TABLE, NYX_SDC_CLOCK_IMPL, NYX_SDC_CLOCK_ID>;

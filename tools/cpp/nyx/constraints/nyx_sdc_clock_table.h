@@ -21,12 +21,12 @@ public:
     NYX_FAST_OFFSET_PTR<NYX_DB_PERSISTENT> m_persistent;
     NYX_PRIMARY_COLUMN<NYX_SDC_CLOCK_IMPL, NYX_SDC_CLOCK_ID> m_primary;
     NYX_SECONDARY_COLUMN<NYX_CONSTRAINT_STMT_ID, NYX_SDC_CLOCK_ID> m_constraint_stmt_id;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_SDC_CLOCK_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_SDC_CLOCK_TABLE) == 176);
+static_assert(sizeof(NYX_SDC_CLOCK_TABLE) == 216);
 
 extern template class NYX_TABLE<NYX_SDC_CLOCK_TABLE, NYX_SDC_CLOCK_IMPL, NYX_SDC_CLOCK_ID>;
 extern template class NYX_FREE_LIST_TABLE<NYX_SDC_CLOCK_TABLE, NYX_SDC_CLOCK_IMPL, NYX_SDC_CLOCK_ID>;

@@ -8,7 +8,7 @@ NYX_SOURCE_FILE_TABLE::NYX_SOURCE_FILE_TABLE(NYX_DB_PERSISTENT *persistent, NYX_
     , m_constraint_stmt_id(this, manager)
     , m_path_length(this, manager)
     , m_type(this, manager)
-    , m_properties(manager) {}
+    , m_properties(nyx_make_property_map<NYX_SOURCE_FILE_ID>(manager)) {}
 
 void NYX_SOURCE_FILE_TABLE::add_array_stats(NYX_TYPE_STATS &stats) const {
     long segments = 0;

@@ -28,12 +28,12 @@ public:
     NYX_SECONDARY_COLUMN<NYX_CONSTRAINT_STMT_ID, NYX_SOURCE_FILE_ID> m_constraint_stmt_id;
     NYX_SECONDARY_COLUMN<unsigned char, NYX_SOURCE_FILE_ID> m_path_length;
     NYX_SECONDARY_COLUMN<unsigned char, NYX_SOURCE_FILE_ID> m_type;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_SOURCE_FILE_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_SOURCE_FILE_TABLE) == 272);
+static_assert(sizeof(NYX_SOURCE_FILE_TABLE) == 312);
 
 extern template class NYX_TABLE<NYX_SOURCE_FILE_TABLE, NYX_SOURCE_FILE_IMPL, NYX_SOURCE_FILE_ID>;
 extern template class NYX_FREE_LIST_TABLE<NYX_SOURCE_FILE_TABLE, NYX_SOURCE_FILE_IMPL, NYX_SOURCE_FILE_ID>;

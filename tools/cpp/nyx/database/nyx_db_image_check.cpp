@@ -183,6 +183,15 @@ private:
         return {links, m_reader.claim(READER::target(links + buckets * 8), node_bytes, what), buckets, count};
     }
 
+    template <class MAP>
+    static std::uint64_t mixed_hash(const typename MAP::key_type &key) {
+        using HASH = typename MAP::hasher;
+        if constexpr (std::is_same_v<HASH, NYX_ROW_HASH<typename MAP::key_type>>)
+            return nyx_spread_row(key.get());
+        else
+            return nyx_mix_hash(HASH()(key));
+    }
+
     // A hash map: its buckets and nodes. `check_element(element)` looks at what a node holds.
     template <class MAP, class CHECK_ELEMENT>
     void check_map(const MAP &map, const char *what, bool hashes, CHECK_ELEMENT &&check_element) {
@@ -205,7 +214,7 @@ private:
             const std::uint64_t bucket = info & (~std::uint64_t(0) >> 1);
             if (bucket >= buckets)
                 READER::fail("%s has an element in bucket %llu of %llu", what, ull(bucket), ull(buckets));
-            if (hashes && (nyx_mix_hash(typename MAP::hasher()(element.first)) & (buckets - 1)) != bucket)
+            if (hashes && (mixed_hash<MAP>(element.first) & (buckets - 1)) != bucket)
                 READER::fail("%s has an element in the wrong bucket", what);
             if (bucket != previous_bucket) {
                 ++num_groups;
@@ -504,17 +513,14 @@ void NYX_DB_IMAGE_CHECKER::check_properties(const TABLE &table) {
     const char *const what = TABLE::s_name;
     using VALUE = NYX_ROW_PROPERTIES::value_type;
     static_assert(sizeof(VALUE) == 24);
-    check_values(table.m_properties.distances(), what);
-    table.m_properties.distances().for_each([&](unsigned row, long long distance) {
-        if (row >= table.iter_limit())
-            READER::fail("%s has properties of row %u of %u", what, row, table.iter_limit());
-        const std::uintptr_t address =
-            reinterpret_cast<std::uintptr_t>(&table.m_properties) + static_cast<std::uintptr_t>(distance);
-        const char *const tree = m_reader.claim(address, sizeof(NYX_ROW_PROPERTIES), what);
+    check_map(table.m_properties, what, true, [&](const auto &element) {
+        if (element.first.get() >= table.iter_limit())
+            READER::fail("%s has properties of row %u of %u", what, element.first.get(), table.iter_limit());
         if (m_faults == nullptr)
             return;
+        const char *const tree = reinterpret_cast<const char *>(&element.second);
         if (!m_reader.leads_to_manager(tree))
-            READER::fail("%s: the properties of row %u have another allocator", what, row);
+            READER::fail("%s: the properties of row %u have another allocator", what, element.first.get());
         NYX_IMAGE_TREE(m_reader, what)
             .walk(tree + 16, static_cast<std::uint64_t>(READER::word(tree + 8)), sizeof(VALUE), [&](const char *value) {
                 check_name_id(NYX_NAME_ID(half_word(value)), what);

@@ -6,7 +6,7 @@ NYX_HIER_MODULE_TABLE::NYX_HIER_MODULE_TABLE(NYX_DB_PERSISTENT *persistent, NYX_
     : m_persistent(persistent)
     , m_primary(this, manager)
     , m_name_id(this, manager)
-    , m_properties(manager) {}
+    , m_properties(nyx_make_property_map<NYX_HIER_MODULE_ID>(manager)) {}
 
 template class NYX_TABLE<NYX_HIER_MODULE_TABLE, NYX_HIER_MODULE_IMPL, NYX_HIER_MODULE_ID>;
 template class NYX_FREE_LIST_TABLE<NYX_HIER_MODULE_TABLE, NYX_HIER_MODULE_IMPL, NYX_HIER_MODULE_ID>;

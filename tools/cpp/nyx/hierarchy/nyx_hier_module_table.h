@@ -21,12 +21,12 @@ public:
     NYX_FAST_OFFSET_PTR<NYX_DB_PERSISTENT> m_persistent;
     NYX_PRIMARY_COLUMN<NYX_HIER_MODULE_IMPL, NYX_HIER_MODULE_ID> m_primary;
     NYX_SECONDARY_COLUMN<NYX_NAME_ID, NYX_HIER_MODULE_ID> m_name_id;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_HIER_MODULE_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_HIER_MODULE_TABLE) == 176);
+static_assert(sizeof(NYX_HIER_MODULE_TABLE) == 216);
 
 extern template class NYX_TABLE<NYX_HIER_MODULE_TABLE, NYX_HIER_MODULE_IMPL, NYX_HIER_MODULE_ID>;
 extern template class NYX_FREE_LIST_TABLE<NYX_HIER_MODULE_TABLE, NYX_HIER_MODULE_IMPL, NYX_HIER_MODULE_ID>;

@@ -19,6 +19,7 @@
 
 #include "memory/nyx_segment.h"
 #include "memory/nyx_serialization.h"
+#include "nyx_report/nyx_report.h"
 
 #include <array>
 #include <bit>
@@ -201,11 +202,13 @@ void nyx_make_room_for_moves(MAP &map, const NYX_ROW_MOVES &moves) {
     if (map.empty())
         return;
     const auto leaf_of = [](unsigned row) { return row / s_nyx_leaf_rows; };
+    unsigned previous = 0;
     for (auto at = moves.begin(); at != moves.end();) {
         const unsigned to = at->second;
         unsigned count = 0; // values that come from another leaf
         for (; at != moves.end() && leaf_of(at->second) == leaf_of(to); ++at) {
-            NYX_CHECK(at->second >= to);
+            NYX_CHECK(at->second >= previous);
+            previous = at->second;
             count += leaf_of(at->first) != leaf_of(to) && map.find(at->first) != nullptr;
         }
         map.make_room(to, count);

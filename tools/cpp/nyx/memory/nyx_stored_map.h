@@ -17,7 +17,7 @@
 ///
 /// One bucket more than there are links to a node without an element, which heads the list of all.
 /// A link is the distance from itself to its target, 1 is none. An element's bucket is its mixed hash modulo the number
-/// of buckets.
+/// of buckets. The maps that are keyed by rows have a hash that keeps rows which are neighbours together.
 
 #include "memory/nyx_segment.h"
 
@@ -49,6 +49,35 @@ constexpr std::uint64_t nyx_mix_hash(std::uint64_t h) {
     h = (h ^ (h >> 14)) * 21;
     return (h ^ (h >> 28)) * 0x80000001u;
 }
+
+/// The hash that is `mixed` once it has been mixed.
+constexpr std::uint64_t nyx_unmix_hash(std::uint64_t mixed) {
+    // Multiplying by the inverse undoes a product, and repeating a shift until nothing is left undoes its difference.
+    std::uint64_t h = mixed * 0x3fffffff80000001u;
+    h = (h ^ (h >> 28) ^ (h >> 56)) * 0xcf3cf3cf3cf3cf3du;
+    h = (h ^ (h >> 14) ^ (h >> 28) ^ (h >> 42) ^ (h >> 56)) * 0xd38ff08b1c03dd39u;
+    h = h ^ (h >> 24) ^ (h >> 48);
+    return (h + 1) * 0x7ffffbffffdfffffu;
+}
+static_assert(nyx_unmix_hash(nyx_mix_hash(0)) == 0 &&
+              nyx_mix_hash(nyx_unmix_hash(0xfedcba9876543210)) == 0xfedcba9876543210);
+
+/// The mixed hash of a row. A walk over objects in their order goes over the buckets in theirs: ids that agree in all
+/// but their low bits do so here, and 2^n ids from 0 on fill 2^n buckets evenly. That holds for whatever is added to
+/// bits by those above them; the shifts and the product see to it that ids at regular distances, as the members of
+/// arrays have them, don't crowd a few buckets.
+constexpr std::uint64_t nyx_spread_row(std::uint32_t row) {
+    row ^= row >> 3;
+    row ^= row >> 8;
+    row ^= row >> 13;
+    return row ^ (((row >> 6) * 0x9E3779B1u) >> 26);
+}
+
+/// Hash of the identifiers of rows.
+template <class ID>
+struct NYX_ROW_HASH {
+    std::size_t operator()(ID id) const noexcept { return nyx_unmix_hash(nyx_spread_row(id.get())); }
+};
 
 namespace NYX::detail {
 

@@ -15,12 +15,12 @@ public:
     // Stored, in this order.
     NYX_FAST_OFFSET_PTR<NYX_DB_PERSISTENT> m_persistent;
     NYX_PRIMARY_COLUMN<NYX_INST_HEADER_IMPL, NYX_INST_HEADER_ID> m_primary;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_INST_HEADER_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_INST_HEADER_TABLE) == 128);
+static_assert(sizeof(NYX_INST_HEADER_TABLE) == 168);
 
 extern template class NYX_TABLE<NYX_INST_HEADER_TABLE, NYX_INST_HEADER_IMPL, NYX_INST_HEADER_ID>;
 extern template class NYX_FREE_LIST_TABLE<NYX_INST_HEADER_TABLE, NYX_INST_HEADER_IMPL, NYX_INST_HEADER_ID>;

@@ -14,12 +14,12 @@ public:
     // Stored, in this order.
     NYX_FAST_OFFSET_PTR<NYX_DB_PERSISTENT> m_persistent;
     NYX_PRIMARY_RANGE_COLUMN<NYX_INST_PORT_IMPL, NYX_INST_PORT_ID> m_primary;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_INST_PORT_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_INST_PORT_TABLE) == 136);
+static_assert(sizeof(NYX_INST_PORT_TABLE) == 176);
 
 extern template class NYX_TABLE<NYX_INST_PORT_TABLE, NYX_INST_PORT_IMPL, NYX_INST_PORT_ID>;
 extern template class NYX_RANGE_TABLE<NYX_INST_PORT_TABLE, NYX_INST_PORT_IMPL, NYX_INST_PORT_ID>;

@@ -19,7 +19,6 @@
 #include <boost/format.hpp>
 
 #include <algorithm>
-#include <map>
 #include <utility>
 
 // ---- References
@@ -136,7 +135,7 @@ void NYX_INSTANCE::change_module_internal(NYX_MODULE *new_module, const PORT_NAM
         old_index = port->get_index();
     }
 
-    // What can fail comes before the first change.
+    // What can fail comes before the first change, but for inst ports that have no port any more: they are gone then.
     NYX_INST_HEADER *const new_header = add_reference(persistent, new_module);
     NYX_INST_PORT_ID new_first;
     try {
@@ -195,19 +194,25 @@ void NYX_INSTANCE::release_reserved_run(NYX_INST_PORT_ID run, unsigned int size)
         nyx_release_run(nyx_get_persistent(this)->table<NYX_INST_PORT>(), run, size);
 }
 
-void NYX_INSTANCE::reserve_attributes(const RUNS &runs, const ROW_MAP &row_map) {
+void NYX_INSTANCE::reserve_attributes(RUNS runs, const ROW_MAP &row_map) {
     // The runs of a database share the room for values of their rows, so it is taken for all of them at once.
-    std::map<NYX_DB_PERSISTENT *, NYX_ROW_MOVES> moves;
-    for (const auto &[instance, new_first] : runs) {
-        const unsigned first = nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, instance->get_impl()).get();
-        NYX_ROW_MOVES &of_db = moves[nyx_get_persistent(instance)];
-        for (unsigned i = 0; i < row_map.size(); ++i)
-            if (row_map[i] != NO_ROW && first + row_map[i] != new_first.get() + i)
-                of_db.emplace_back(first + row_map[i], new_first.get() + i);
-    }
-    for (auto &[root, of_db] : moves) {
-        std::sort(of_db.begin(), of_db.end(), [](const auto &a, const auto &b) { return a.second < b.second; });
-        nyx_make_room_for_traits<NYX_INST_PORT>(root, of_db);
+    const auto root_of = [](const RUNS::value_type &run) { return nyx_get_persistent(run.first); };
+    std::sort(runs.begin(), runs.end(), [&root_of](const auto &a, const auto &b) {
+        return std::pair(root_of(a), a.second) < std::pair(root_of(b), b.second);
+    });
+    NYX_ROW_MOVES moves;
+    for (auto at = runs.begin(); at != runs.end();) {
+        NYX_DB_PERSISTENT *const root = root_of(*at);
+        const bool has_values = nyx_has_trait_values(root, nyx_bearer_class<NYX_INST_PORT>.kind);
+        moves.clear();
+        for (; at != runs.end() && root_of(*at) == root; ++at) {
+            const auto &[instance, new_first] = *at;
+            const unsigned first = nyx_cell(&NYX_INSTANCE_TABLE::m_first_inst_port, instance->get_impl()).get();
+            for (unsigned i = 0; has_values && i < row_map.size(); ++i)
+                if (row_map[i] != NO_ROW && first + row_map[i] != new_first.get() + i)
+                    moves.emplace_back(first + row_map[i], new_first.get() + i);
+        }
+        nyx_make_room_for_traits<NYX_INST_PORT>(root, moves);
     }
 }
 

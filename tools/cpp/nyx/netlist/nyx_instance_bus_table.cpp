@@ -8,7 +8,7 @@ NYX_INSTANCE_BUS_TABLE::NYX_INSTANCE_BUS_TABLE(NYX_DB_PERSISTENT *persistent, NY
     , m_primary(this, manager)
     , m_file_lineno(this, manager)
     , m_file_name_id(this, manager)
-    , m_properties(manager) {}
+    , m_properties(nyx_make_property_map<NYX_INSTANCE_BUS_ID>(manager)) {}
 
 void NYX_INSTANCE_BUS_TABLE::add_array_stats(NYX_TYPE_STATS &stats) const {
     nyx_add_bus_array_stats(*this, "*instances", stats);

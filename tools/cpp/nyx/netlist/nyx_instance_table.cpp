@@ -14,7 +14,7 @@ NYX_INSTANCE_TABLE::NYX_INSTANCE_TABLE(NYX_DB_PERSISTENT *persistent, NYX_SEGMEN
     , m_placement_status(this, manager)
     , m_trait_bits(this, manager)
     , m_transform(this, manager)
-    , m_properties(manager) {}
+    , m_properties(nyx_make_property_map<NYX_INSTANCE_ID>(manager)) {}
 
 template class NYX_TABLE<NYX_INSTANCE_TABLE, NYX_INSTANCE_IMPL, NYX_INSTANCE_ID>;
 template class NYX_FREE_LIST_TABLE<NYX_INSTANCE_TABLE, NYX_INSTANCE_IMPL, NYX_INSTANCE_ID>;

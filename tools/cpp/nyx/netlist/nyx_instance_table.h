@@ -40,12 +40,12 @@ public:
     NYX_SECONDARY_COLUMN<NYX_INSTANCE::PLACEMENT_STATUS, NYX_INSTANCE_ID> m_placement_status;
     NYX_SECONDARY_COLUMN<unsigned char, NYX_INSTANCE_ID> m_trait_bits;
     NYX_SECONDARY_COLUMN<NYX_TRANSFORM, NYX_INSTANCE_ID> m_transform;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_INSTANCE_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_INSTANCE_TABLE) == 560);
+static_assert(sizeof(NYX_INSTANCE_TABLE) == 600);
 
 extern template class NYX_TABLE<NYX_INSTANCE_TABLE, NYX_INSTANCE_IMPL, NYX_INSTANCE_ID>;
 extern template class NYX_FREE_LIST_TABLE<NYX_INSTANCE_TABLE, NYX_INSTANCE_IMPL, NYX_INSTANCE_ID>;

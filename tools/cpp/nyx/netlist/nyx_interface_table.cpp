@@ -22,7 +22,7 @@ NYX_INTERFACE_TABLE::NYX_INTERFACE_TABLE(NYX_DB_PERSISTENT *persistent, NYX_SEGM
     , m_name_id(this, manager)
     , m_next_in_module(this, manager)
     , m_prev_in_module(this, manager)
-    , m_properties(manager) {}
+    , m_properties(nyx_make_property_map<NYX_INTERFACE_ID>(manager)) {}
 
 void NYX_INTERFACE_TABLE::add_array_stats(NYX_TYPE_STATS &stats) const {
     long ports = 0, port_buses = 0;

@@ -32,12 +32,12 @@ public:
     NYX_SECONDARY_COLUMN<NYX_NAME_ID, NYX_INTERFACE_ID> m_name_id;
     NYX_SECONDARY_COLUMN<NYX_INTERFACE_ID, NYX_INTERFACE_ID> m_next_in_module;
     NYX_SECONDARY_COLUMN<NYX_INTERFACE_ID, NYX_INTERFACE_ID> m_prev_in_module;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_INTERFACE_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_INTERFACE_TABLE) == 368);
+static_assert(sizeof(NYX_INTERFACE_TABLE) == 408);
 
 extern template class NYX_TABLE<NYX_INTERFACE_TABLE, NYX_INTERFACE_IMPL, NYX_INTERFACE_ID>;
 extern template class NYX_FREE_LIST_TABLE<NYX_INTERFACE_TABLE, NYX_INTERFACE_IMPL, NYX_INTERFACE_ID>;

@@ -69,7 +69,7 @@ public:
         reserve_attributes();
     }
 
-    // Takes the room that traits and properties of ports need in the new run; the same holds.
+    // Takes the room that values of traits of ports need in the new run; the same holds.
     void reserve_attributes() {
         NYX_ROW_MOVES moves;
         for (unsigned i = 0; i < m_new_to_old.size(); ++i)

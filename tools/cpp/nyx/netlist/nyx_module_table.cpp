@@ -17,7 +17,7 @@ NYX_MODULE_TABLE::NYX_MODULE_TABLE(NYX_DB_PERSISTENT *persistent, NYX_SEGMENT_MA
     , m_name_id(this, manager)
     , m_reference_count(this, manager)
     , m_tail_instance(this, manager)
-    , m_properties(manager) {}
+    , m_properties(nyx_make_property_map<NYX_MODULE_ID>(manager)) {}
 
 template class NYX_TABLE<NYX_MODULE_TABLE, NYX_MODULE_IMPL, NYX_MODULE_ID>;
 template class NYX_FREE_LIST_TABLE<NYX_MODULE_TABLE, NYX_MODULE_IMPL, NYX_MODULE_ID>;

@@ -43,12 +43,12 @@ public:
     NYX_SECONDARY_COLUMN<NYX_NAME_ID, NYX_MODULE_ID> m_name_id;
     NYX_SECONDARY_COLUMN<std::uint32_t, NYX_MODULE_ID> m_reference_count;
     NYX_SECONDARY_COLUMN<NYX_INSTANCE_ID, NYX_MODULE_ID> m_tail_instance;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_MODULE_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_MODULE_TABLE) == 704);
+static_assert(sizeof(NYX_MODULE_TABLE) == 744);
 
 extern template class NYX_TABLE<NYX_MODULE_TABLE, NYX_MODULE_IMPL, NYX_MODULE_ID>;
 extern template class NYX_FREE_LIST_TABLE<NYX_MODULE_TABLE, NYX_MODULE_IMPL, NYX_MODULE_ID>;

@@ -25,12 +25,12 @@ public:
     NYX_PRIMARY_COLUMN<NYX_NET_BUS_IMPL, NYX_NET_BUS_ID> m_primary;
     NYX_SECONDARY_COLUMN<std::uint32_t, NYX_NET_BUS_ID> m_file_lineno;
     NYX_SECONDARY_COLUMN<NYX_NAME_ID, NYX_NET_BUS_ID> m_file_name_id;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_NET_BUS_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_NET_BUS_TABLE) == 224);
+static_assert(sizeof(NYX_NET_BUS_TABLE) == 264);
 
 extern template class NYX_TABLE<NYX_NET_BUS_TABLE, NYX_NET_BUS_IMPL, NYX_NET_BUS_ID>;
 extern template class NYX_FREE_LIST_TABLE<NYX_NET_BUS_TABLE, NYX_NET_BUS_IMPL, NYX_NET_BUS_ID>;

@@ -26,12 +26,12 @@ public:
     NYX_SECONDARY_COLUMN<NYX_OFFSET_PTR<NYX_NET_BUS_IMPL>, NYX_NET_ID> m_bus_ptr;
     NYX_SECONDARY_COLUMN<NYX_INST_PORT_ID, NYX_NET_ID> m_head_inst_port;
     NYX_SECONDARY_COLUMN<NYX_PORT_ID, NYX_NET_ID> m_head_port;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_NET_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_NET_TABLE) == 272);
+static_assert(sizeof(NYX_NET_TABLE) == 312);
 
 extern template class NYX_TABLE<NYX_NET_TABLE, NYX_NET_IMPL, NYX_NET_ID>;
 extern template class NYX_FREE_LIST_TABLE<NYX_NET_TABLE, NYX_NET_IMPL, NYX_NET_ID>;

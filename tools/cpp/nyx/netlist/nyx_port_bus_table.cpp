@@ -8,7 +8,7 @@ NYX_PORT_BUS_TABLE::NYX_PORT_BUS_TABLE(NYX_DB_PERSISTENT *persistent, NYX_SEGMEN
     , m_primary(this, manager)
     , m_file_lineno(this, manager)
     , m_file_name_id(this, manager)
-    , m_properties(manager) {}
+    , m_properties(nyx_make_property_map<NYX_PORT_BUS_ID>(manager)) {}
 
 void NYX_PORT_BUS_TABLE::add_array_stats(NYX_TYPE_STATS &stats) const {
     nyx_add_bus_array_stats(*this, "*ports", stats);

@@ -10,7 +10,7 @@ NYX_PORT_TABLE::NYX_PORT_TABLE(NYX_DB_PERSISTENT *persistent, NYX_SEGMENT_MANAGE
     , m_layer(this, manager)
     , m_re_index(this, manager)
     , m_trait_bits(this, manager)
-    , m_properties(manager) {}
+    , m_properties(nyx_make_property_map<NYX_PORT_ID>(manager)) {}
 
 template class NYX_TABLE<NYX_PORT_TABLE, NYX_PORT_IMPL, NYX_PORT_ID>;
 template class NYX_RANGE_TABLE<NYX_PORT_TABLE, NYX_PORT_IMPL, NYX_PORT_ID>;

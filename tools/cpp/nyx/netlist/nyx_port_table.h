@@ -31,12 +31,12 @@ public:
     NYX_SECONDARY_COLUMN<unsigned char, NYX_PORT_ID> m_layer;
     NYX_SECONDARY_COLUMN<int, NYX_PORT_ID> m_re_index;
     NYX_SECONDARY_COLUMN<unsigned char, NYX_PORT_ID> m_trait_bits;
-    NYX_PROPERTY_MAP m_properties;
+    NYX_PROPERTY_MAP<NYX_PORT_ID> m_properties;
     unsigned m_num_allocated = 0;
     unsigned m_iter_limit = 0;
 };
 
-static_assert(sizeof(NYX_PORT_TABLE) == 376);
+static_assert(sizeof(NYX_PORT_TABLE) == 416);
 
 extern template class NYX_TABLE<NYX_PORT_TABLE, NYX_PORT_IMPL, NYX_PORT_ID>;
 extern template class NYX_RANGE_TABLE<NYX_PORT_TABLE, NYX_PORT_IMPL, NYX_PORT_ID>;

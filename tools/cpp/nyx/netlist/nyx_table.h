@@ -139,7 +139,7 @@ protected:
             *cell = std::remove_pointer_t<decltype(cell)>();
         });
         if constexpr (TABLE::s_has_properties)
-            self().m_properties.erase(id.get());
+            nyx_erase_properties(self().m_properties, id);
     }
 
     void count_allocated(ID first, unsigned rows) {

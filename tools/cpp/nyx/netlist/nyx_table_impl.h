@@ -41,8 +41,13 @@ NYX_TYPE_STATS NYX_TABLE<TABLE, ROW, ID>::get_stats() const {
     };
     add_column("primary", self().m_primary);
     TABLE::for_each_column([&](const char *name, auto column) { add_column(name, self().*column); });
-    if constexpr (TABLE::s_has_properties)
-        stats.add_field_stats(NYX_FIELD_STATS("properties", self().m_properties.get_bytes(), -1, 0));
+    if constexpr (TABLE::s_has_properties) {
+        // The map's own room, and that of the values of each row.
+        long bytes = nyx_stored_map_bytes(self().m_properties);
+        for (const auto &[id, values] : self().m_properties)
+            bytes += nyx_get_property_bytes(values);
+        stats.add_field_stats(NYX_FIELD_STATS("properties", bytes, -1, 0));
+    }
     if constexpr (requires { self().add_array_stats(stats); })
         self().add_array_stats(stats);
     return stats;

@@ -96,6 +96,12 @@ void nyx_move_trait_values(NYX_BEARER from, NYX_BEARER to) {
     });
 }
 
+bool nyx_has_trait_values(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind) {
+    bool has_values = false;
+    for_each_used_trait(root, kind, [&has_values](auto *, auto &) { has_values = true; });
+    return has_values;
+}
+
 void nyx_make_room_for_trait_values(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind, const NYX_ROW_MOVES &moves) {
     for_each_used_trait(root, kind, [&moves](auto *, auto &values) { nyx_make_room_for_moves(values, moves); });
 }

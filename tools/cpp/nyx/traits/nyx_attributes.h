@@ -26,6 +26,9 @@ void nyx_copy_trait_values(NYX_BEARER from, NYX_BEARER to);
 /// take room where they come to: boost::interprocess::bad_alloc when the segment is full.
 void nyx_move_trait_values(NYX_BEARER from, NYX_BEARER to);
 
+/// Whether an object of that type has a value of some trait.
+bool nyx_has_trait_values(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind);
+
 /// Sees to it that these moves of rows of one table, in order of where they go to, need no allocation for their values.
 /// boost::interprocess::bad_alloc, with no value changed, when the segment is full.
 void nyx_make_room_for_trait_values(NYX_DB_PERSISTENT *root, NYX_TRAIT_OBJ_TYPE kind, const NYX_ROW_MOVES &moves);
@@ -49,13 +52,10 @@ void nyx_copy_properties(const T *from, T *to) {
     nyx_object_properties(to).copy_from(nyx_object_properties(from));
 }
 
-/// Sees to it that all of these moves of rows of T's table together, in order of where they go to, need no allocation
-/// for their values of traits and their properties. boost::interprocess::bad_alloc, with nothing changed, when the
-/// segment is full.
+/// The same for rows of T's table. Properties move without room.
 template <class T>
 void nyx_make_room_for_traits(NYX_DB_PERSISTENT *root, const NYX_ROW_MOVES &moves) {
     nyx_make_room_for_trait_values(root, nyx_bearer_class<T>.kind, moves);
-    nyx_make_room_for_moves(nyx_properties_of<T>(root), moves);
 }
 
 /// Moves values of traits and properties from one row to another one of the same table. What the other one had is gone

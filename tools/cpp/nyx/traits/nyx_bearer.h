@@ -29,6 +29,9 @@ inline constexpr NYX_BEARER_CLASS nyx_bearer_class{nullptr, NYX_TRAIT_OBJ_TYPE::
     inline constexpr NYX_BEARER_CLASS nyx_bearer_class<type>{#type, NYX_TRAIT_OBJ_TYPE::word##_SPARSE};
 #include "traits/nyx_trait_kinds.def"
 
+/// The free-form values of the rows of a table, whatever its type.
+using NYX_ANY_PROPERTY_MAP = NYX_PROPERTY_MAP<NYX_ANY_ID>;
+
 /// An object that bears traits.
 struct NYX_BEARER {
     NYX_DB_PERSISTENT *root; ///< null for a null handle
@@ -89,8 +92,10 @@ inline T *nyx_get_bearer(NYX_DB_PERSISTENT *root, NYX_ANY_ID id) {
 
 /// The properties of the rows of T's table.
 template <class T>
-inline NYX_PROPERTY_MAP &nyx_properties_of(NYX_DB_PERSISTENT *root) {
-    return root->table<T>().m_properties;
+inline NYX_ANY_PROPERTY_MAP &nyx_properties_of(NYX_DB_PERSISTENT *root) {
+    auto &properties = root->table<T>().m_properties;
+    static_assert(sizeof(properties) == sizeof(NYX_ANY_PROPERTY_MAP));
+    return reinterpret_cast<NYX_ANY_PROPERTY_MAP &>(properties);
 }
 
 #endif

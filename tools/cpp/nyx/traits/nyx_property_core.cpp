@@ -19,6 +19,12 @@ void free_block(NYX_SEGMENT_MANAGER &manager, const NYX_STORED_PROPERTY &value) 
 
 } // namespace
 
+const NYX_ROW_PROPERTIES *NYX_OBJECT_PROPERTIES::find_all() const {
+    const auto *const found =
+        nyx_find_stored(m_map, nyx_spread_row(m_id.get()), [this](const auto &entry) { return entry.first == m_id; });
+    return found != nullptr ? &found->second : nullptr;
+}
+
 const NYX_STORED_PROPERTY *NYX_OBJECT_PROPERTIES::find_stored(const std::string &name) const {
     const NYX_ROW_PROPERTIES *const all = find_all();
     if (all == nullptr)
@@ -88,16 +94,23 @@ void NYX_OBJECT_PROPERTIES::set(NYX_NAME_ID name_id, const NYX_PROPERTY_VALUE &v
                 return given;
         },
         value);
-    const bool is_first = m_map.find(m_id.get()) == nullptr;
     try {
-        const auto [at, is_new] = m_map.find_or_make(m_id.get()).try_emplace(name_id, stored);
-        if (!is_new) {
-            free_block(manager, at->second);
-            at->second = stored;
+        auto *all = const_cast<NYX_ROW_PROPERTIES *>(find_all());
+        const bool is_first = all == nullptr;
+        if (is_first)
+            all = &m_map.try_emplace(m_id, &manager).first->second;
+        try {
+            const auto [at, is_new] = all->try_emplace(name_id, stored);
+            if (!is_new) {
+                free_block(manager, at->second);
+                at->second = stored;
+            }
+        } catch (...) {
+            if (is_first)
+                m_map.erase(m_id);
+            throw;
         }
     } catch (...) {
-        if (is_first)
-            m_map.erase(m_id.get());
         free_block(manager, stored);
         throw;
     }
@@ -105,7 +118,7 @@ void NYX_OBJECT_PROPERTIES::set(NYX_NAME_ID name_id, const NYX_PROPERTY_VALUE &v
 
 void NYX_OBJECT_PROPERTIES::remove(const std::string &name) {
     const NYX_NAME_ID name_id = m_root->names().find_id(name.c_str());
-    NYX_ROW_PROPERTIES *const all = m_map.find(m_id.get());
+    auto *const all = const_cast<NYX_ROW_PROPERTIES *>(find_all());
     if (name_id == NYX_NAME_ID::INVALID || all == nullptr)
         return;
     const auto found = all->find(name_id);
@@ -116,7 +129,8 @@ void NYX_OBJECT_PROPERTIES::remove(const std::string &name) {
 }
 
 void NYX_OBJECT_PROPERTIES::clear() {
-    m_map.erase(m_id.get());
+    if (!m_map.empty())
+        nyx_erase_properties(m_map, m_id);
 }
 
 void NYX_OBJECT_PROPERTIES::copy_from(const NYX_OBJECT_PROPERTIES &from) {
@@ -130,7 +144,13 @@ void NYX_OBJECT_PROPERTIES::move_from(NYX_ANY_ID from) {
     if (from == m_id)
         return;
     clear();
-    m_map.move(from.get(), m_id.get());
+    if (m_map.empty())
+        return;
+    auto node = m_map.extract(from);
+    if (node.empty())
+        return;
+    node.key() = m_id;
+    m_map.insert(std::move(node));
 }
 
 NYX_NAME_ID NYX_OBJECT_PROPERTIES::first_name() const {

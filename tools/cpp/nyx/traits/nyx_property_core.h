@@ -9,12 +9,11 @@
 
 #include <optional>
 #include <string>
-#include <utility>
 
 /// The properties of one object.
 class NYX_OBJECT_PROPERTIES {
 public:
-    NYX_OBJECT_PROPERTIES(NYX_DB_PERSISTENT *root, NYX_PROPERTY_MAP &map, NYX_ANY_ID id)
+    NYX_OBJECT_PROPERTIES(NYX_DB_PERSISTENT *root, NYX_ANY_PROPERTY_MAP &map, NYX_ANY_ID id)
         : m_root(root)
         , m_map(map)
         , m_id(id) {}
@@ -28,8 +27,7 @@ public:
     void clear();
     /// Gives the properties of `from`, which may be in another database, to this object as well.
     void copy_from(const NYX_OBJECT_PROPERTIES &from);
-    /// Moves the properties of the row `from` of the same table here, in place of those that are here. May take
-    /// room: boost::interprocess::bad_alloc when the segment is full.
+    /// Moves the properties of the row `from` of the same table here, in place of those that are here.
     void move_from(NYX_ANY_ID from);
 
     /// The first name, and the one behind a name; INVALID where there is none.
@@ -39,13 +37,13 @@ public:
     std::pair<const std::string, NYX_PROPERTY_VALUE> at(NYX_NAME_ID name_id) const;
 
 private:
-    const NYX_ROW_PROPERTIES *find_all() const { return std::as_const(m_map).find(m_id.get()); }
+    const NYX_ROW_PROPERTIES *find_all() const;
     const NYX_STORED_PROPERTY *find_stored(const std::string &name) const;
     NYX_PROPERTY_VALUE to_public(const NYX_STORED_PROPERTY &stored) const;
     void set(NYX_NAME_ID name_id, const NYX_PROPERTY_VALUE &value);
 
     NYX_DB_PERSISTENT *m_root;
-    NYX_PROPERTY_MAP &m_map;
+    NYX_ANY_PROPERTY_MAP &m_map;
     NYX_ANY_ID m_id;
 };
 
