@@ -71,8 +71,8 @@ TEST_F(CHANGE, ToAModuleWithTheSamePortsKeepsAll) {
     EXPECT_EQ(u->get_module(), abc);
 }
 
-// Who hears that an inst port goes may give values to those that are about to move, to rows where no one has had any. If
-// there is no room for them, the instance keeps its module.
+// Who hears that an inst port goes may give values to those that are about to move, to rows where no one has had any.
+// If there is no room for them, the instance keeps its module.
 TEST_F(CHANGE, ValuesThatComeWhileAnInstPortGoesMoveAsWell) {
     struct LISTENER : NYX_OBSERVER<NYX_INST_PORT> {
         LISTENER() : NYX_OBSERVER(1) { set_enabled(true); }
