@@ -125,9 +125,10 @@ public:
     void clear();
 
     /// The value of `from`, if it has one, becomes that of `to`, which must be another row, and `from` has none then.
-    /// Where `to` has no value yet it takes room, as insert_or_assign does.
+    /// Where `to` has no value yet and is in another leaf it takes room, as insert_or_assign does.
     void move(unsigned from, unsigned to);
-    /// Sees to it that values of `count` more rows in the leaf of `row` need no allocation.
+    /// Sees to it that values of `count` more rows in the leaf of `row` need no allocation: more than have one now, so
+    /// what two calls ask for doesn't add up.
     /// boost::interprocess::bad_alloc, with no value changed, when the segment is full.
     void make_room(unsigned row, unsigned count);
 

@@ -135,7 +135,7 @@ void NYX_INSTANCE::change_module_internal(NYX_MODULE *new_module, const PORT_NAM
         old_index = port->get_index();
     }
 
-    // What can fail comes before the first change, but for inst ports that have no port any more: they are gone then.
+    // What can fail comes before the first change, but for inst ports that no port is left for: they are gone then.
     NYX_INST_HEADER *const new_header = add_reference(persistent, new_module);
     NYX_INST_PORT_ID new_first;
     try {

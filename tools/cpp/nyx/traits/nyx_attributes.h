@@ -22,8 +22,8 @@ void nyx_clear_trait_values(NYX_BEARER object);
 /// they are. `from` may be in another database. The object types are equal.
 void nyx_copy_trait_values(NYX_BEARER from, NYX_BEARER to);
 
-/// Moves the values of one row to another one of the same table, in place of those that it has. Values may
-/// take room where they come to: boost::interprocess::bad_alloc when the segment is full.
+/// Moves the values of one row to another one of the same table, in place of those that it has. Values may take
+/// room where they come to: boost::interprocess::bad_alloc when the segment is full.
 void nyx_move_trait_values(NYX_BEARER from, NYX_BEARER to);
 
 /// Whether an object of that type has a value of some trait.
@@ -52,7 +52,7 @@ void nyx_copy_properties(const T *from, T *to) {
     nyx_object_properties(to).copy_from(nyx_object_properties(from));
 }
 
-/// The same for rows of T's table. Properties move without room.
+/// Makes room as nyx_make_room_for_trait_values, for rows of T's table. Properties move without.
 template <class T>
 void nyx_make_room_for_traits(NYX_DB_PERSISTENT *root, const NYX_ROW_MOVES &moves) {
     nyx_make_room_for_trait_values(root, nyx_bearer_class<T>.kind, moves);
